@@ -1,0 +1,71 @@
+// Database: an open Jet file. The read side: catalogue, table definitions and
+// row cursors. Thread-compatible; one object per open file.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "jet/catalog.h"
+#include "jet/path_mapping.h"
+#include "jet/schema.h"
+#include "jet/status.h"
+#include "jet/table_cursor.h"
+#include "jet/types.h"
+
+namespace jet {
+
+struct OpenOptions {
+  // Jet 3 text: decode with this iconv encoding ("GBK", "CP1251", ...) instead
+  // of the code page the header claims.
+  std::string text_encoding_override;
+  // Where to look for linked files whose stored path does not exist here.
+  std::vector<FolderMapping> folder_mappings;
+};
+
+class Pager;
+
+class Database {
+ public:
+  static Status Open(const std::string& path, const OpenOptions& options,
+                     std::unique_ptr<Database>* db);
+  ~Database();
+  Database(const Database&) = delete;
+  Database& operator=(const Database&) = delete;
+
+  const std::string& path() const;
+  FileFormat format() const;
+  // The header's code page (Jet 3) and default sort order id.
+  uint16_t code_page() const;
+  uint16_t sort_order() const;
+
+  // Every MSysObjects row, in catalogue order.
+  const std::vector<CatalogEntry>& catalog() const;
+  // Looks an object up by name (without regard to case) among objects of
+  // `kind`; names are unique only per kind. nullptr when absent.
+  const CatalogEntry* FindObject(const std::string& name, ObjectKind kind) const;
+  // A local or linked table by name; nullptr when absent.
+  const CatalogEntry* FindTable(const std::string& name) const;
+
+  // The definition of a table (for a linked table: the linked file's table,
+  // under the link's name). Loaded on first use and kept.
+  Status GetTableDef(const std::string& name, std::shared_ptr<const TableDef>* def);
+
+  // A cursor over a table's live rows in scan order.
+  Status OpenTable(const std::string& name, std::unique_ptr<TableCursor>* cursor);
+
+  // The live row count, counted from the rows (not the stale stored count).
+  Status CountRows(const std::string& name, uint64_t* count);
+
+  // For a linked table: the resolved path of its file, or NotFound naming the
+  // stored path.
+  Status ResolveLink(const CatalogEntry& link, std::string* local_path) const;
+
+ private:
+  struct Impl;
+  explicit Database(std::unique_ptr<Impl> impl);
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace jet
