@@ -1,0 +1,288 @@
+// Text index keys in Jet's General sort order. A key is the characters'
+// primary codes (case and accents folded away) followed by sections that
+// only break ties: accent codes, then width/kana flags and unprintable
+// characters. Comparing keys bytewise therefore orders texts by letters
+// first and by accents second, the way Access sorts.
+#include "jet/sort_order.h"
+
+#include <cstdio>
+#include <vector>
+
+#include "storage/general_sort_tables.h"
+
+namespace jet {
+namespace {
+
+using general_sort::CharCode;
+using general_sort::CharKind;
+
+// Jet indexes at most this many UTF-16 units of a text or memo value.
+constexpr size_t kMaxIndexedUnits = 255;
+
+void AppendPacked(uint32_t packed, int length, std::string* out) {
+  for (int i = length - 1; i >= 0; --i) out->push_back(static_cast<char>((packed >> (8 * i)) & 0xFF));
+}
+
+// UTF-8 to UTF-16 units. Strict decoding reports malformed input; lenient
+// decoding (for comparisons, which cannot fail) substitutes U+FFFD.
+bool DecodeUtf8(std::string_view text, bool lenient, std::u16string* units) {
+  size_t i = 0;
+  while (i < text.size()) {
+    const auto lead = static_cast<uint8_t>(text[i]);
+    int extra = lead < 0x80 ? 0 : (lead >> 5) == 0x6 ? 1 : (lead >> 4) == 0xE ? 2 : (lead >> 3) == 0x1E ? 3 : -1;
+    uint32_t cp = extra == 0 ? lead : extra == 1 ? (lead & 0x1F) : extra == 2 ? (lead & 0x0F) : (lead & 0x07);
+    bool ok = extra >= 0 && i + extra < text.size();
+    for (int k = 1; ok && k <= extra; ++k) {
+      const auto next = static_cast<uint8_t>(text[i + k]);
+      ok = (next & 0xC0) == 0x80;
+      cp = (cp << 6) | (next & 0x3F);
+    }
+    static constexpr uint32_t kMinForLength[] = {0, 0x80, 0x800, 0x10000};
+    ok = ok && cp >= kMinForLength[extra] && cp <= 0x10FFFF && !(cp >= 0xD800 && cp <= 0xDFFF);
+    if (!ok) {
+      if (!lenient) return false;
+      units->push_back(u'\uFFFD');
+      ++i;
+      continue;
+    }
+    if (cp < 0x10000) {
+      units->push_back(static_cast<char16_t>(cp));
+    } else {
+      cp -= 0x10000;
+      units->push_back(static_cast<char16_t>(0xD800 + (cp >> 10)));
+      units->push_back(static_cast<char16_t>(0xDC00 + (cp & 0x3FF)));
+    }
+    i += extra + 1;
+  }
+  return true;
+}
+
+// Access indexes a prefix of the value and ignores trailing blanks.
+void TrimForIndex(std::u16string* units) {
+  if (units->size() > kMaxIndexedUnits) units->resize(kMaxIndexedUnits);
+  while (!units->empty() && units->back() == u' ') units->pop_back();
+}
+
+Status UncoveredError(char16_t unit, const char* order) {
+  char buffer[96];
+  std::snprintf(buffer, sizeof buffer, "character U+%04X is not in the %s sort order's tables",
+                static_cast<unsigned>(unit), order);
+  return Status::Unsupported(buffer);
+}
+
+// Jet 4 key: primary codes, 0x01, then (when any) accent codes, then the
+// flag and unprintable sections each introduced by 0x01 0x01 / 0x01.
+class Jet4KeyBuilder {
+ public:
+  explicit Jet4KeyBuilder(std::string* key) : key_(key) {}
+
+  void Add(const CharCode& code);
+  void Finish();
+
+ private:
+  void AddAccent(const CharCode& code, size_t position);
+  void AddUnprintable(const CharCode& code, size_t position);
+  void WriteFlags();
+
+  std::string* key_;
+  size_t char_position_ = 0;  // counts characters with primary codes
+  // Accent section: one code per character up to the last accented one,
+  // 0x02 standing in for unaccented characters.
+  bool accents_started_ = false;
+  std::string accents_;
+  size_t accent_chars_ = 0;
+  size_t modifier_prefix_ = 0;  // a leading modifier byte, not a character
+  std::string unprintables_;
+  std::vector<uint8_t> flags_;
+};
+
+void Jet4KeyBuilder::Add(const CharCode& code) {
+  const size_t position = char_position_;
+  if (code.inline_length > 0) {
+    AppendPacked(code.inline_bytes, code.inline_length, key_);
+    ++char_position_;
+  }
+  switch (code.kind) {
+    case CharKind::kInternational:
+    case CharKind::kFlagged:
+      if (code.extra_length > 0) AddAccent(code, position);
+      if (code.kind == CharKind::kFlagged) flags_.push_back(code.flag);
+      break;
+    case CharKind::kAccentModifier:
+      if (code.extra_bytes != 0) AddAccent(code, position);
+      break;
+    case CharKind::kUnprintable:
+      AddUnprintable(code, position);
+      break;
+    default:
+      break;
+  }
+}
+
+void Jet4KeyBuilder::AddAccent(const CharCode& code, size_t position) {
+  accents_started_ = true;
+  if (accent_chars_ < position) {
+    accents_.append(position - accent_chars_, '\x02');
+    accent_chars_ = position;
+  }
+  if (code.kind != CharKind::kAccentModifier) {
+    AppendPacked(code.extra_bytes, code.extra_length, &accents_);
+    ++accent_chars_;
+  } else if (!accents_.empty()) {
+    accents_.back() = static_cast<char>(static_cast<uint8_t>(accents_.back()) + code.extra_bytes);
+  } else {
+    accents_.push_back(static_cast<char>(code.extra_bytes));
+    modifier_prefix_ = 1;
+  }
+}
+
+void Jet4KeyBuilder::AddUnprintable(const CharCode& code, size_t position) {
+  // The position counts accent-section bytes as Access lays them out at
+  // this point, including placeholders not yet written.
+  size_t offset = position;
+  if (accents_started_) offset = accents_.size() + (position - accent_chars_) - modifier_prefix_;
+  const uint32_t tag = (7 + 4 * offset) | 0x8000;
+  unprintables_.push_back(static_cast<char>((tag >> 8) & 0xFF));
+  unprintables_.push_back(static_cast<char>(tag & 0xFF));
+  unprintables_.push_back('\x06');
+  AppendPacked(code.extra_bytes, code.extra_length, &unprintables_);
+}
+
+void Jet4KeyBuilder::WriteFlags() {
+  // Trailing 3s carry no information; the rest are packed three to a byte.
+  while (!flags_.empty() && flags_.back() == 3) flags_.pop_back();
+  for (size_t i = 0; i < flags_.size(); i += 3) {
+    uint8_t byte = 0x80;
+    for (size_t k = 0; k < 3 && i + k < flags_.size(); ++k) byte |= flags_[i + k] << (4 - 2 * k);
+    key_->push_back(static_cast<char>(byte));
+  }
+  key_->append("\xFF\x02\x80\xFF\x80", 5);
+}
+
+void Jet4KeyBuilder::Finish() {
+  key_->push_back('\x01');
+  while (!accents_.empty() && static_cast<uint8_t>(accents_.back()) <= 0x02) accents_.pop_back();
+  const bool has_flags = !flags_.empty();
+  const bool has_unprintables = !unprintables_.empty();
+  key_->append(accents_);
+  if (has_flags || has_unprintables) {
+    key_->append("\x01\x01", 2);
+    if (has_flags) {
+      WriteFlags();
+      if (has_unprintables) key_->push_back('\xFF');
+    }
+    if (has_unprintables) {
+      key_->push_back('\x01');
+      key_->append(unprintables_);
+    }
+  }
+  key_->push_back('\x00');
+}
+
+// Jet 3 key: primary codes, then either 0x00 or a nibble string of accent
+// codes framed by zero nibbles, where 2 stands for each significant letter
+// since the previous accented one.
+class Jet3KeyBuilder {
+ public:
+  explicit Jet3KeyBuilder(std::string* key) : key_(key) {}
+
+  void Add(const CharCode& code);
+  void Finish();
+
+ private:
+  void PutNibble(uint8_t nibble);
+
+  std::string* key_;
+  size_t pending_letters_ = 0;
+  bool has_accents_ = false;
+  std::string nibbles_;
+  size_t nibble_count_ = 0;
+};
+
+void Jet3KeyBuilder::PutNibble(uint8_t nibble) {
+  if (nibble_count_ % 2 == 0) {
+    nibbles_.push_back(static_cast<char>((nibble & 0x0F) << 4));
+  } else {
+    nibbles_.back() = static_cast<char>(static_cast<uint8_t>(nibbles_.back()) | (nibble & 0x0F));
+  }
+  ++nibble_count_;
+}
+
+void Jet3KeyBuilder::Add(const CharCode& code) {
+  AppendPacked(code.inline_bytes, code.inline_length, key_);
+  if (code.kind == CharKind::kSignificant) {
+    ++pending_letters_;
+  } else if (code.kind == CharKind::kInternational) {
+    if (!has_accents_) PutNibble(0);
+    has_accents_ = true;
+    for (; pending_letters_ > 0; --pending_letters_) PutNibble(2);
+    PutNibble(static_cast<uint8_t>(code.extra_bytes));
+  }
+}
+
+void Jet3KeyBuilder::Finish() {
+  if (!has_accents_) {
+    key_->push_back('\x00');
+    return;
+  }
+  PutNibble(0);
+  key_->append(nibbles_);
+}
+
+// Builds the key; with `lenient`, characters outside the tables get a code
+// that sorts after every letter instead of failing.
+Status BuildKey(const std::u16string& units, SortOrderVersion version, bool lenient, std::string* key) {
+  key->clear();
+  if (version == SortOrderVersion::kGeneral97) {
+    Jet3KeyBuilder builder(key);
+    for (char16_t unit : units) {
+      const CharCode& code = general_sort::General97Code(unit);
+      if (code.kind == CharKind::kUncovered) {
+        if (!lenient) return UncoveredError(unit, "Jet 3 General");
+        AppendPacked(0xFFFF0000u | unit, 4, key);
+        continue;
+      }
+      builder.Add(code);
+    }
+    builder.Finish();
+    return Status::OK();
+  }
+  Jet4KeyBuilder builder(key);
+  for (char16_t unit : units) {
+    const CharCode& code = general_sort::GeneralCode(unit);
+    if (code.kind == CharKind::kUncovered) {
+      if (!lenient) return UncoveredError(unit, "General");
+      AppendPacked(0xFFFF0000u | unit, 4, key);
+      continue;
+    }
+    builder.Add(code);
+  }
+  builder.Finish();
+  return Status::OK();
+}
+
+}  // namespace
+
+Status GeneralSortKey(std::string_view utf8_text, SortOrderVersion version, std::string* key) {
+  std::u16string units;
+  if (!DecodeUtf8(utf8_text, /*lenient=*/false, &units)) {
+    return Status::InvalidArgument("text for an index key is not valid UTF-8");
+  }
+  TrimForIndex(&units);
+  return BuildKey(units, version, /*lenient=*/false, key);
+}
+
+int CompareGeneral(std::string_view utf8_a, std::string_view utf8_b) {
+  // Whole values are compared (no index truncation); texts with equal keys
+  // are equal, as Access's = and GROUP BY treat them.
+  std::u16string units_a, units_b;
+  DecodeUtf8(utf8_a, /*lenient=*/true, &units_a);
+  DecodeUtf8(utf8_b, /*lenient=*/true, &units_b);
+  std::string key_a, key_b;
+  BuildKey(units_a, SortOrderVersion::kGeneral, /*lenient=*/true, &key_a);
+  BuildKey(units_b, SortOrderVersion::kGeneral, /*lenient=*/true, &key_b);
+  const int c = key_a.compare(key_b);
+  return c < 0 ? -1 : c > 0 ? 1 : 0;
+}
+
+}  // namespace jet
