@@ -1,0 +1,194 @@
+#include "jet/database.h"
+
+#include <strings.h>
+
+#include <filesystem>
+#include <map>
+
+#include "storage/catalog_reader.h"
+#include "storage/table_scan.h"
+
+namespace jet {
+
+struct Database::Impl {
+  std::string path;
+  OpenOptions options;
+  std::unique_ptr<Pager> pager;
+  std::unique_ptr<TextReader> text;
+  CatalogContents catalog;
+  std::map<uint32_t, std::shared_ptr<const TableLayout>> layouts;  // by TDEF page
+  std::map<std::string, std::unique_ptr<Database>> linked;         // by resolved path
+
+  Status Layout(const CatalogEntry& entry, std::shared_ptr<const TableLayout>* out);
+  Status LinkedDatabase(const CatalogEntry& link, Database** db, Database* owner);
+};
+
+namespace {
+
+bool SameName(const std::string& a, const std::string& b) {
+  return strcasecmp(a.c_str(), b.c_str()) == 0;
+}
+
+bool IsTabular(ObjectKind kind) {
+  return kind == ObjectKind::kTable || kind == ObjectKind::kLinkedTable || kind == ObjectKind::kLinkedOdbc;
+}
+
+// Catalogue properties of the table and of each column, merged into its definition.
+void ApplyProperties(const ObjectProperties& props, TableDef* def) {
+  def->properties = props.object;
+  for (auto& col : def->columns) {
+    for (const auto& [name, map] : props.by_name) {
+      if (SameName(name, col.name)) col.properties = map;
+    }
+    if (const Value* required = col.properties.Find("Required");
+        required && required->type() == ColumnType::kBoolean && required->as_bool()) {
+      col.nullable = false;
+    }
+  }
+}
+
+Status MakeTextReader(const Pager& pager, const OpenOptions& options, std::unique_ptr<TextReader>* out) {
+  if (!pager.is_jet3()) {
+    *out = std::make_unique<TextReader>();
+    return Status::OK();
+  }
+  std::string encoding = options.text_encoding_override.empty() ? EncodingForCodePage(pager.code_page())
+                                                                 : options.text_encoding_override;
+  std::unique_ptr<CodePageDecoder> decoder;
+  JET_RETURN_IF_ERROR(CodePageDecoder::Create(encoding, &decoder));
+  *out = std::make_unique<TextReader>(std::move(decoder));
+  return Status::OK();
+}
+
+}  // namespace
+
+Status Database::Impl::Layout(const CatalogEntry& entry, std::shared_ptr<const TableLayout>* out) {
+  const uint32_t page = entry.tdef_page();
+  if (auto it = layouts.find(page); it != layouts.end()) {
+    *out = it->second;
+    return Status::OK();
+  }
+  auto layout = std::make_shared<TableLayout>();
+  JET_RETURN_IF_ERROR(ReadTableLayout(*pager, *text, page, layout.get()));
+  layout->def->name = entry.name;
+  if (auto it = catalog.properties.find(entry.id); it != catalog.properties.end()) {
+    ApplyProperties(it->second, layout->def.get());
+  }
+  layouts[page] = layout;
+  *out = layout;
+  return Status::OK();
+}
+
+Status Database::Impl::LinkedDatabase(const CatalogEntry& link, Database** db, Database* owner) {
+  std::string local;
+  JET_RETURN_IF_ERROR(owner->ResolveLink(link, &local));
+  auto& slot = linked[local];
+  if (!slot) {
+    OpenOptions linked_options = options;
+    linked_options.text_encoding_override.clear();
+    Status s = Database::Open(local, linked_options, &slot);
+    if (!s.ok()) return Status(s.code() == Status::Code::kNotFound
+                                   ? Status::NotFound("linked database not found: " + link.database, 3024)
+                                   : s);
+  }
+  *db = slot.get();
+  return Status::OK();
+}
+
+Database::Database(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+Database::~Database() = default;
+
+Status Database::Open(const std::string& path, const OpenOptions& options, std::unique_ptr<Database>* db) {
+  auto impl = std::make_unique<Impl>();
+  impl->path = path;
+  impl->options = options;
+  JET_RETURN_IF_ERROR(Pager::Open(path, &impl->pager));
+  JET_RETURN_IF_ERROR(MakeTextReader(*impl->pager, options, &impl->text));
+  Status s = ReadCatalog(*impl->pager, *impl->text, &impl->catalog);
+  if (!s.ok()) return Status::Corruption("cannot read the catalogue of " + path + ": " + s.message());
+  db->reset(new Database(std::move(impl)));
+  return Status::OK();
+}
+
+const std::string& Database::path() const { return impl_->path; }
+FileFormat Database::format() const { return impl_->pager->format(); }
+uint16_t Database::code_page() const { return impl_->pager->code_page(); }
+uint16_t Database::sort_order() const { return impl_->pager->sort_order(); }
+const std::vector<CatalogEntry>& Database::catalog() const { return impl_->catalog.entries; }
+
+const CatalogEntry* Database::FindObject(const std::string& name, ObjectKind kind) const {
+  for (const auto& e : impl_->catalog.entries) {
+    if (e.kind == kind && SameName(e.name, name)) return &e;
+  }
+  return nullptr;
+}
+
+const CatalogEntry* Database::FindTable(const std::string& name) const {
+  for (const auto& e : impl_->catalog.entries) {
+    if (IsTabular(e.kind) && SameName(e.name, name)) return &e;
+  }
+  return nullptr;
+}
+
+Status Database::ResolveLink(const CatalogEntry& link, std::string* local_path) const {
+  const std::string beside = std::filesystem::path(impl_->path).parent_path().string();
+  auto found = ResolveStoredPath(link.database, beside, impl_->options.folder_mappings);
+  if (!found) return Status::NotFound("linked database not found: " + link.database, 3024);
+  *local_path = *found;
+  return Status::OK();
+}
+
+Status Database::GetTableDef(const std::string& name, std::shared_ptr<const TableDef>* def) {
+  const CatalogEntry* entry = FindTable(name);
+  if (!entry) return Status::NotFound("no table named '" + name + "'", 3078);
+  if (entry->kind == ObjectKind::kLinkedOdbc) {
+    return Status::Unsupported("'" + name + "' is linked through '" + entry->connect + "', which cannot be read here");
+  }
+  if (entry->kind == ObjectKind::kLinkedTable) {
+    Database* linked = nullptr;
+    JET_RETURN_IF_ERROR(impl_->LinkedDatabase(*entry, &linked, this));
+    return linked->GetTableDef(entry->foreign_name, def);
+  }
+  std::shared_ptr<const TableLayout> layout;
+  JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
+  *def = layout->def;
+  return Status::OK();
+}
+
+Status Database::OpenTable(const std::string& name, std::unique_ptr<TableCursor>* cursor) {
+  const CatalogEntry* entry = FindTable(name);
+  if (!entry) return Status::NotFound("no table named '" + name + "'", 3078);
+  if (entry->kind == ObjectKind::kLinkedOdbc) {
+    return Status::Unsupported("'" + name + "' is linked through '" + entry->connect + "', which cannot be read here");
+  }
+  if (entry->kind == ObjectKind::kLinkedTable) {
+    Database* linked = nullptr;
+    JET_RETURN_IF_ERROR(impl_->LinkedDatabase(*entry, &linked, this));
+    return linked->OpenTable(entry->foreign_name, cursor);
+  }
+  std::shared_ptr<const TableLayout> layout;
+  JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
+  std::unique_ptr<TableScan> scan;
+  JET_RETURN_IF_ERROR(TableScan::Create(*impl_->pager, *impl_->text, layout, true, &scan));
+  *cursor = std::move(scan);
+  return Status::OK();
+}
+
+Status Database::CountRows(const std::string& name, uint64_t* count) {
+  const CatalogEntry* entry = FindTable(name);
+  if (!entry) return Status::NotFound("no table named '" + name + "'", 3078);
+  if (entry->kind != ObjectKind::kTable) {
+    std::unique_ptr<TableCursor> cursor;
+    JET_RETURN_IF_ERROR(OpenTable(name, &cursor));
+    for (*count = 0; cursor->Next();) ++*count;
+    return cursor->status();
+  }
+  std::shared_ptr<const TableLayout> layout;
+  JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
+  std::unique_ptr<TableScan> scan;
+  JET_RETURN_IF_ERROR(TableScan::Create(*impl_->pager, *impl_->text, layout, false, &scan));
+  for (*count = 0; scan->Next();) ++*count;
+  return scan->status();
+}
+
+}  // namespace jet

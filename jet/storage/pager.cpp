@@ -1,0 +1,121 @@
+#include "storage/pager.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+namespace jet {
+namespace {
+
+constexpr size_t kHeaderVersionOffset = 0x14;
+constexpr size_t kHeaderMaskOffset = 0x18;
+constexpr size_t kJet3MaskLength = 126;
+constexpr size_t kJet4MaskLength = 128;
+constexpr size_t kCodePageOffset = 0x3C;
+constexpr size_t kJet3SortOrderOffset = 0x3A;
+constexpr size_t kJet4SortOrderOffset = 0x6E;
+
+// The header page is scrambled with RC4 under a fixed key; unscramble a copy.
+void Rc4(const std::array<uint8_t, 4>& key, uint8_t* data, size_t length) {
+  std::array<uint8_t, 256> s;
+  for (int i = 0; i < 256; ++i) s[i] = static_cast<uint8_t>(i);
+  for (int i = 0, j = 0; i < 256; ++i) {
+    j = (j + s[i] + key[i % key.size()]) & 0xFF;
+    std::swap(s[i], s[j]);
+  }
+  for (size_t n = 0, i = 0, j = 0; n < length; ++n) {
+    i = (i + 1) & 0xFF;
+    j = (j + s[i]) & 0xFF;
+    std::swap(s[i], s[j]);
+    data[n] ^= s[(s[i] + s[j]) & 0xFF];
+  }
+}
+
+bool FormatFromVersion(uint8_t version, FileFormat* format) {
+  switch (version) {
+    case 0x00: *format = FileFormat::kJet3; return true;
+    case 0x01: *format = FileFormat::kJet4; return true;
+    case 0x02: *format = FileFormat::kAce12; return true;
+    case 0x03: *format = FileFormat::kAce14; return true;
+    case 0x04: *format = FileFormat::kAce15; return true;
+    case 0x05: *format = FileFormat::kAce16; return true;
+    case 0x06: *format = FileFormat::kAce17; return true;
+    default: return false;
+  }
+}
+
+}  // namespace
+
+Status Pager::Open(const std::string& path, std::unique_ptr<Pager>* pager) {
+  std::unique_ptr<Pager> p(new Pager());
+  p->fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (p->fd_ < 0) {
+    if (errno == ENOENT) return Status::NotFound("file not found: " + path);
+    return Status::IOError("cannot open " + path + ": " + std::strerror(errno));
+  }
+  struct stat st;
+  if (fstat(p->fd_, &st) != 0) return Status::IOError("cannot stat " + path);
+  if (!S_ISREG(st.st_mode)) return Status::InvalidArgument("not a regular file: " + path);
+  if (st.st_size < 2048) return Status::Corruption("not an Access database (file too small): " + path);
+  p->map_size_ = static_cast<size_t>(st.st_size);
+  void* m = mmap(nullptr, p->map_size_, PROT_READ, MAP_PRIVATE, p->fd_, 0);
+  if (m == MAP_FAILED) return Status::IOError("cannot map " + path + ": " + std::strerror(errno));
+  p->map_ = static_cast<const uint8_t*>(m);
+  JET_RETURN_IF_ERROR(p->DecodeHeader());
+  *pager = std::move(p);
+  return Status::OK();
+}
+
+Pager::~Pager() {
+  if (map_) munmap(const_cast<uint8_t*>(map_), map_size_);
+  if (fd_ >= 0) ::close(fd_);
+}
+
+Status Pager::DecodeHeader() {
+  static constexpr char kJetMagic[] = "Standard Jet DB";
+  static constexpr char kAceMagic[] = "Standard ACE DB";
+  if (map_[0] != 0x00 || (std::memcmp(map_ + 4, kJetMagic, 15) != 0 &&
+                          std::memcmp(map_ + 4, kAceMagic, 15) != 0)) {
+    return Status::Corruption("not an Access database (no Jet header)");
+  }
+  if (!FormatFromVersion(map_[kHeaderVersionOffset], &format_)) {
+    return Status::Unsupported("unsupported format: unknown Jet version byte " +
+                               std::to_string(map_[kHeaderVersionOffset]));
+  }
+  page_size_ = is_jet3() ? 2048 : 4096;
+  page_count_ = static_cast<uint32_t>(map_size_ / page_size_);
+
+  std::array<uint8_t, 256> header;
+  std::memcpy(header.data(), map_, header.size());
+  Rc4({0xC7, 0xDA, 0x39, 0x6B}, header.data() + kHeaderMaskOffset,
+      is_jet3() ? kJet3MaskLength : kJet4MaskLength);
+  code_page_ = Get16(header.data() + kCodePageOffset);
+  sort_order_ = Get16(header.data() + (is_jet3() ? kJet3SortOrderOffset : kJet4SortOrderOffset));
+  return Status::OK();
+}
+
+Status Pager::ReadPage(uint32_t number, Page* page) const {
+  if (number >= page_count_) {
+    return Status::Corruption("page " + std::to_string(number) + " is beyond the end of the file (" +
+                              std::to_string(page_count_) + " pages)");
+  }
+  *page = Page(map_ + size_t(number) * page_size_, page_size_);
+  return Status::OK();
+}
+
+Status Pager::ReadPageOfType(uint32_t number, PageType type, Page* page) const {
+  JET_RETURN_IF_ERROR(ReadPage(number, page));
+  if ((*page)[0] != static_cast<uint8_t>(type)) {
+    return Status::Corruption("page " + std::to_string(number) + " has type " +
+                              std::to_string((*page)[0]) + ", expected " +
+                              std::to_string(static_cast<int>(type)));
+  }
+  return Status::OK();
+}
+
+}  // namespace jet

@@ -1,0 +1,34 @@
+// RowDecoder: one stored row (fixed area, variable area, offset table, null
+// mask) into the values of a table's columns.
+#pragma once
+
+#include "jet/value.h"
+#include "storage/byte_span.h"
+#include "storage/table_layout.h"
+#include "storage/text_reader.h"
+
+namespace jet {
+
+class RowDecoder {
+ public:
+  RowDecoder(const Pager& pager, const TextReader& text, const TableLayout& layout)
+      : pager_(pager), text_(text), layout_(layout) {}
+
+  Status Decode(ByteSpan row, Row* values) const;
+
+ private:
+
+  Status ReadVarOffsets(ByteSpan row, size_t mask_length, uint16_t var_count,
+                        std::vector<uint16_t>* offsets) const;
+  Status DecodeFixed(const ColumnDef& col, const uint8_t* p, Value* v) const;
+  Status DecodeVariable(const ColumnDef& col, ByteSpan bytes, Value* v) const;
+
+  const Pager& pager_;
+  const TextReader& text_;
+  const TableLayout& layout_;
+};
+
+// The size in the fixed area of a fixed-length type (0 for variable types).
+size_t FixedSize(ColumnType type);
+
+}  // namespace jet

@@ -1,0 +1,87 @@
+#include "storage/table_scan.h"
+
+#include "storage/data_page.h"
+#include "storage/usage_map.h"
+
+namespace jet {
+
+TableScan::TableScan(const Pager& pager, const TextReader& text,
+                     std::shared_ptr<const TableLayout> layout, bool decode)
+    : TableCursor(layout->def), pager_(pager), layout_(layout), decoder_(pager, text, *layout),
+      decode_(decode) {}
+
+Status TableScan::Create(const Pager& pager, const TextReader& text,
+                         std::shared_ptr<const TableLayout> layout, bool decode,
+                         std::unique_ptr<TableScan>* scan) {
+  std::unique_ptr<TableScan> s(new TableScan(pager, text, layout, decode));
+  std::vector<uint32_t> mapped;
+  JET_RETURN_IF_ERROR(ReadUsageMap(pager, layout->usage_map, &mapped));
+  // Keep only data pages that still belong to this table: a map may name a
+  // page that was freed and reused since.
+  const uint32_t owner = layout->def->tdef_page;
+  for (uint32_t p : mapped) {
+    Page page;
+    JET_RETURN_IF_ERROR(pager.ReadPage(p, &page));
+    if (page[0] != static_cast<uint8_t>(PageType::kData)) continue;
+    DataPage data(page, pager.is_jet3());
+    if (data.owner() != owner) continue;
+    s->pages_.push_back(p);
+    // Note where overflow pointers lead so those rows are not read twice.
+    for (uint16_t r = 0; r < data.row_count(); ++r) {
+      RowSlot slot;
+      ByteSpan bytes(nullptr, 0);
+      if (!data.RowBytes(r, &bytes, &slot).ok() || slot.deleted || !slot.overflow) continue;
+      if (bytes.size() >= 4) s->moved_rows_.insert(bytes.U32(0));
+    }
+  }
+  *scan = std::move(s);
+  return Status::OK();
+}
+
+bool TableScan::Advance(ByteSpan* bytes) {
+  while (page_index_ < pages_.size()) {
+    const uint32_t page_no = pages_[page_index_];
+    Page page;
+    if (Status s = pager_.ReadPage(page_no, &page); !s.ok()) return Fail(s);
+    DataPage data(page, pager_.is_jet3());
+    if (next_row_ >= data.row_count()) {
+      ++page_index_;
+      next_row_ = 0;
+      continue;
+    }
+    const uint16_t r = next_row_++;
+    RowSlot slot;
+    if (Status s = data.RowBytes(r, bytes, &slot); !s.ok()) return Fail(s);
+    if (slot.deleted || moved_rows_.count(page_no << 8 | r)) continue;
+    id_ = {page_no, r};
+    if (!slot.overflow) return true;
+
+    // Follow the pointer (one hop: Access never chains them).
+    if (bytes->size() < 4) return Fail(Status::Corruption("overflow row pointer is truncated"));
+    const uint32_t target = bytes->U32(0);
+    Page target_page;
+    if (Status s = pager_.ReadPageOfType(PointerPage(target), PageType::kData, &target_page); !s.ok()) {
+      return Fail(s);
+    }
+    if (Status s = DataPage(target_page, pager_.is_jet3()).RowBytes(PointerRow(target), bytes, &slot); !s.ok()) {
+      return Fail(s);
+    }
+    return true;
+  }
+  return false;
+}
+
+bool TableScan::Next() {
+  if (!status_.ok()) return false;
+  ByteSpan bytes(nullptr, 0);
+  if (!Advance(&bytes)) return false;
+  if (!decode_) return true;
+  Status s = decoder_.Decode(bytes, &row_);
+  if (!s.ok()) {
+    return Fail(Status::Corruption(s.message() + " (table '" + def().name + "', page " +
+                                   std::to_string(id_.page) + " row " + std::to_string(id_.row) + ")"));
+  }
+  return true;
+}
+
+}  // namespace jet

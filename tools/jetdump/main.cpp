@@ -1,0 +1,170 @@
+// jetdump: the engine's support tool. Lists a database's tables, prints their
+// schema, and prints any table as canonical CSV.
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "jet/database.h"
+#include "jet/text_form.h"
+#include "schema_printer.h"
+
+namespace {
+
+const char kUsage[] =
+    "Usage: jetdump [OPTIONS] FILE\n"
+    "Inspect an Access (Jet) database.\n"
+    "\n"
+    "  (no option)          list the tables: name, kind, live row count\n"
+    "  --schema [TABLE]     print columns (type, size, properties) and indexes\n"
+    "                       (columns, flags, distinct count) of every or one table\n"
+    "  --csv TABLE          print TABLE as CSV in the canonical text form\n"
+    "  --queries            list the saved queries\n"
+    "  --system             include system tables in the list\n"
+    "  --encoding NAME      decode Jet 3 text as NAME (an iconv name such as GBK)\n"
+    "                       instead of the code page the file claims\n"
+    "  --map WINDIR=DIR     resolve linked files under the Windows folder WINDIR\n"
+    "                       in the local folder DIR (may be repeated)\n"
+    "  --help               show this help\n"
+    "\n"
+    "Canonical CSV: fields joined by ',', records ended by '\\n', a header row of\n"
+    "column names; Null is \\N; booleans 1/0; dates yyyy-MM-dd HH:mm:ss[.SSS];\n"
+    "binary as lowercase hex.\n";
+
+struct Options {
+  std::string file;
+  enum class Mode { kList, kSchema, kCsv, kQueries } mode = Mode::kList;
+  std::string table;
+  bool system = false;
+  jet::OpenOptions open;
+};
+
+int Fail(const std::string& message) {
+  std::fprintf(stderr, "jetdump: %s\n", message.c_str());
+  return 1;
+}
+
+bool ParseArgs(int argc, char** argv, Options* o, std::string* error) {
+  for (int i = 1; i < argc; ++i) {
+    std::string a = argv[i];
+    auto value = [&](std::string* out) {
+      if (i + 1 >= argc) {
+        *error = a + " needs a value";
+        return false;
+      }
+      *out = argv[++i];
+      return true;
+    };
+    if (a == "--help" || a == "-h") {
+      std::fputs(kUsage, stdout);
+      std::exit(0);
+    } else if (a == "--schema") {
+      o->mode = Options::Mode::kSchema;
+      if (i + 2 < argc && argv[i + 1][0] != '-') o->table = argv[++i];
+    } else if (a == "--csv") {
+      o->mode = Options::Mode::kCsv;
+      if (!value(&o->table)) return false;
+    } else if (a == "--queries") {
+      o->mode = Options::Mode::kQueries;
+    } else if (a == "--system") {
+      o->system = true;
+    } else if (a == "--encoding") {
+      if (!value(&o->open.text_encoding_override)) return false;
+    } else if (a == "--map") {
+      std::string m;
+      if (!value(&m)) return false;
+      size_t eq = m.find('=');
+      if (eq == std::string::npos) {
+        *error = "--map takes WINDIR=DIR";
+        return false;
+      }
+      o->open.folder_mappings.push_back({m.substr(0, eq), m.substr(eq + 1)});
+    } else if (!a.empty() && a[0] == '-') {
+      *error = "unknown option " + a;
+      return false;
+    } else if (o->file.empty()) {
+      o->file = a;
+    } else {
+      *error = "more than one database given";
+      return false;
+    }
+  }
+  if (o->file.empty()) *error = "no database given";
+  return error->empty();
+}
+
+const char* KindName(jet::ObjectKind kind) {
+  switch (kind) {
+    case jet::ObjectKind::kTable: return "table";
+    case jet::ObjectKind::kLinkedTable: return "linked";
+    case jet::ObjectKind::kLinkedOdbc: return "linked-odbc";
+    default: return "other";
+  }
+}
+
+int ListTables(jet::Database& db, bool system) {
+  std::string out;
+  for (const auto& e : db.catalog()) {
+    const bool tabular = e.kind == jet::ObjectKind::kTable || e.kind == jet::ObjectKind::kLinkedTable ||
+                         e.kind == jet::ObjectKind::kLinkedOdbc;
+    if (!tabular || (e.system && !system)) continue;
+    std::string rows = "?";
+    uint64_t count = 0;
+    if (jet::Status s = db.CountRows(e.name, &count); s.ok()) rows = std::to_string(count);
+    out += e.name + "\t" + KindName(e.kind) + (e.system ? " (system)" : "") + "\t" + rows;
+    if (e.kind != jet::ObjectKind::kTable) {
+      out += "\t" + e.database + "\t" + e.foreign_name + "\t" + e.connect;
+      if (!e.source_file.empty()) out += "\t" + e.source_file;
+    }
+    out += "\n";
+  }
+  std::fwrite(out.data(), 1, out.size(), stdout);
+  return 0;
+}
+
+int PrintCsv(jet::Database& db, const std::string& table) {
+  std::unique_ptr<jet::TableCursor> cursor;
+  if (jet::Status s = db.OpenTable(table, &cursor); !s.ok()) return Fail(s.ToString());
+  std::vector<std::string> names;
+  for (const auto& c : cursor->def().columns) names.push_back(c.name);
+  std::string out;
+  jet::AppendCsvHeader(&out, names);
+  while (cursor->Next()) {
+    jet::AppendCsvRecord(&out, cursor->row());
+    if (out.size() > (1 << 20)) {
+      std::fwrite(out.data(), 1, out.size(), stdout);
+      out.clear();
+    }
+  }
+  std::fwrite(out.data(), 1, out.size(), stdout);
+  if (!cursor->status().ok()) return Fail(cursor->status().ToString());
+  return 0;
+}
+
+int ListQueries(jet::Database& db) {
+  for (const auto& e : db.catalog()) {
+    if (e.kind == jet::ObjectKind::kQuery) std::printf("%s\n", e.name.c_str());
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options o;
+  std::string error;
+  if (!ParseArgs(argc, argv, &o, &error)) {
+    std::fprintf(stderr, "jetdump: %s\n\n%s", error.c_str(), kUsage);
+    return 2;
+  }
+  std::unique_ptr<jet::Database> db;
+  if (jet::Status s = jet::Database::Open(o.file, o.open, &db); !s.ok()) return Fail(s.ToString());
+  switch (o.mode) {
+    case Options::Mode::kList: return ListTables(*db, o.system);
+    case Options::Mode::kSchema: return jetdump::PrintSchema(*db, o.table, o.system);
+    case Options::Mode::kCsv: return PrintCsv(*db, o.table);
+    case Options::Mode::kQueries: return ListQueries(*db);
+  }
+  return 0;
+}
