@@ -5,6 +5,7 @@
 // first and by accents second, the way Access sorts.
 #include "jet/sort_order.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <vector>
 
@@ -100,7 +101,7 @@ void Jet4KeyBuilder::Add(const CharCode& code) {
   const size_t position = char_position_;
   if (code.inline_length > 0) {
     AppendPacked(code.inline_bytes, code.inline_length, key_);
-    ++char_position_;
+    char_position_ += general_sort::GeneralLetterCount(code);
   }
   switch (code.kind) {
     case CharKind::kInternational:
@@ -126,8 +127,9 @@ void Jet4KeyBuilder::AddAccent(const CharCode& code, size_t position) {
     accent_chars_ = position;
   }
   if (code.kind != CharKind::kAccentModifier) {
+    // A ligature carries one accent code per letter.
     AppendPacked(code.extra_bytes, code.extra_length, &accents_);
-    ++accent_chars_;
+    accent_chars_ += std::max(1, general_sort::GeneralLetterCount(code));
   } else if (!accents_.empty()) {
     accents_.back() = static_cast<char>(static_cast<uint8_t>(accents_.back()) + code.extra_bytes);
   } else {
@@ -210,8 +212,8 @@ void Jet3KeyBuilder::PutNibble(uint8_t nibble) {
 
 void Jet3KeyBuilder::Add(const CharCode& code) {
   AppendPacked(code.inline_bytes, code.inline_length, key_);
-  if (code.kind == CharKind::kSignificant) {
-    ++pending_letters_;
+  if (code.kind == CharKind::kSignificant || code.kind == CharKind::kSimple) {
+    pending_letters_ += general_sort::General97SignificantCount(code);
   } else if (code.kind == CharKind::kInternational) {
     if (!has_accents_) PutNibble(0);
     has_accents_ = true;

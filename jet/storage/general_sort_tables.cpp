@@ -1,6 +1,7 @@
 #include "storage/general_sort_tables.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 
 namespace jet::general_sort {
@@ -33,7 +34,45 @@ struct General97Mapping {
 
 constexpr CharCode kUncoveredCode = {CharKind::kUncovered, 0, 0, 0, 0, 0};
 
+using ByteSet = std::array<bool, 256>;
+
+// A code byte that some character has as its whole one-byte code is a
+// letter by itself; any other byte starts a two-byte letter code.
+ByteSet OneByteLetterCodes() {
+  ByteSet set{};
+  for (const CharCode& code : kGeneralCodes) {
+    if (code.inline_length == 1) set[code.inline_bytes & 0xFF] = true;
+  }
+  return set;
+}
+
+ByteSet SignificantCodes97() {
+  ByteSet set{};
+  for (const CharCode& code : kGeneral97Codes) {
+    if (code.kind == CharKind::kSignificant) set[code.inline_bytes & 0xFF] = true;
+  }
+  return set;
+}
+
+uint8_t InlineByte(const CharCode& code, int index) {
+  return static_cast<uint8_t>(code.inline_bytes >> (8 * (code.inline_length - 1 - index)));
+}
+
 }  // namespace
+
+int GeneralLetterCount(const CharCode& code) {
+  static const ByteSet one_byte_letters = OneByteLetterCodes();
+  int letters = 0;
+  for (int i = 0; i < code.inline_length; ++letters) i += one_byte_letters[InlineByte(code, i)] ? 1 : 2;
+  return letters;
+}
+
+int General97SignificantCount(const CharCode& code) {
+  static const ByteSet significant = SignificantCodes97();
+  int count = 0;
+  for (int i = 0; i < code.inline_length; ++i) count += significant[InlineByte(code, i)];
+  return count;
+}
 
 const CharCode& GeneralCode(char16_t unit) { return kGeneralCodes[unit]; }
 

@@ -34,4 +34,12 @@ const CharCode& GeneralCode(char16_t unit);
 // Jet 3 General: the Windows-1252 repertoire; kUncovered for anything else.
 const CharCode& General97Code(char16_t unit);
 
+// Letters a Jet 4 code stands for: ligatures such as "ß" (coded as "ss") count
+// once per letter where Access numbers positions in a key.
+int GeneralLetterCount(const CharCode& code);
+
+// Jet 3: how many of the letters a code stands for are significant ones
+// (those with accented forms), which Jet 3 counts for accent positions.
+int General97SignificantCount(const CharCode& code);
+
 }  // namespace jet::general_sort

@@ -11,13 +11,14 @@ struct IndexPageLayout {
   size_t prev_page;
   size_t next_page;
   size_t tail_page;
-  size_t prefix_length;
+  size_t prefix_length;  // one byte in Jet 3 (the next one flags intermediate pages), two in Jet 4
+  bool prefix_length_is_byte;
   size_t entry_mask;
   size_t entry_mask_size;
 };
 
-constexpr IndexPageLayout kJet3Layout = {8, 12, 16, 20, 22, 226};
-constexpr IndexPageLayout kJet4Layout = {12, 16, 20, 24, 27, 453};
+constexpr IndexPageLayout kJet3Layout = {8, 12, 16, 20, true, 22, 226};
+constexpr IndexPageLayout kJet4Layout = {12, 16, 20, 24, false, 27, 453};
 
 // Row pointers and child pointers are big-endian, unlike the header.
 uint32_t BigEndian(const std::string& bytes, size_t offset, int length) {
@@ -57,7 +58,7 @@ Status DecodeIndexPage(Page page, bool jet3, IndexPage* out) {
   out->next_page = Get32(p + layout.next_page);
   out->tail_page = Get32(p + layout.tail_page);
   out->entries.clear();
-  const size_t prefix_length = Get16(p + layout.prefix_length);
+  const size_t prefix_length = layout.prefix_length_is_byte ? p[layout.prefix_length] : Get16(p + layout.prefix_length);
 
   std::string shared_prefix;
   size_t entry_start = 0;

@@ -89,6 +89,7 @@ Status CodePageDecoder::Create(const std::string& encoding, std::unique_ptr<Code
   }
   std::unique_ptr<CodePageDecoder> d(new CodePageDecoder());
   d->cd_ = cd;
+  d->single_byte_ = encoding.rfind("CP125", 0) == 0 || encoding == "CP874";
   *decoder = std::move(d);
   return Status::OK();
 }
@@ -108,11 +109,15 @@ std::string CodePageDecoder::Decode(const uint8_t* data, size_t length) const {
   size_t out_left = out.size();
   while (in_left > 0) {
     if (iconv(cd, &in, &in_left, &dst, &out_left) != static_cast<size_t>(-1)) break;
-    // An unmappable or truncated byte: show it as U+FFFD and go on.
+    // An unmappable byte. Windows maps the holes of its single-byte code
+    // pages (0x81, 0x8D, ... in 1252) to the C1 control of the same value;
+    // elsewhere the byte becomes U+FFFD.
     if (out_left < 3) break;
-    std::memcpy(dst, "\xEF\xBF\xBD", 3);
-    dst += 3;
-    out_left -= 3;
+    std::string replacement;
+    AppendCodePoint(single_byte_ ? static_cast<uint8_t>(*in) : 0xFFFD, &replacement);
+    std::memcpy(dst, replacement.data(), replacement.size());
+    dst += replacement.size();
+    out_left -= replacement.size();
     ++in;
     --in_left;
   }

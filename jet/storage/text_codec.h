@@ -28,6 +28,7 @@ class CodePageDecoder {
  private:
   CodePageDecoder() = default;
   void* cd_ = nullptr;  // iconv_t
+  bool single_byte_ = false;
 };
 
 // The iconv name for a Windows code page number (1252 -> "CP1252").
