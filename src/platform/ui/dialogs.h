@@ -50,6 +50,10 @@ class Dialogs {
   virtual std::optional<QString> ShowSave(const FileDialogRequest& request) = 0;
 };
 
+// What a cancelled file dialog answers: nullopt, or AppError(cdlCancel,
+// "Cancel was selected.") when the request asks for cancel as an error.
+std::optional<QString> AnswerToCancel(const FileDialogRequest& request);
+
 // The process-wide service; the Qt one unless a test installed another.
 Dialogs& dialogs();
 void setDialogs(Dialogs* service);  // nullptr restores the Qt implementation
