@@ -31,9 +31,7 @@ bool Guarded(const std::function<void()>& work, const ErrorReport& report) {
 }
 
 ErrorReport ReportWithErrorDisplay(const CError& reporter, const QString& message, int style) {
-  return [&reporter, message, style](const platform::AppError& error) {
-    reporter.ErrorDisplay(message, style, error);
-  };
+  return [&reporter, message, style](const platform::AppError& error) { reporter.ErrorDisplay(message, style, error); };
 }
 
 ErrorReport ReportForOperation(const QString& context, const QString& sentence) {

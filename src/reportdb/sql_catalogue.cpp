@@ -20,8 +20,9 @@ QString WhereEqualsText(const QString& field, const QString& name) {
 // selected columns and the order.
 QString ReportMembers(const QString& selectList, Key outputId, const QString& orderBy) {
   return selectList +
-         QStringLiteral("FROM tblUserQueries INNER JOIN tblExportableResults_UserQueries ON "
-                        "tblUserQueries.QueryID = tblExportableResults_UserQueries.QueryID ") +
+         QStringLiteral(
+             "FROM tblUserQueries INNER JOIN tblExportableResults_UserQueries ON "
+             "tblUserQueries.QueryID = tblExportableResults_UserQueries.QueryID ") +
          QStringLiteral("Where (((tblExportableResults_UserQueries.OutputID) =") + Decimal(outputId) +
          QStringLiteral(")) ") + orderBy;
 }
@@ -35,6 +36,15 @@ const QString kReportKey = QStringLiteral("tblExportableResults.OutputID");
 const QString kLinkReportKey = QStringLiteral("tblExportableResults_UserQueries.OutputID");
 const QString kQueryKey = QStringLiteral("tblUserQueries.QueryID");
 
+// Columns of one report or of one user query, chosen by its key.
+QString OneReport(const QString& selectList, Key outputId) {
+  return selectList + kFromReports + WhereEquals(kReportKey, outputId);
+}
+
+QString OneUserQuery(const QString& selectList, Key queryId) {
+  return selectList + kFromUserQueries + WhereEquals(kQueryKey, queryId);
+}
+
 }  // namespace
 
 QString ReportByName(const QString& name) {
@@ -43,43 +53,35 @@ QString ReportByName(const QString& name) {
 }
 
 QString ReportList() {
-  return QStringLiteral("SELECT tblExportableResults.OutputID, tblExportableResults.Abbreviation ") +
-         kFromReports + QStringLiteral("ORDER BY tblExportableResults.Abbreviation;");
+  return QStringLiteral("SELECT tblExportableResults.OutputID, tblExportableResults.Abbreviation ") + kFromReports +
+         QStringLiteral("ORDER BY tblExportableResults.Abbreviation;");
 }
 
 QString ReportDetails(Key outputId) {
-  return QStringLiteral(
-             "SELECT tblExportableResults.DateCreated, tblExportableResults.Author, "
-             "tblExportableResults.Description ") +
-         kFromReports + WhereEquals(kReportKey, outputId);
+  return OneReport(QStringLiteral("SELECT tblExportableResults.DateCreated, tblExportableResults.Author, "
+                                  "tblExportableResults.Description "),
+                   outputId);
 }
 
 QString ReportHeaderForRun(Key outputId) {
-  return QStringLiteral(
-             "SELECT tblExportableResults.Author, tblExportableResults.Abbreviation, "
-             "tblExportableResults.Description ") +
-         kFromReports + WhereEquals(kReportKey, outputId);
+  return OneReport(QStringLiteral("SELECT tblExportableResults.Author, tblExportableResults.Abbreviation, "
+                                  "tblExportableResults.Description "),
+                   outputId);
 }
 
 QString UpdateReportDescription(Key outputId, const QString& description) {
-  return QStringLiteral("UPDATE tblExportableResults SET ") +
-         QStringLiteral("tblExportableResults.Description = '") + description + QStringLiteral("' ") +
-         WhereEquals(kReportKey, outputId);
+  return QStringLiteral("UPDATE tblExportableResults SET ") + QStringLiteral("tblExportableResults.Description = '") +
+         description + QStringLiteral("' ") + WhereEquals(kReportKey, outputId);
 }
 
-QString DeleteReport(Key outputId) {
-  return QStringLiteral("DELETE tblExportableResults.* ") + kFromReports + WhereEquals(kReportKey, outputId);
-}
+QString DeleteReport(Key outputId) { return OneReport(QStringLiteral("DELETE tblExportableResults.* "), outputId); }
 
 QString DeleteReportLinks(Key outputId) {
-  return QStringLiteral(
-             "DELETE tblExportableResults_UserQueries.QueryID, tblExportableResults_UserQueries.OutputID ") +
+  return QStringLiteral("DELETE tblExportableResults_UserQueries.QueryID, tblExportableResults_UserQueries.OutputID ") +
          QStringLiteral("From tblExportableResults_UserQueries ") + WhereEquals(kLinkReportKey, outputId);
 }
 
-QString ReportMembersByName(Key outputId) {
-  return ReportMembers(kSelectKeyAndName, outputId, kOrderByQueryName);
-}
+QString ReportMembersByName(Key outputId) { return ReportMembers(kSelectKeyAndName, outputId, kOrderByQueryName); }
 
 QString ReportMembersForTree(Key outputId) {
   return ReportMembers(QStringLiteral("SELECT tblUserQueries.QueryName, tblExportableResults_UserQueries.QueryID "),
@@ -127,61 +129,61 @@ QString UserQueriesNotInKeys(const QVector<Key>& keys) {
 }
 
 QString QueryDestination(Key queryId) {
-  return QStringLiteral(
-             "SELECT tblUserQueries.QueryID, tblUserQueries.Author, tblUserQueries.ExcelTemplate, "
-             "tblUserQueries.ExcelSheetName, tblUserQueries.ExcelTargetRow, tblUserQueries.ExcelTargetColumn, "
-             "tblUserQueries.ExcelMacros ") +
-         kFromUserQueries + WhereEquals(kQueryKey, queryId);
+  return OneUserQuery(
+      QStringLiteral("SELECT tblUserQueries.QueryID, tblUserQueries.Author, tblUserQueries.ExcelTemplate, "
+                     "tblUserQueries.ExcelSheetName, tblUserQueries.ExcelTargetRow, tblUserQueries.ExcelTargetColumn, "
+                     "tblUserQueries.ExcelMacros "),
+      queryId);
 }
 
 QString QueryDestinationForProperties(Key queryId) {
-  return QStringLiteral(
-             "SELECT tblUserQueries.ExcelTemplate, tblUserQueries.ExcelSheetName, tblUserQueries.ExcelTargetRow, "
-             "tblUserQueries.ExcelTargetColumn, tblUserQueries.ExcelMacros, tblUserQueries.Author ") +
-         kFromUserQueries + WhereEquals(kQueryKey, queryId);
+  return OneUserQuery(
+      QStringLiteral(
+          "SELECT tblUserQueries.ExcelTemplate, tblUserQueries.ExcelSheetName, tblUserQueries.ExcelTargetRow, "
+          "tblUserQueries.ExcelTargetColumn, tblUserQueries.ExcelMacros, tblUserQueries.Author "),
+      queryId);
 }
 
 QString QueryParameters(Key queryId) {
-  return QStringLiteral("SELECT tblUserQueries.QueryID, tblUserQueries.Author, tblUserQueries.DefaultQueryParameters ") +
-         kFromUserQueries + WhereEquals(kQueryKey, queryId);
+  return OneUserQuery(
+      QStringLiteral("SELECT tblUserQueries.QueryID, tblUserQueries.Author, tblUserQueries.DefaultQueryParameters "),
+      queryId);
 }
 
 QString QueryParametersForProperties(Key queryId) {
-  return QStringLiteral("SELECT tblUserQueries.DefaultQueryParameters ") + kFromUserQueries +
-         WhereEquals(kQueryKey, queryId);
+  return OneUserQuery(QStringLiteral("SELECT tblUserQueries.DefaultQueryParameters "), queryId);
 }
 
 QString UserQueryForRun(Key queryId) {
-  return QStringLiteral(
-             "SELECT tblUserQueries.ExcelTemplate, tblUserQueries.ExcelSheetName, tblUserQueries.ExcelTargetRow, "
-             "tblUserQueries.ExcelTargetColumn, tblUserQueries.QueryName, tblUserQueries.DefaultQueryParameters, "
-             "tblUserQueries.ExcelMacros ") +
-         kFromUserQueries + WhereEquals(kQueryKey, queryId);
+  return OneUserQuery(
+      QStringLiteral(
+          "SELECT tblUserQueries.ExcelTemplate, tblUserQueries.ExcelSheetName, tblUserQueries.ExcelTargetRow, "
+          "tblUserQueries.ExcelTargetColumn, tblUserQueries.QueryName, tblUserQueries.DefaultQueryParameters, "
+          "tblUserQueries.ExcelMacros "),
+      queryId);
 }
 
 QString UpdateQueryDestination(Key queryId, const QString& templatePath, const QString& sheetName,
-                               std::int16_t targetRow, std::int16_t targetColumn,
-                               const QString& macroList, const QString& userName) {
+                               std::int16_t targetRow, std::int16_t targetColumn, const QString& macroList,
+                               const QString& userName) {
   return QStringLiteral("UPDATE tblUserQueries SET tblUserQueries.ExcelTemplate = ") +
          QuoteSqlText(TrimBlanks(templatePath)) + QStringLiteral(", ") +
          QStringLiteral("tblUserQueries.ExcelSheetName = ") + QuoteSqlText(TrimBlanks(sheetName)) +
          QStringLiteral(", ") + QStringLiteral("tblUserQueries.ExcelTargetRow = ") + Decimal(targetRow) +
          QStringLiteral(", ") + QStringLiteral("tblUserQueries.ExcelTargetColumn = ") + Decimal(targetColumn) +
-         QStringLiteral(", ") + QStringLiteral("tblUserQueries.ExcelMacros = ") +
-         QuoteSqlText(TrimBlanks(macroList)) + QStringLiteral(", ") + QStringLiteral("tblUserQueries.Author = ") +
-         QuoteSqlText(TrimBlanks(userName)) + QStringLiteral(" ") + WhereEquals(kQueryKey, queryId);
+         QStringLiteral(", ") + QStringLiteral("tblUserQueries.ExcelMacros = ") + QuoteSqlText(TrimBlanks(macroList)) +
+         QStringLiteral(", ") + QStringLiteral("tblUserQueries.Author = ") + QuoteSqlText(TrimBlanks(userName)) +
+         QStringLiteral(" ") + WhereEquals(kQueryKey, queryId);
 }
 
 QString UpdateQueryParameters(Key queryId, const QString& parameterList, const QString& userName) {
   return QStringLiteral("UPDATE tblUserQueries SET tblUserQueries.DefaultQueryParameters = ") +
-         QuoteSqlText(TrimBlanks(parameterList)) + QStringLiteral(", ") +
-         QStringLiteral("tblUserQueries.Author = ") + QuoteSqlText(TrimBlanks(userName)) + QStringLiteral(" ") +
-         WhereEquals(kQueryKey, queryId);
+         QuoteSqlText(TrimBlanks(parameterList)) + QStringLiteral(", ") + QStringLiteral("tblUserQueries.Author = ") +
+         QuoteSqlText(TrimBlanks(userName)) + QStringLiteral(" ") + WhereEquals(kQueryKey, queryId);
 }
 
 QString DeleteUserQuery(Key queryId) {
-  return QStringLiteral("DELETE tblUserQueries.*, tblUserQueries.QueryID ") + kFromUserQueries +
-         WhereEquals(kQueryKey, queryId);
+  return OneUserQuery(QStringLiteral("DELETE tblUserQueries.*, tblUserQueries.QueryID "), queryId);
 }
 
 }  // namespace reportdb::sql

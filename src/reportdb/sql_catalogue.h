@@ -77,8 +77,8 @@ QString UserQueryForRun(Key queryId);
 // user's login name: a query's Author is always whoever changed it last,
 // never what a dialog showed.
 QString UpdateQueryDestination(Key queryId, const QString& templatePath, const QString& sheetName,
-                               std::int16_t targetRow, std::int16_t targetColumn,
-                               const QString& macroList, const QString& userName);
+                               std::int16_t targetRow, std::int16_t targetColumn, const QString& macroList,
+                               const QString& userName);
 QString UpdateQueryParameters(Key queryId, const QString& parameterList, const QString& userName);
 QString DeleteUserQuery(Key queryId);
 

@@ -1,11 +1,12 @@
 // The wordings are compared whole: users and the support line know these
 // messages by their exact text.
+#include "app/cerror.h"
+
 #include <gtest/gtest.h>
 
 #include <ostream>
 #include <stdexcept>
 
-#include "app/cerror.h"
 #include "app/error_guard.h"
 #include "platform/ui/scripted_dialogs.h"
 
@@ -53,12 +54,13 @@ TEST_F(ErrorReportingTest, ConcurrencyErrorReturnsTheAnswerAndCloseBoxIsCancel) 
   EXPECT_EQ(gError.ConcurrencyError(QStringLiteral("report")), platform::vbNo);
   EXPECT_EQ(gError.ConcurrencyError(QStringLiteral("report")), platform::vbCancel);
   const auto& box = script.MessageBoxes().first();
-  EXPECT_EQ(box.prompt,
-            QStringLiteral("Save your changes over the last changes?\r\n\r\n"
-                           "Another user has updated this report while you were working on it. \r\n\r\n"
-                           "\tClick 'Yes' to save your changes and destroy the changes made by the other user. \r\n"
-                           "\tClick 'No' to refresh your data with the most recent data. You will lose your changes.\r\n"
-                           "\tClick 'Cancel' to cancel the save operation."));
+  EXPECT_EQ(
+      box.prompt,
+      QStringLiteral("Save your changes over the last changes?\r\n\r\n"
+                     "Another user has updated this report while you were working on it. \r\n\r\n"
+                     "\tClick 'Yes' to save your changes and destroy the changes made by the other user. \r\n"
+                     "\tClick 'No' to refresh your data with the most recent data. You will lose your changes.\r\n"
+                     "\tClick 'Cancel' to cancel the save operation."));
   EXPECT_EQ(box.style, 3);
   EXPECT_EQ(box.title, QStringLiteral("Supplier Concurrency Problem"));
 }
@@ -76,9 +78,12 @@ TEST_F(ErrorReportingTest, DataValidationErrorListsWhatToDo) {
 }
 
 TEST_F(ErrorReportingTest, TheGuardShowsOneBoxInTheWordingOfItsKindOfCode) {
-  const auto fail = [] { throw platform::AppError(25000, QStringLiteral("The main registry key must be set before "
-                                                                         "accessing the registry"),
-                                                   QStringLiteral("Nalt_Registry")); };
+  const auto fail = [] {
+    throw platform::AppError(25000,
+                             QStringLiteral("The main registry key must be set before "
+                                            "accessing the registry"),
+                             QStringLiteral("Nalt_Registry"));
+  };
   bool finished = false;
   EXPECT_TRUE(app::Guarded([&] { finished = true; }, app::ReportForHandler()));
   EXPECT_TRUE(finished);
@@ -91,25 +96,29 @@ TEST_F(ErrorReportingTest, TheGuardShowsOneBoxInTheWordingOfItsKindOfCode) {
   EXPECT_EQ(script.MessageBoxes().last().style, 64);
   EXPECT_EQ(script.MessageBoxes().last().title, QStringLiteral("Excel Export Assistant"));
 
-  EXPECT_FALSE(app::Guarded(fail, app::ReportForHandlerDuring(QStringLiteral(" frmExportAssistant::lvTopLevelTables::ColumnClick"))));
+  EXPECT_FALSE(app::Guarded(
+      fail, app::ReportForHandlerDuring(QStringLiteral(" frmExportAssistant::lvTopLevelTables::ColumnClick"))));
   EXPECT_EQ(script.MessageBoxes().last().prompt,
             QStringLiteral("Unexpected error during: \r\n frmExportAssistant::lvTopLevelTables::ColumnClick"));
   EXPECT_EQ(script.MessageBoxes().last().title, QStringLiteral("Excel Export Assistant"));
 
-  EXPECT_FALSE(app::Guarded(fail, app::ReportForOperation(QStringLiteral("basOutputReport::frmOutputReport_OnDelete"),
-                                                          QStringLiteral("Required User Report not deleted from the database."))));
+  EXPECT_FALSE(app::Guarded(
+      fail, app::ReportForOperation(QStringLiteral("basOutputReport::frmOutputReport_OnDelete"),
+                                    QStringLiteral("Required User Report not deleted from the database."))));
   EXPECT_EQ(script.MessageBoxes().last().prompt,
             QStringLiteral("Error: The main registry key must be set before accessing the registry\r\n\r\n"
                            "Required User Report not deleted from the database."));
   EXPECT_EQ(script.MessageBoxes().last().style, 48);
   EXPECT_EQ(script.MessageBoxes().last().title, QStringLiteral("basOutputReport::frmOutputReport_OnDelete"));
 
-  EXPECT_FALSE(app::Guarded(fail, app::ReportForOperation(QStringLiteral("basQueryParameters::UpdateContentsParameterGrid"))));
+  EXPECT_FALSE(
+      app::Guarded(fail, app::ReportForOperation(QStringLiteral("basQueryParameters::UpdateContentsParameterGrid"))));
   EXPECT_EQ(script.MessageBoxes().last().prompt,
             QStringLiteral("Error: The main registry key must be set before accessing the registry"));
 
-  EXPECT_FALSE(app::Guarded(fail, app::ReportWithErrorDisplay(gError, QStringLiteral("Unexpected error in frmOutputReport::cmdOK::Click"),
-                                                              platform::vbExclamation)));
+  EXPECT_FALSE(app::Guarded(
+      fail, app::ReportWithErrorDisplay(gError, QStringLiteral("Unexpected error in frmOutputReport::cmdOK::Click"),
+                                        platform::vbExclamation)));
   EXPECT_TRUE(script.MessageBoxes().last().prompt.startsWith(
       QStringLiteral("Unexpected error in frmOutputReport::cmdOK::Click  Please try again.\r\n\r\nSystem Description: "
                      "The main registry key")));

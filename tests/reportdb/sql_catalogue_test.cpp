@@ -1,10 +1,11 @@
 // Each statement is compared whole with the text the family's other programs
 // issue, so that a lost blank or parenthesis shows up here and not as a Jet
 // syntax error in front of a user.
+#include "reportdb/sql_catalogue.h"
+
 #include <gtest/gtest.h>
 
 #include "platform/errors/app_error.h"
-#include "reportdb/sql_catalogue.h"
 #include "reportdb/sql_text.h"
 
 namespace sql = reportdb::sql;
@@ -125,9 +126,8 @@ TEST(ReportSql, UserQueryDestinationAndParameterReads) {
 }
 
 TEST(ReportSql, UpdatesTrimAndQuoteEveryText) {
-  EXPECT_EQ(S(sql::UpdateQueryDestination(7, QStringLiteral("  /data/O'Neil.xlt "), QStringLiteral(" Catch "), 5,
-                                          -2, QStringLiteral(" FormatReport/AddTotals "),
-                                          QStringLiteral(" jsmith "))),
+  EXPECT_EQ(S(sql::UpdateQueryDestination(7, QStringLiteral("  /data/O'Neil.xlt "), QStringLiteral(" Catch "), 5, -2,
+                                          QStringLiteral(" FormatReport/AddTotals "), QStringLiteral(" jsmith "))),
             "UPDATE tblUserQueries SET tblUserQueries.ExcelTemplate = '/data/O''Neil.xlt', "
             "tblUserQueries.ExcelSheetName = 'Catch', tblUserQueries.ExcelTargetRow = 5, "
             "tblUserQueries.ExcelTargetColumn = -2, tblUserQueries.ExcelMacros = 'FormatReport/AddTotals', "

@@ -1,8 +1,9 @@
+#include "reportdb/stored_lists.h"
+
 #include <gtest/gtest.h>
 
 #include "platform/errors/app_error.h"
 #include "reportdb/sql_text.h"
-#include "reportdb/stored_lists.h"
 
 using reportdb::fnMakeString;
 using reportdb::ReadExcelMacros;

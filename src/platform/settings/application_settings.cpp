@@ -38,8 +38,7 @@ QString GetSetting(const QString& applicationName, const QString& section, const
   return settings->value(key, defaultValue).toString();
 }
 
-void SaveSetting(const QString& applicationName, const QString& section, const QString& key,
-                 const QString& value) {
+void SaveSetting(const QString& applicationName, const QString& section, const QString& key, const QString& value) {
   const auto settings = OpenSettings(LocateApplicationSettings(applicationName, section));
   settings->setValue(key, value);
   settings->sync();
@@ -53,8 +52,7 @@ WindowPlacement ReadWindowPlacement(const QString& applicationName, const QStrin
           ReadSingle(applicationName, section, kHeight, defaults.height)};
 }
 
-void SaveWindowPlacement(const QString& applicationName, const QString& section,
-                         const WindowPlacement& placement) {
+void SaveWindowPlacement(const QString& applicationName, const QString& section, const WindowPlacement& placement) {
   SaveSetting(applicationName, section, kLeft, SingleAsText(placement.left));
   SaveSetting(applicationName, section, kTop, SingleAsText(placement.top));
   SaveSetting(applicationName, section, kWidth, SingleAsText(placement.width));

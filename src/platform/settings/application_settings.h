@@ -8,8 +8,7 @@ namespace platform {
 
 QString GetSetting(const QString& applicationName, const QString& section, const QString& key,
                    const QString& defaultValue = QString());
-void SaveSetting(const QString& applicationName, const QString& section, const QString& key,
-                 const QString& value);
+void SaveSetting(const QString& applicationName, const QString& section, const QString& key, const QString& value);
 
 // A window's left, top, width and height in twips, stored as "MainLeft",
 // "MainTop", "MainWidth" and "MainHeight".

@@ -27,8 +27,7 @@ void CRegistry::CheckMainKey() const {
   }
 }
 
-QString CRegistry::ReadRegistry(const QString& section, const QString& valueName,
-                                const QString& defaultValue) const {
+QString CRegistry::ReadRegistry(const QString& section, const QString& valueName, const QString& defaultValue) const {
   CheckMainKey();
   const QString stored = ReadValue(section, valueName);
   return stored.isEmpty() ? defaultValue : stored;
@@ -45,8 +44,8 @@ QString CRegistry::ReadValue(const QString& section, const QString& valueName) c
   const auto settings = platform::OpenSettings(location);
   const QVariant value = settings->value(valueName);
   // A value another program wrote with commas comes back as a list.
-  const QString text = value.typeId() == QMetaType::QStringList ? value.toStringList().join(QLatin1Char(','))
-                                                                 : value.toString();
+  const QString text =
+      value.typeId() == QMetaType::QStringList ? value.toStringList().join(QLatin1Char(',')) : value.toString();
   return text.size() > kLongestReadableValue ? QString() : text;
 }
 

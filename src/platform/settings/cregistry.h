@@ -25,8 +25,7 @@ class CRegistry {
   void WriteRegistry(const QString& section, const QString& valueName, const QString& value);
   // The stored value, or the default when it is absent, empty or longer
   // than a read can take (2,047 characters).
-  QString ReadRegistry(const QString& section, const QString& valueName,
-                       const QString& defaultValue = QString()) const;
+  QString ReadRegistry(const QString& section, const QString& valueName, const QString& defaultValue = QString()) const;
 
   // Held in memory only: nothing reads or writes a recent-files list yet.
   QStringList MRUFileList() const { return mruFileList_; }

@@ -7,18 +7,21 @@
 namespace platform {
 namespace {
 
-QStringList KeyComponents(const QString& keyPath) {
-  return keyPath.split(QLatin1Char('\\'), Qt::SkipEmptyParts);
-}
+QStringList KeyComponents(const QString& keyPath) { return keyPath.split(QLatin1Char('\\'), Qt::SkipEmptyParts); }
 
 #ifdef Q_OS_WIN
 QString RootName(unsigned root) {
   switch (root) {
-    case HKEY_CLASSES_ROOT: return QStringLiteral("HKEY_CLASSES_ROOT");
-    case HKEY_CURRENT_USER: return QStringLiteral("HKEY_CURRENT_USER");
-    case HKEY_LOCAL_MACHINE: return QStringLiteral("HKEY_LOCAL_MACHINE");
-    case HKEY_USERS: return QStringLiteral("HKEY_USERS");
-    default: return QString();
+    case HKEY_CLASSES_ROOT:
+      return QStringLiteral("HKEY_CLASSES_ROOT");
+    case HKEY_CURRENT_USER:
+      return QStringLiteral("HKEY_CURRENT_USER");
+    case HKEY_LOCAL_MACHINE:
+      return QStringLiteral("HKEY_LOCAL_MACHINE");
+    case HKEY_USERS:
+      return QStringLiteral("HKEY_USERS");
+    default:
+      return QString();
   }
 }
 #else
@@ -61,8 +64,8 @@ SettingsLocation LocateApplicationSettings(const QString& applicationName, const
   return LocateRegistryKey(HKEY_CURRENT_USER, QStringLiteral("Software\\VB and VBA Program Settings\\") +
                                                   applicationName + QLatin1Char('\\') + section);
 #else
-  return LocateRegistryKey(HKEY_CURRENT_USER, QStringLiteral("Software\\Varnel Technologies\\") +
-                                                  applicationName + QLatin1Char('\\') + section);
+  return LocateRegistryKey(HKEY_CURRENT_USER, QStringLiteral("Software\\Varnel Technologies\\") + applicationName +
+                                                  QLatin1Char('\\') + section);
 #endif
 }
 

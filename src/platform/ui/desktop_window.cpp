@@ -51,7 +51,8 @@ void ApplyPlacementInTwips(QWidget& window, const WindowPlacement& placement) {
   const double scale = TwipsPerPixel(window);
   // The stored size is the outer one; the frame's share is not ours to set.
   const QSize frameExtra = window.frameGeometry().size() - window.geometry().size();
-  window.move(static_cast<int>(std::lround(placement.left / scale)), static_cast<int>(std::lround(placement.top / scale)));
+  window.move(static_cast<int>(std::lround(placement.left / scale)),
+              static_cast<int>(std::lround(placement.top / scale)));
   window.resize(static_cast<int>(std::lround(placement.width / scale)) - frameExtra.width(),
                 static_cast<int>(std::lround(placement.height / scale)) - frameExtra.height());
 }

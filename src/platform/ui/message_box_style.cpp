@@ -11,22 +11,33 @@ constexpr int kDefaultButtonMask = 0x300;
 
 QVector<MsgBoxResult> ButtonsOf(int style) {
   switch (style & kButtonsMask) {
-    case vbOKCancel: return {vbOK, vbCancel};
-    case vbAbortRetryIgnore: return {vbAbort, vbRetry, vbIgnore};
-    case vbYesNoCancel: return {vbYes, vbNo, vbCancel};
-    case vbYesNo: return {vbYes, vbNo};
-    case vbRetryCancel: return {vbRetry, vbCancel};
-    default: return {vbOK};
+    case vbOKCancel:
+      return {vbOK, vbCancel};
+    case vbAbortRetryIgnore:
+      return {vbAbort, vbRetry, vbIgnore};
+    case vbYesNoCancel:
+      return {vbYes, vbNo, vbCancel};
+    case vbYesNo:
+      return {vbYes, vbNo};
+    case vbRetryCancel:
+      return {vbRetry, vbCancel};
+    default:
+      return {vbOK};
   }
 }
 
 MsgBoxIcon IconOf(int style) {
   switch (style & kIconMask) {
-    case vbCritical: return MsgBoxIcon::kCritical;
-    case vbQuestion: return MsgBoxIcon::kQuestion;
-    case vbExclamation: return MsgBoxIcon::kExclamation;
-    case vbInformation: return MsgBoxIcon::kInformation;
-    default: return MsgBoxIcon::kNone;
+    case vbCritical:
+      return MsgBoxIcon::kCritical;
+    case vbQuestion:
+      return MsgBoxIcon::kQuestion;
+    case vbExclamation:
+      return MsgBoxIcon::kExclamation;
+    case vbInformation:
+      return MsgBoxIcon::kInformation;
+    default:
+      return MsgBoxIcon::kNone;
   }
 }
 

@@ -18,24 +18,36 @@ const char* const kAnswerProperty = "msgBoxAnswer";
 
 QMessageBox::StandardButton StandardButtonFor(MsgBoxResult answer) {
   switch (answer) {
-    case vbOK: return QMessageBox::Ok;
-    case vbCancel: return QMessageBox::Cancel;
-    case vbAbort: return QMessageBox::Abort;
-    case vbRetry: return QMessageBox::Retry;
-    case vbIgnore: return QMessageBox::Ignore;
-    case vbYes: return QMessageBox::Yes;
-    case vbNo: return QMessageBox::No;
+    case vbOK:
+      return QMessageBox::Ok;
+    case vbCancel:
+      return QMessageBox::Cancel;
+    case vbAbort:
+      return QMessageBox::Abort;
+    case vbRetry:
+      return QMessageBox::Retry;
+    case vbIgnore:
+      return QMessageBox::Ignore;
+    case vbYes:
+      return QMessageBox::Yes;
+    case vbNo:
+      return QMessageBox::No;
   }
   return QMessageBox::Ok;
 }
 
 QMessageBox::Icon QtIconFor(MsgBoxIcon icon) {
   switch (icon) {
-    case MsgBoxIcon::kCritical: return QMessageBox::Critical;
-    case MsgBoxIcon::kQuestion: return QMessageBox::Question;
-    case MsgBoxIcon::kExclamation: return QMessageBox::Warning;
-    case MsgBoxIcon::kInformation: return QMessageBox::Information;
-    case MsgBoxIcon::kNone: break;
+    case MsgBoxIcon::kCritical:
+      return QMessageBox::Critical;
+    case MsgBoxIcon::kQuestion:
+      return QMessageBox::Question;
+    case MsgBoxIcon::kExclamation:
+      return QMessageBox::Warning;
+    case MsgBoxIcon::kInformation:
+      return QMessageBox::Information;
+    case MsgBoxIcon::kNone:
+      break;
   }
   return QMessageBox::NoIcon;
 }

@@ -1,8 +1,9 @@
+#include "platform/settings/cregistry.h"
+
 #include <QFile>
 #include <QSettings>
 
 #include "platform/errors/app_error.h"
-#include "platform/settings/cregistry.h"
 #include "scratch_config.h"
 
 namespace {
@@ -28,7 +29,8 @@ TEST_F(CRegistryTest, MainKeyMustBeSetAndEndsInOneBackslash) {
   CRegistry registry;
   ExpectMainKeyError([&] { registry.ReadRegistry(QStringLiteral("StartUp"), QStringLiteral("DatabasePath")); });
   registry.SetRegMainKey(QStringLiteral("   "));
-  ExpectMainKeyError([&] { registry.WriteRegistry(QStringLiteral("Tabulon"), QStringLiteral("X"), QStringLiteral("1")); });
+  ExpectMainKeyError(
+      [&] { registry.WriteRegistry(QStringLiteral("Tabulon"), QStringLiteral("X"), QStringLiteral("1")); });
   EXPECT_FALSE(QFile::exists(FamilyFile(QStringLiteral("Ondara3"))));
 
   registry.SetRegMainKey(QStringLiteral("Software\\Varnel Technologies\\Ondara3"));
@@ -52,8 +54,9 @@ TEST_F(CRegistryTest, ReadsGiveTheDefaultForAbsentAndEmptyValues) {
                                   QStringLiteral("/home")),
             QStringLiteral("/home"));
   // A section that was never written reads as absent even when the file exists.
-  EXPECT_EQ(registry.ReadRegistry(QStringLiteral("File"), QStringLiteral("LatestReportTargetPath"), QStringLiteral("d")),
-            QStringLiteral("d"));
+  EXPECT_EQ(
+      registry.ReadRegistry(QStringLiteral("File"), QStringLiteral("LatestReportTargetPath"), QStringLiteral("d")),
+      QStringLiteral("d"));
 }
 
 TEST_F(CRegistryTest, WritesLandInTheFamilyFileAndReadBack) {
@@ -98,7 +101,8 @@ TEST_F(CRegistryTest, RootsKeepTheirValuesApart) {
   machine.SetRegMainKey(kFamilyKey);
   EXPECT_EQ(machine.ReadRegistry(QStringLiteral("StartUp"), QStringLiteral("DatabasePath")), QString());
   machine.WriteRegistry(QStringLiteral("StartUp"), QStringLiteral("DatabasePath"), QStringLiteral("/machine.mdb"));
-  EXPECT_EQ(machine.ReadRegistry(QStringLiteral("StartUp"), QStringLiteral("DatabasePath")), QStringLiteral("/machine.mdb"));
+  EXPECT_EQ(machine.ReadRegistry(QStringLiteral("StartUp"), QStringLiteral("DatabasePath")),
+            QStringLiteral("/machine.mdb"));
   EXPECT_EQ(user.ReadRegistry(QStringLiteral("StartUp"), QStringLiteral("DatabasePath")), QStringLiteral("/user.mdb"));
 
   // A root with no store here reads as absent and loses writes quietly.

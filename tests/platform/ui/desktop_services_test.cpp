@@ -54,9 +54,7 @@ TEST(MousePointer, IsOneSettingNotAStack) {
   {
     WaitCursor busy;
     EXPECT_EQ(MousePointer(), vbHourglass);
-    {
-      WaitCursor inner;
-    }
+    { WaitCursor inner; }
     EXPECT_EQ(MousePointer(), vbHourglass);
   }
   EXPECT_EQ(MousePointer(), vbDefault);

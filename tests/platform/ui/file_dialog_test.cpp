@@ -110,18 +110,22 @@ TEST(QtFileDialog, SaveAsksBeforeOverwritingAndWantsAnExistingFolder) {
   // stays until a usable name is given.
   QString refusal;
   WhenModalShows([&refusal](QWidget* dialog) {
-    WhenModalShows([&refusal](QWidget* box) {
-      refusal = qobject_cast<QMessageBox*>(box)->text();
-      box->close();
-    }, dialog);
+    WhenModalShows(
+        [&refusal](QWidget* box) {
+          refusal = qobject_cast<QMessageBox*>(box)->text();
+          box->close();
+        },
+        dialog);
     ChooseName(dialog, QStringLiteral("missing/report.xls"));
     EXPECT_TRUE(dialog->isVisible());
     // Overwriting asks first; No keeps the dialog open.
-    WhenModalShows([](QWidget* box) {
-      auto* question = qobject_cast<QMessageBox*>(box);
-      ASSERT_NE(question, nullptr);
-      question->button(QMessageBox::No)->click();
-    }, dialog);
+    WhenModalShows(
+        [](QWidget* box) {
+          auto* question = qobject_cast<QMessageBox*>(box);
+          ASSERT_NE(question, nullptr);
+          question->button(QMessageBox::No)->click();
+        },
+        dialog);
     ChooseName(dialog, QStringLiteral("old.xls"));
     EXPECT_TRUE(dialog->isVisible());
     WhenModalShows([](QWidget* box) { qobject_cast<QMessageBox*>(box)->button(QMessageBox::Yes)->click(); }, dialog);

@@ -1,8 +1,9 @@
+#include "platform/ui/scripted_dialogs.h"
+
 #include <gtest/gtest.h>
 
 #include "modal_driver.h"
 #include "platform/errors/app_error.h"
-#include "platform/ui/scripted_dialogs.h"
 
 using namespace platform;
 
