@@ -113,11 +113,3 @@ TEST_F(CRegistryTest, RootsKeepTheirValuesApart) {
   EXPECT_EQ(classes.ReadRegistry(QStringLiteral("StartUp"), QStringLiteral("DatabasePath"), QStringLiteral("d")),
             QStringLiteral("d"));
 }
-
-TEST_F(CRegistryTest, RecentFilesAreCopiedInAndOut) {
-  CRegistry registry;
-  QStringList files{QStringLiteral("/a.mdb"), QStringLiteral("/b.mdb")};
-  registry.SetMRUFileList(files);
-  files.append(QStringLiteral("/c.mdb"));
-  EXPECT_EQ(registry.MRUFileList(), (QStringList{QStringLiteral("/a.mdb"), QStringLiteral("/b.mdb")}));
-}

@@ -38,26 +38,13 @@ void PressEscape(QWidget* box) {
 
 }  // namespace
 
-TEST(MessageBoxStyle, ButtonsIconsAndDefaultsFollowTheStyleNumber) {
-  EXPECT_EQ(ButtonsOf(vbOKOnly), (QVector<MsgBoxResult>{vbOK}));
-  EXPECT_EQ(ButtonsOf(vbOKCancel), (QVector<MsgBoxResult>{vbOK, vbCancel}));
-  EXPECT_EQ(ButtonsOf(vbAbortRetryIgnore), (QVector<MsgBoxResult>{vbAbort, vbRetry, vbIgnore}));
-  EXPECT_EQ(ButtonsOf(vbYesNoCancel), (QVector<MsgBoxResult>{vbYes, vbNo, vbCancel}));
-  EXPECT_EQ(ButtonsOf(vbYesNo + vbQuestion + vbDefaultButton2), (QVector<MsgBoxResult>{vbYes, vbNo}));
-  EXPECT_EQ(ButtonsOf(vbRetryCancel + vbCritical), (QVector<MsgBoxResult>{vbRetry, vbCancel}));
-
-  EXPECT_EQ(IconOf(vbOKOnly), MsgBoxIcon::kNone);
-  EXPECT_EQ(IconOf(vbCritical), MsgBoxIcon::kCritical);
-  EXPECT_EQ(IconOf(292), MsgBoxIcon::kQuestion);
-  EXPECT_EQ(IconOf(vbExclamation + vbOKCancel), MsgBoxIcon::kExclamation);
-  EXPECT_EQ(IconOf(vbInformation), MsgBoxIcon::kInformation);
-
-  EXPECT_EQ(DefaultAnswerOf(292), vbNo);
+// The rules a person meets only at the edges: a default button the box does
+// not have, and which boxes the close box may answer.
+TEST(MessageBoxStyle, DefaultsAndCloseBoxAtTheEdges) {
   EXPECT_EQ(DefaultAnswerOf(vbYesNoCancel + vbDefaultButton3), vbCancel);
-  EXPECT_EQ(DefaultAnswerOf(vbYesNo + vbDefaultButton3), vbYes);  // no third button: the first
-  EXPECT_EQ(DefaultAnswerOf(vbAbortRetryIgnore), vbAbort);
-
+  EXPECT_EQ(DefaultAnswerOf(vbYesNo + vbDefaultButton3), vbYes);
   EXPECT_EQ(CloseBoxAnswerOf(vbYesNoCancel), vbCancel);
+  EXPECT_EQ(CloseBoxAnswerOf(vbRetryCancel), vbCancel);
   EXPECT_EQ(CloseBoxAnswerOf(vbInformation), vbOK);
   EXPECT_EQ(CloseBoxAnswerOf(292), std::nullopt);
   EXPECT_EQ(CloseBoxAnswerOf(vbAbortRetryIgnore), std::nullopt);
