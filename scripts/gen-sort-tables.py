@@ -94,6 +94,12 @@ def legacy_table(folder):
 def general97_tables(folder):
     codes = [entry_for(line, "gen_97:%d" % i)
              for i, line in enumerate(read_lines(folder, "index_codes_gen_97.txt")[:256])]
+    # The published table drops U+0000, but Access 97 keys it like the other
+    # control characters: nwind.mdb's MSysModules2 index holds "Lock\0" as
+    # 6D 72 62 6C 10.
+    if codes[0] != "X" or codes[1] != "S(1,0x10)":
+        raise SystemExit("gen_97: unexpected codes for U+0000/U+0001")
+    codes[0] = codes[1]
     mappings = []
     for line in read_lines(folder, "index_mappings_ext_gen_97.txt"):
         line = line.strip()
@@ -125,6 +131,8 @@ def main(argv):
     for name in ("index_codes_genleg.txt", "index_codes_ext_genleg.txt",
                  "index_codes_gen_97.txt", "index_mappings_ext_gen_97.txt"):
         out.append("//   %s%s" % (RESOURCE_PATH, name))
+    out.append("// One change: Jet 3 keys U+0000 like the other control characters, as")
+    out.append("// Access 97 files show (see the script).")
     out.append("// Entry macros are defined by the including file.")
     out.append("")
     out.append("// Jet 4 General, by UTF-16 unit.")

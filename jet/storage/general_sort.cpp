@@ -5,7 +5,6 @@
 // first and by accents second, the way Access sorts.
 #include "jet/sort_order.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <vector>
 
@@ -101,7 +100,10 @@ void Jet4KeyBuilder::Add(const CharCode& code) {
   const size_t position = char_position_;
   if (code.inline_length > 0) {
     AppendPacked(code.inline_bytes, code.inline_length, key_);
-    char_position_ += general_sort::GeneralLetterCount(code);
+    // Until the accent section starts, a ligature such as "ß" takes one
+    // position per letter; after that, one per character (as Access's files
+    // show: "großmärkte" vs the Latin-1 run "ÝÞßà").
+    char_position_ += accents_started_ ? 1 : general_sort::GeneralLetterCount(code);
   }
   switch (code.kind) {
     case CharKind::kInternational:
@@ -127,9 +129,8 @@ void Jet4KeyBuilder::AddAccent(const CharCode& code, size_t position) {
     accent_chars_ = position;
   }
   if (code.kind != CharKind::kAccentModifier) {
-    // A ligature carries one accent code per letter.
     AppendPacked(code.extra_bytes, code.extra_length, &accents_);
-    accent_chars_ += std::max(1, general_sort::GeneralLetterCount(code));
+    accent_chars_ = char_position_;
   } else if (!accents_.empty()) {
     accents_.back() = static_cast<char>(static_cast<uint8_t>(accents_.back()) + code.extra_bytes);
   } else {

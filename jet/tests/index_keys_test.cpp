@@ -1,0 +1,289 @@
+// Index keys are checked against what Access wrote: every entry of every
+// index in the fixtures is re-encoded from the row it points at and must
+// come out byte for byte the same. Index pages are also fed malformed.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <random>
+
+#include "storage/index_key.h"
+#include "storage/index_page.h"
+#include "storage/pager.h"
+#include "test_support.h"
+
+namespace jet {
+namespace {
+
+std::string Hex(const std::string& bytes) {
+  std::string out;
+  char buf[4];
+  for (unsigned char c : bytes) {
+    std::snprintf(buf, sizeof buf, "%02X ", c);
+    out += buf;
+  }
+  return out;
+}
+
+struct Tally {
+  size_t indexes = 0;
+  size_t entries = 0;
+  size_t matched = 0;
+  size_t refused = 0;  // text in a sort order other than General
+};
+
+uint64_t RowKey(uint32_t page, uint16_t row) { return (uint64_t(page) << 16) | row; }
+
+// Every live row of a table by where it lives.
+std::map<uint64_t, Row> RowsById(Database& db, const std::string& table) {
+  std::map<uint64_t, Row> rows;
+  std::unique_ptr<TableCursor> cursor;
+  Status s = db.OpenTable(table, &cursor);
+  EXPECT_TRUE(s.ok()) << table << ": " << s.ToString();
+  if (!s.ok()) return rows;
+  while (cursor->Next()) rows[RowKey(cursor->row_id().page, cursor->row_id().row)] = cursor->row();
+  EXPECT_TRUE(cursor->status().ok()) << table << ": " << cursor->status().ToString();
+  return rows;
+}
+
+bool HasNonGeneralText(const TableDef& def, const IndexDef& index) {
+  return std::any_of(index.columns.begin(), index.columns.end(), [&](const IndexColumn& ic) {
+    const ColumnDef& c = def.columns[ic.column];
+    return (c.type == ColumnType::kText || c.type == ColumnType::kMemo) && c.sort_order != 0 && c.sort_order != 1033;
+  });
+}
+
+std::string IndexedTexts(const IndexDef& index, const Row& row) {
+  std::string texts;
+  for (const IndexColumn& ic : index.columns) {
+    const Value& v = row[ic.column];
+    if (!v.is_null() && std::holds_alternative<std::string>(v.data())) texts += "[" + v.as_text() + "] ";
+  }
+  return texts;
+}
+
+void CheckIndex(const Pager& pager, FileFormat format, const TableDef& def, const IndexDef& index,
+                const std::map<uint64_t, Row>& rows, const std::string& where, Tally* tally) {
+  std::vector<IndexEntry> entries;
+  Status s = ReadIndexEntries(pager, index.first_page, &entries);
+  ASSERT_TRUE(s.ok()) << where << ": " << s.ToString();
+  ++tally->indexes;
+  const bool refusable = HasNonGeneralText(def, index);
+  int reported = 0;
+  for (size_t i = 0; i < entries.size(); ++i) {
+    const IndexEntry& entry = entries[i];
+    ++tally->entries;
+    if (i > 0) {
+      EXPECT_LE(entries[i - 1].key, entry.key) << where << ": keys out of order at entry " << i;
+    }
+    auto row = rows.find(RowKey(entry.data_page, entry.data_row));
+    if (row == rows.end()) {
+      ADD_FAILURE() << where << ": entry points at no live row (page " << entry.data_page << " row "
+                    << int(entry.data_row) << ")";
+      continue;
+    }
+    std::string key;
+    s = EncodeIndexKey(def, index, row->second, format, &key);
+    if (refusable && s.code() == Status::Code::kUnsupported && s.message().find("sort order") != std::string::npos) {
+      ++tally->refused;
+    } else if (s.ok() && key == entry.key) {
+      ++tally->matched;
+    } else if (reported++ < 3) {
+      ADD_FAILURE() << where << " entry " << i << ": " << s.ToString() << " " << IndexedTexts(index, row->second)
+                    << "\n  file: " << Hex(entry.key) << "\n  ours: " << Hex(key);
+    }
+  }
+  // Indexes that skip Nulls may hold fewer entries; the others one per row.
+  if (!index.ignore_nulls) {
+    EXPECT_EQ(entries.size(), rows.size()) << where;
+  }
+}
+
+void CheckFixture(const std::string& name, Tally* tally) {
+  auto db = testing::OpenFixture(name);
+  ASSERT_NE(db, nullptr);
+  std::unique_ptr<Pager> pager;
+  ASSERT_TRUE(Pager::Open(testing::FixturePath(name), &pager).ok());
+  for (const CatalogEntry& object : db->catalog()) {
+    if (object.kind != ObjectKind::kTable) continue;
+    std::shared_ptr<const TableDef> def;
+    Status s = db->GetTableDef(object.name, &def);
+    ASSERT_TRUE(s.ok()) << name << " " << object.name << ": " << s.ToString();
+    if (def->indexes.empty()) continue;
+    const auto rows = RowsById(*db, object.name);
+    std::map<uint32_t, const IndexDef*> physical;  // logical indexes may share a tree
+    for (const IndexDef& index : def->indexes) physical.emplace(index.first_page, &index);
+    for (const auto& [root, index] : physical) {
+      CheckIndex(*pager, db->format(), *def, *index, rows, name + " " + object.name + "." + index->name, tally);
+    }
+  }
+}
+
+std::vector<std::string> FixtureDatabases() {
+  std::vector<std::string> names;
+  for (const auto& file : std::filesystem::directory_iterator(testing::FixturePath(""))) {
+    const std::string ext = file.path().extension().string();
+    if (ext == ".mdb" || ext == ".accdb") names.push_back(file.path().filename().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+TEST(IndexKeysTest, EveryFixtureIndexEntryIsReproducedFromItsRow) {
+  Tally total;
+  const auto names = FixtureDatabases();
+  ASSERT_FALSE(names.empty());
+  for (const std::string& name : names) {
+    Tally tally;
+    CheckFixture(name, &tally);
+    std::printf("  %-30s %3zu indexes %6zu entries %6zu matched %4zu refused (sort order)\n", name.c_str(),
+                tally.indexes, tally.entries, tally.matched, tally.refused);
+    total.indexes += tally.indexes;
+    total.entries += tally.entries;
+    total.matched += tally.matched;
+    total.refused += tally.refused;
+  }
+  std::printf("  all fixtures: %zu indexes, %zu entries, %zu matched, %zu refused\n", total.indexes, total.entries,
+              total.matched, total.refused);
+  EXPECT_EQ(total.matched + total.refused, total.entries);
+  EXPECT_GT(total.matched, 80000u);
+}
+
+// The descending text index of compIndexTestV2000 spans a root with a tail
+// page and prefix-compressed leaves; its entries must run in key order.
+TEST(IndexKeysTest, WalksMultiLevelDescendingIndex) {
+  auto db = testing::OpenFixture("compIndexTestV2000.mdb");
+  ASSERT_NE(db, nullptr);
+  std::unique_ptr<Pager> pager;
+  ASSERT_TRUE(Pager::Open(testing::FixturePath("compIndexTestV2000.mdb"), &pager).ok());
+  std::shared_ptr<const TableDef> def;
+  ASSERT_TRUE(db->GetTableDef("Table1", &def).ok());
+  bool saw_descending = false;
+  for (const IndexDef& index : def->indexes) {
+    if (index.columns.empty() || index.columns[0].ascending) continue;
+    saw_descending = true;
+    Page root;
+    ASSERT_TRUE(pager->ReadPage(index.first_page, &root).ok());
+    IndexPage page;
+    ASSERT_TRUE(DecodeIndexPage(root, false, &page).ok());
+    EXPECT_FALSE(page.leaf);
+    std::vector<IndexEntry> entries;
+    ASSERT_TRUE(ReadIndexEntries(*pager, index.first_page, &entries).ok());
+    EXPECT_EQ(entries.size(), 512u);
+    EXPECT_TRUE(std::is_sorted(entries.begin(), entries.end(),
+                               [](const IndexEntry& a, const IndexEntry& b) { return a.key < b.key; }));
+    // Descending text starts with the inverted flag.
+    EXPECT_EQ(static_cast<uint8_t>(entries.front().key[0]), 0x80);
+  }
+  EXPECT_TRUE(saw_descending);
+}
+
+// Builds a Jet 4 index page: header fields and entries given whole (the
+// first) or without the shared prefix (the rest).
+std::vector<uint8_t> IndexPageBytes(uint8_t type, uint16_t prefix, const std::vector<std::string>& stored,
+                                    uint32_t tail = 0) {
+  std::vector<uint8_t> page(4096, 0);
+  page[0] = type;
+  page[1] = 0x01;
+  page[20] = tail & 0xFF;
+  page[21] = (tail >> 8) & 0xFF;
+  page[24] = prefix & 0xFF;
+  size_t end = 0, data = 480;
+  for (const std::string& e : stored) {
+    std::copy(e.begin(), e.end(), page.begin() + data + end);
+    end += e.size();
+    page[27 + end / 8] |= 1 << (end % 8);
+  }
+  return page;
+}
+
+TEST(IndexPageTest, DecodesPrefixesAndRefusesMalformedPages) {
+  // Leaf: key 7F 41 42 then row page 0x000105 row 3; the second entry shares
+  // "7F 41" and stores the rest.
+  const std::string first("\x7F\x41\x42\x00\x01\x05\x03", 7);
+  const std::string second("\x43\x00\x01\x05\x04", 5);
+  auto bytes = IndexPageBytes(0x04, 2, {first, second});
+  IndexPage page;
+  ASSERT_TRUE(DecodeIndexPage(Page(bytes.data(), bytes.size()), false, &page).ok());
+  ASSERT_EQ(page.entries.size(), 2u);
+  EXPECT_EQ(page.entries[1].key, std::string("\x7F\x41\x43", 3));
+  EXPECT_EQ(page.entries[1].data_page, 0x105u);
+  EXPECT_EQ(page.entries[1].data_row, 4);
+
+  auto expect_corrupt = [](std::vector<uint8_t> b, const char* why) {
+    IndexPage p;
+    Status s = DecodeIndexPage(Page(b.data(), b.size()), false, &p);
+    EXPECT_EQ(s.code(), Status::Code::kCorruption) << why << ": " << s.ToString();
+  };
+  expect_corrupt(IndexPageBytes(0x01, 0, {first}), "data page");
+  expect_corrupt(IndexPageBytes(0x04, 9, {first, second}), "prefix longer than the first entry");
+  expect_corrupt(IndexPageBytes(0x04, 0, {std::string("\x7F\x01", 2)}), "entry shorter than its row pointer");
+  expect_corrupt(IndexPageBytes(0x03, 0, {first}), "intermediate entry without a child pointer");
+  auto past_end = IndexPageBytes(0x04, 0, {});
+  past_end[27 + 452] = 0x80;  // an entry ending beyond the page
+  expect_corrupt(past_end, "entry past the page end");
+  std::vector<uint8_t> short_page(100, 0x04);
+  expect_corrupt(short_page, "truncated page");
+}
+
+// A damaged file must give errors, not crashes: every byte of every index
+// page in a real file's header and mask area is scrambled in turn.
+TEST(IndexPageTest, SurvivesScrambledRealPages) {
+  std::ifstream in(testing::FixturePath("compIndexTestV2000.mdb"), std::ios::binary);
+  std::vector<uint8_t> file((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  ASSERT_EQ(file.size() % 4096, 0u);
+  std::mt19937 random(4);
+  size_t pages = 0, refused = 0;
+  for (size_t start = 0; start < file.size(); start += 4096) {
+    if (file[start] != 0x03 && file[start] != 0x04) continue;
+    ++pages;
+    for (size_t offset = 0; offset < 480; ++offset) {
+      std::vector<uint8_t> page(file.begin() + start, file.begin() + start + 4096);
+      page[offset] = static_cast<uint8_t>(random());
+      IndexPage decoded;
+      Status s = DecodeIndexPage(Page(page.data(), page.size()), false, &decoded);
+      if (!s.ok()) {
+        EXPECT_EQ(s.code(), Status::Code::kCorruption);
+        ++refused;
+      }
+    }
+  }
+  EXPECT_GE(pages, 10u);
+  EXPECT_GT(refused, 0u);
+}
+
+// Tree walks over a tiny handmade file: a page that is its own child, and a
+// child beyond the end of the file.
+TEST(IndexPageTest, TreeWalkStopsAtCyclesAndMissingPages) {
+  std::vector<uint8_t> file(4096 * 4, 0);
+  const char magic[] = "Standard Jet DB";
+  std::copy(magic, magic + 15, file.begin() + 4);
+  file[0x14] = 0x01;  // Jet 4
+  auto put_page = [&](uint32_t number, const std::vector<uint8_t>& page) {
+    std::copy(page.begin(), page.end(), file.begin() + number * 4096);
+  };
+  const std::string to_self("\x7F\x41\x00\x00\x05\x01\x00\x00\x00\x01", 10);
+  const std::string to_missing("\x7F\x41\x00\x00\x05\x01\x00\x00\x00\x63", 10);
+  put_page(1, IndexPageBytes(0x03, 0, {to_self}));
+  put_page(2, IndexPageBytes(0x03, 0, {to_missing}));
+  put_page(3, IndexPageBytes(0x03, 0, {}, /*tail=*/3));
+  const std::string path = ::testing::TempDir() + "index_tree_walk.mdb";
+  std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(file.data()), file.size());
+
+  std::unique_ptr<Pager> pager;
+  ASSERT_TRUE(Pager::Open(path, &pager).ok());
+  std::vector<IndexEntry> entries;
+  for (uint32_t root : {1u, 2u, 3u}) {
+    Status s = ReadIndexEntries(*pager, root, &entries);
+    EXPECT_EQ(s.code(), Status::Code::kCorruption) << "root " << root << ": " << s.ToString();
+  }
+  std::remove(path.c_str());
+}
+
+}  // namespace
+}  // namespace jet
