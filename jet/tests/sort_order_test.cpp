@@ -54,6 +54,23 @@ TEST(SortOrderTest, SortsAListAsAccessDoes) {
   EXPECT_EQ(words, expected);
 }
 
+// CompareGeneral decides most pairs from the letters alone; it must agree
+// with comparing whole keys, including where only accents, ligatures,
+// unprintable characters or kana flags differ.
+TEST(SortOrderTest, ComparisonAgreesWithKeys) {
+  const std::vector<std::string> texts = {"", "a", "A", "á", "ae", "Æ", "æb", "aeb", "ss", "ß", "ßa", "ssa", "co-op",
+                                          "coop", "co'op", "coo", "résumé", "resume", "résume", "x\ty", "xy",
+                                          "\u3042", "\u30A2", "\u3041", "Bon app'", "Bottom-Dollar", "Bólido",
+                                          "\u0416\u0443\u043A", "\u0436\u0443\u043A", "\u4E2D\u6587", "9", "10"};
+  auto sign = [](int v) { return (v > 0) - (v < 0); };
+  for (const std::string& a : texts) {
+    for (const std::string& b : texts) {
+      EXPECT_EQ(sign(CompareGeneral(a, b)), sign(Key(a).compare(Key(b)))) << "[" << a << "] vs [" << b << "]";
+      EXPECT_EQ(CompareGeneral(a, b), -CompareGeneral(b, a)) << "[" << a << "] vs [" << b << "]";
+    }
+  }
+}
+
 TEST(SortOrderTest, KeysIgnoreTrailingBlanksAndStopAt255Characters) {
   EXPECT_EQ(Key("abc   "), Key("abc"));
   EXPECT_NE(Key("  abc"), Key("abc"));
