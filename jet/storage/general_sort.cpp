@@ -23,36 +23,47 @@ void AppendPacked(uint32_t packed, int length, std::string* out) {
   for (int i = length - 1; i >= 0; --i) out->push_back(static_cast<char>((packed >> (8 * i)) & 0xFF));
 }
 
+// Reads the code point at `*pos` and advances past it. On malformed UTF-8
+// (including encoded surrogates) returns false and advances one byte.
+bool NextCodePoint(std::string_view text, size_t* pos, uint32_t* code_point) {
+  const size_t i = *pos;
+  const auto lead = static_cast<uint8_t>(text[i]);
+  const int extra = lead < 0x80 ? 0 : (lead >> 5) == 0x6 ? 1 : (lead >> 4) == 0xE ? 2 : (lead >> 3) == 0x1E ? 3 : -1;
+  bool ok = extra >= 0 && i + extra < text.size();
+  uint32_t cp = extra <= 0 ? lead : lead & (0x7F >> (extra + 1));
+  for (int k = 1; ok && k <= extra; ++k) {
+    const auto next = static_cast<uint8_t>(text[i + k]);
+    ok = (next & 0xC0) == 0x80;
+    cp = (cp << 6) | (next & 0x3F);
+  }
+  static constexpr uint32_t kMinForLength[] = {0, 0x80, 0x800, 0x10000};
+  ok = ok && cp >= kMinForLength[extra] && cp <= 0x10FFFF && !(cp >= 0xD800 && cp <= 0xDFFF);
+  *pos = ok ? i + extra + 1 : i + 1;
+  *code_point = cp;
+  return ok;
+}
+
+void AppendUnits(uint32_t cp, std::u16string* units) {
+  if (cp < 0x10000) {
+    units->push_back(static_cast<char16_t>(cp));
+    return;
+  }
+  cp -= 0x10000;
+  units->push_back(static_cast<char16_t>(0xD800 + (cp >> 10)));
+  units->push_back(static_cast<char16_t>(0xDC00 + (cp & 0x3FF)));
+}
+
 // UTF-8 to UTF-16 units. Strict decoding reports malformed input; lenient
 // decoding (for comparisons, which cannot fail) substitutes U+FFFD.
 bool DecodeUtf8(std::string_view text, bool lenient, std::u16string* units) {
-  size_t i = 0;
-  while (i < text.size()) {
-    const auto lead = static_cast<uint8_t>(text[i]);
-    int extra = lead < 0x80 ? 0 : (lead >> 5) == 0x6 ? 1 : (lead >> 4) == 0xE ? 2 : (lead >> 3) == 0x1E ? 3 : -1;
-    uint32_t cp = extra == 0 ? lead : extra == 1 ? (lead & 0x1F) : extra == 2 ? (lead & 0x0F) : (lead & 0x07);
-    bool ok = extra >= 0 && i + extra < text.size();
-    for (int k = 1; ok && k <= extra; ++k) {
-      const auto next = static_cast<uint8_t>(text[i + k]);
-      ok = (next & 0xC0) == 0x80;
-      cp = (cp << 6) | (next & 0x3F);
-    }
-    static constexpr uint32_t kMinForLength[] = {0, 0x80, 0x800, 0x10000};
-    ok = ok && cp >= kMinForLength[extra] && cp <= 0x10FFFF && !(cp >= 0xD800 && cp <= 0xDFFF);
-    if (!ok) {
+  size_t pos = 0;
+  while (pos < text.size()) {
+    uint32_t cp;
+    if (!NextCodePoint(text, &pos, &cp)) {
       if (!lenient) return false;
-      units->push_back(u'\uFFFD');
-      ++i;
-      continue;
+      cp = 0xFFFD;
     }
-    if (cp < 0x10000) {
-      units->push_back(static_cast<char16_t>(cp));
-    } else {
-      cp -= 0x10000;
-      units->push_back(static_cast<char16_t>(0xD800 + (cp >> 10)));
-      units->push_back(static_cast<char16_t>(0xDC00 + (cp & 0x3FF)));
-    }
-    i += extra + 1;
+    AppendUnits(cp, units);
   }
   return true;
 }
@@ -264,6 +275,48 @@ Status BuildKey(const std::u16string& units, SortOrderVersion version, bool leni
   return Status::OK();
 }
 
+// The primary (letter) bytes of a Jet 4 key, one at a time, without
+// building the key. Every such byte is above the 0x01 that ends the
+// letters, so a text whose letters run out first sorts first.
+class PrimaryCodeReader {
+ public:
+  explicit PrimaryCodeReader(std::string_view text) : text_(text) {}
+
+  // The next byte, or -1 after the last.
+  int Next() {
+    while (pending_pos_ == pending_.size()) {
+      if (!Refill()) return -1;
+    }
+    return static_cast<uint8_t>(pending_[pending_pos_++]);
+  }
+
+ private:
+  bool Refill() {
+    if (pos_ >= text_.size()) return false;
+    uint32_t cp;
+    if (!NextCodePoint(text_, &pos_, &cp)) cp = 0xFFFD;
+    units_.clear();
+    AppendUnits(cp, &units_);
+    pending_.clear();
+    pending_pos_ = 0;
+    for (char16_t unit : units_) {
+      const CharCode& code = general_sort::GeneralCode(unit);
+      if (code.kind == CharKind::kUncovered) {
+        AppendPacked(0xFFFF0000u | unit, 4, &pending_);  // as BuildKey does
+      } else {
+        AppendPacked(code.inline_bytes, code.inline_length, &pending_);
+      }
+    }
+    return true;
+  }
+
+  std::string_view text_;
+  size_t pos_ = 0;
+  std::u16string units_;
+  std::string pending_;
+  size_t pending_pos_ = 0;
+};
+
 }  // namespace
 
 Status GeneralSortKey(std::string_view utf8_text, SortOrderVersion version, std::string* key) {
@@ -276,6 +329,15 @@ Status GeneralSortKey(std::string_view utf8_text, SortOrderVersion version, std:
 }
 
 int CompareGeneral(std::string_view utf8_a, std::string_view utf8_b) {
+  if (utf8_a == utf8_b) return 0;
+  // Most texts differ in their letters, which lead the key: compare those
+  // as they are produced and build whole keys only on a tie.
+  PrimaryCodeReader a(utf8_a), b(utf8_b);
+  for (;;) {
+    const int x = a.Next(), y = b.Next();
+    if (x != y) return x < y ? -1 : 1;  // a finished text (-1) sorts first
+    if (x < 0) break;
+  }
   // Whole values are compared (no index truncation); texts with equal keys
   // are equal, as Access's = and GROUP BY treat them.
   std::u16string units_a, units_b;
