@@ -8,6 +8,7 @@
 
 #include "jet/database.h"
 #include "jet/text_form.h"
+#include "query_commands.h"
 #include "schema_printer.h"
 
 namespace {
@@ -20,7 +21,9 @@ const char kUsage[] =
     "  --schema [TABLE]     print columns (type, size, properties) and indexes\n"
     "                       (columns, flags, distinct count) of every or one table\n"
     "  --csv TABLE          print TABLE as CSV in the canonical text form\n"
-    "  --queries            list the saved queries\n"
+    "  --queries            print each saved query's type, parameters and SQL\n"
+    "  --run QUERY [VALUE...]  run a saved query with parameter values by position\n"
+    "  --sql STATEMENT...   run one or more SQL statements\n"
     "  --system             include system tables in the list\n"
     "  --encoding NAME      decode Jet 3 text as NAME (an iconv name such as GBK)\n"
     "                       instead of the code page the file claims\n"
@@ -34,7 +37,8 @@ const char kUsage[] =
 
 struct Options {
   std::string file;
-  enum class Mode { kList, kSchema, kCsv, kQueries } mode = Mode::kList;
+  enum class Mode { kList, kSchema, kCsv, kQueries, kRun, kSql } mode = Mode::kList;
+  std::vector<std::string> arguments;  // --run: query then values; --sql: statements
   std::string table;
   bool system = false;
   jet::OpenOptions open;
@@ -80,6 +84,17 @@ bool ParseArgs(int argc, char** argv, Options* o, std::string* error) {
         return false;
       }
       o->open.folder_mappings.push_back({m.substr(0, eq), m.substr(eq + 1)});
+    } else if (a == "--run" || a == "--sql") {
+      o->mode = a == "--run" ? Options::Mode::kRun : Options::Mode::kSql;
+      while (i + 1 < argc && std::strncmp(argv[i + 1], "--", 2) != 0) o->arguments.push_back(argv[++i]);
+      if (o->arguments.empty()) {
+        *error = a + " needs " + (a == "--run" ? "a query name" : "a statement");
+        return false;
+      }
+      if (o->file.empty() && o->arguments.size() > 1 && a == "--run") {
+        *error = "give FILE before --run";
+        return false;
+      }
     } else if (!a.empty() && a[0] == '-') {
       *error = "unknown option " + a;
       return false;
@@ -142,13 +157,6 @@ int PrintCsv(jet::Database& db, const std::string& table) {
   return 0;
 }
 
-int ListQueries(jet::Database& db) {
-  for (const auto& e : db.catalog()) {
-    if (e.kind == jet::ObjectKind::kQuery) std::printf("%s\n", e.name.c_str());
-  }
-  return 0;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -158,13 +166,19 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "jetdump: %s\n\n%s", error.c_str(), kUsage);
     return 2;
   }
+  if (o.mode == Options::Mode::kQueries) return jetdump::PrintQueries(o.file, o.open);
+  if (o.mode == Options::Mode::kRun) {
+    std::vector<std::string> values(o.arguments.begin() + 1, o.arguments.end());
+    return jetdump::RunSavedQuery(o.file, o.open, o.arguments[0], values);
+  }
+  if (o.mode == Options::Mode::kSql) return jetdump::RunStatements(o.file, o.open, o.arguments);
   std::unique_ptr<jet::Database> db;
   if (jet::Status s = jet::Database::Open(o.file, o.open, &db); !s.ok()) return Fail(s.ToString());
   switch (o.mode) {
     case Options::Mode::kList: return ListTables(*db, o.system);
     case Options::Mode::kSchema: return jetdump::PrintSchema(*db, o.table, o.system);
     case Options::Mode::kCsv: return PrintCsv(*db, o.table);
-    case Options::Mode::kQueries: return ListQueries(*db);
+    default: break;
   }
   return 0;
 }

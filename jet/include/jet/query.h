@@ -1,0 +1,109 @@
+// Running Jet SQL: saved queries, their parameters, and ad-hoc statements.
+// One QueryEngine serves each open file in the process; tables are copied
+// into an in-memory SQLite database when a statement first touches them and
+// kept until the engine's commit counter moves.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "jet/database.h"
+#include "jet/status.h"
+#include "jet/value.h"
+
+namespace jet {
+
+enum class QueryType {
+  kSelect = 1,
+  kMakeTable = 2,
+  kAppend = 3,
+  kUpdate = 4,
+  kDelete = 5,
+  kCrosstab = 6,
+  kDataDefinition = 7,
+  kPassThrough = 8,
+  kUnion = 9,
+};
+
+std::string_view QueryTypeName(QueryType type);
+
+struct SavedQuery {
+  std::string name;
+  QueryType type = QueryType::kSelect;
+  std::string sql;  // as Access shows it in SQL view, lines ended by CR LF
+  bool hidden = false;
+};
+
+struct QueryParameterInfo {
+  std::string name;
+  ColumnType type = ColumnType::kText;
+  bool declared = false;
+};
+
+struct QueryColumn {
+  std::string name;
+  ColumnType type = ColumnType::kText;
+  std::string caption;  // empty when neither the query nor the source column has one
+};
+
+struct QueryResult {
+  std::vector<QueryColumn> columns;
+  std::vector<Row> rows;
+};
+
+// Converts a parameter value given as text to `type` with fixed rules that
+// do not depend on the machine's locale: dates such as 01-Jan-2001,
+// 1/31/2001 (month first) or 2001-01-31, English month names, '.' as the
+// decimal point, True/False/Yes/No. InvalidArgument (Jet's 3464, data type
+// mismatch) when the text does not fit.
+Status ConvertParameterText(const std::string& text, ColumnType type, Value* out);
+
+class QueryEngine {
+ public:
+  // The engine of the file at `path`, shared by every caller in the process
+  // while any of them holds it.
+  static Status ForFile(const std::string& path, const OpenOptions& options,
+                        std::shared_ptr<QueryEngine>* engine);
+  ~QueryEngine();
+  QueryEngine(const QueryEngine&) = delete;
+  QueryEngine& operator=(const QueryEngine&) = delete;
+
+  Database& database();
+
+  // Every saved query, in catalogue order.
+  Status ListQueries(std::vector<SavedQuery>* queries);
+  // 3265 (item not found in this collection) when there is no such query.
+  Status GetQuery(const std::string& name, SavedQuery* query);
+
+  // A saved query's parameters as DAO lists them: declared ones first, then
+  // undeclared names in order of first appearance.
+  Status QueryParameters(const std::string& name, std::vector<QueryParameterInfo>* parameters);
+  Status SqlParameters(const std::string& sql, std::vector<QueryParameterInfo>* parameters);
+
+  // Runs a saved select, union or crosstab query with parameter values by
+  // position (text values are converted to each parameter's type).
+  Status RunQuery(const std::string& name, const std::vector<Value>& parameters, QueryResult* result);
+  // Runs a SELECT, UNION or TRANSFORM statement.
+  Status RunSql(const std::string& sql, const std::vector<Value>& parameters, QueryResult* result);
+
+  // The writer bumps this after every commit; cached tables are dropped
+  // when it has moved since they were copied.
+  void NoteCommit() { commits_.fetch_add(1); }
+  uint64_t commit_count() const { return commits_.load(); }
+
+  // How many tables are in the cache, and the time spent copying them (for
+  // benchmarks).
+  size_t cached_table_count() const;
+  double copy_seconds() const;
+
+ private:
+  struct Impl;
+  explicit QueryEngine(std::unique_ptr<Impl> impl);
+  std::unique_ptr<Impl> impl_;
+  std::atomic<uint64_t> commits_{0};
+};
+
+}  // namespace jet

@@ -1,0 +1,316 @@
+// Format(value, format): the named formats and the common custom date and
+// number formats, always with US-English names and '.' as the decimal point.
+#include <cmath>
+#include <cstdio>
+
+#include "sql/date_math.h"
+#include "sql/function_support.h"
+#include "sql/lexer.h"
+
+namespace jet::sql {
+namespace {
+
+std::string Fixed(double v, int decimals, bool thousands) {
+  char buf[128];
+  std::snprintf(buf, sizeof buf, "%.*f", decimals, RoundHalfEven(std::fabs(v), decimals));
+  std::string s(buf);
+  if (thousands) {
+    size_t dot = s.find('.');
+    size_t end = dot == std::string::npos ? s.size() : dot;
+    for (int i = static_cast<int>(end) - 3; i > 0; i -= 3) s.insert(static_cast<size_t>(i), ",");
+  }
+  bool zero = s.find_first_not_of("0.,") == std::string::npos;
+  return (v < 0 && !zero ? "-" : "") + s;
+}
+
+// Custom date/time formats: d dd ddd dddd m mm mmm mmmm yy yyyy q y w ww
+// h hh n nn s ss AM/PM am/pm A/P, "literal", \c, and / : as themselves.
+std::string FormatDate(double serial, const std::string& fmt) {
+  CivilDateTime c = CivilFromSerial(serial);
+  std::string out;
+  bool twelve_hour = false;
+  {
+    std::string f = FoldCase(fmt);
+    twelve_hour = f.find("am/pm") != std::string::npos || f.find("a/p") != std::string::npos ||
+                  f.find("ampm") != std::string::npos;
+  }
+  auto count_run = [&](size_t i, char ch) {
+    size_t n = 0;
+    while (i + n < fmt.size() && std::tolower(static_cast<unsigned char>(fmt[i + n])) == ch) ++n;
+    return n;
+  };
+  bool last_was_hour = false;
+  for (size_t i = 0; i < fmt.size();) {
+    char ch = static_cast<char>(std::tolower(static_cast<unsigned char>(fmt[i])));
+    char buf[32];
+    if (ch == '"') {
+      size_t e = fmt.find('"', i + 1);
+      if (e == std::string::npos) e = fmt.size();
+      out += fmt.substr(i + 1, e - i - 1);
+      i = e + 1;
+      continue;
+    }
+    if (ch == '\\' && i + 1 < fmt.size()) {
+      out += fmt[i + 1];
+      i += 2;
+      continue;
+    }
+    if (ch == 'a' && WordIs(std::string_view(fmt).substr(i, 5), "AM/PM")) {
+      bool upper = fmt[i] == 'A';
+      out += c.hour < 12 ? (upper ? "AM" : "am") : (upper ? "PM" : "pm");
+      i += 5;
+      continue;
+    }
+    if (ch == 'a' && WordIs(std::string_view(fmt).substr(i, 3), "A/P")) {
+      bool upper = fmt[i] == 'A';
+      out += c.hour < 12 ? (upper ? "A" : "a") : (upper ? "P" : "p");
+      i += 3;
+      continue;
+    }
+    size_t n = count_run(i, ch);
+    switch (ch) {
+      case 'd':
+        if (n == 1) out += std::to_string(c.day);
+        else if (n == 2) { std::snprintf(buf, sizeof buf, "%02d", c.day); out += buf; }
+        else {
+          int w = WeekdayOfDays(DaysFromCivil(c.year, c.month, c.day) - DaysFromCivil(1899, 12, 30));
+          out += WeekdayName(w, n == 3);
+          if (n > 4) n = 4;
+        }
+        break;
+      case 'm':
+        if (last_was_hour && n <= 2) {  // m after h means minutes
+          std::snprintf(buf, sizeof buf, n == 2 ? "%02d" : "%d", c.minute);
+          out += buf;
+        } else if (n == 1) out += std::to_string(c.month);
+        else if (n == 2) { std::snprintf(buf, sizeof buf, "%02d", c.month); out += buf; }
+        else { out += MonthName(c.month, n == 3); if (n > 4) n = 4; }
+        break;
+      case 'y':
+        if (n >= 3) {
+          std::snprintf(buf, sizeof buf, "%04lld", static_cast<long long>(c.year));
+          out += buf;
+          n = n >= 4 ? 4 : 3;
+        } else if (n == 2) {
+          std::snprintf(buf, sizeof buf, "%02lld", static_cast<long long>(c.year % 100));
+          out += buf;
+        } else {
+          out += std::to_string(DaysFromCivil(c.year, c.month, c.day) - DaysFromCivil(c.year, 1, 1) + 1);
+        }
+        break;
+      case 'q': out += std::to_string((c.month - 1) / 3 + 1); n = 1; break;
+      case 'w':
+        if (n == 1) out += std::to_string(WeekdayOfDays(DaysFromCivil(c.year, c.month, c.day) - DaysFromCivil(1899, 12, 30)));
+        else {
+          int64_t doy = DaysFromCivil(c.year, c.month, c.day) - DaysFromCivil(c.year, 1, 1);
+          int off = WeekdayOfDays(DaysFromCivil(c.year, 1, 1) - DaysFromCivil(1899, 12, 30)) - 1;
+          out += std::to_string((doy + off) / 7 + 1);
+          n = 2;
+        }
+        break;
+      case 'h': {
+        int h = twelve_hour ? (c.hour % 12 == 0 ? 12 : c.hour % 12) : c.hour;
+        std::snprintf(buf, sizeof buf, n >= 2 ? "%02d" : "%d", h);
+        out += buf;
+        n = n >= 2 ? 2 : 1;
+        break;
+      }
+      case 'n':
+        std::snprintf(buf, sizeof buf, n >= 2 ? "%02d" : "%d", c.minute);
+        out += buf;
+        n = n >= 2 ? 2 : 1;
+        break;
+      case 's':
+        std::snprintf(buf, sizeof buf, n >= 2 ? "%02d" : "%d", c.second);
+        out += buf;
+        n = n >= 2 ? 2 : 1;
+        break;
+      default:
+        out += fmt[i];
+        n = 1;
+        break;
+    }
+    if (ch == 'h') last_was_hour = true;
+    else if (ch != ':' && ch != ' ' && ch != 'm') last_was_hour = false;
+    i += n;
+  }
+  return out;
+}
+
+// Custom number formats: 0 # . , % and literals; sections split by ';'
+// for positive, negative, zero and Null.
+std::string FormatNumber(double v, const std::string& fmt_all) {
+  std::vector<std::string> sections;
+  {
+    std::string cur;
+    bool quoted = false;
+    for (char ch : fmt_all) {
+      if (ch == '"') quoted = !quoted;
+      if (ch == ';' && !quoted) {
+        sections.push_back(cur);
+        cur.clear();
+      } else {
+        cur += ch;
+      }
+    }
+    sections.push_back(cur);
+  }
+  std::string fmt = sections[0];
+  bool use_negative_section = v < 0 && sections.size() > 1 && !sections[1].empty();
+  if (use_negative_section) fmt = sections[1];
+  if (v == 0 && sections.size() > 2 && !sections[2].empty()) fmt = sections[2];
+  bool percent = fmt.find('%') != std::string::npos;
+  double x = std::fabs(v) * (percent ? 100 : 1);
+  // Digits wanted before and after the point, and thousands separators.
+  size_t dot = std::string::npos;
+  int int_zeros = 0, frac_zeros = 0, frac_hashes = 0;
+  bool thousands = false, in_quote = false;
+  for (size_t i = 0; i < fmt.size(); ++i) {
+    char ch = fmt[i];
+    if (ch == '"') in_quote = !in_quote;
+    if (in_quote) continue;
+    if (ch == '.' && dot == std::string::npos) dot = i;
+    else if (ch == '0') (dot == std::string::npos ? int_zeros : frac_zeros)++;
+    else if (ch == '#' && dot != std::string::npos) frac_hashes++;
+    else if (ch == ',' && dot == std::string::npos) thousands = true;
+  }
+  int decimals = frac_zeros + frac_hashes;
+  std::string digits = Fixed(x, decimals, false);
+  std::string whole = digits.substr(0, digits.find('.'));
+  std::string frac = digits.find('.') == std::string::npos ? "" : digits.substr(digits.find('.') + 1);
+  while (static_cast<int>(frac.size()) > frac_zeros && !frac.empty() && frac.back() == '0') frac.pop_back();
+  if (whole == "0" && int_zeros == 0) whole.clear();
+  while (static_cast<int>(whole.size()) < int_zeros) whole.insert(0, "0");
+  if (thousands) {
+    for (int i = static_cast<int>(whole.size()) - 3; i > 0; i -= 3) whole.insert(static_cast<size_t>(i), ",");
+  }
+  // Lay the number over the format: the first digit placeholder takes the
+  // whole part, the point the fraction; literals stay where they are.
+  std::string out;
+  bool placed_whole = false;
+  in_quote = false;
+  for (size_t i = 0; i < fmt.size(); ++i) {
+    char ch = fmt[i];
+    if (ch == '"') {
+      in_quote = !in_quote;
+      continue;
+    }
+    if (in_quote) {
+      out += ch;
+      continue;
+    }
+    if (ch == '\\' && i + 1 < fmt.size()) {
+      out += fmt[++i];
+    } else if (ch == '0' || ch == '#' || ch == ',') {
+      if (dot != std::string::npos && i > dot) continue;
+      if (!placed_whole) {
+        out += whole;
+        placed_whole = true;
+      }
+    } else if (ch == '.' && i == dot) {
+      if (!placed_whole) {
+        out += whole;
+        placed_whole = true;
+      }
+      if (!frac.empty() || frac_zeros > 0) out += "." + frac;
+    } else {
+      out += ch;
+    }
+  }
+  if (!placed_whole) out += whole;
+  if (v < 0 && !use_negative_section && digits.find_first_not_of("0.") != std::string::npos) out = "-" + out;
+  return out;
+}
+
+std::string FormatNamed(sqlite3_value* v, SqlType type, const std::string& name, bool* handled) {
+  *handled = true;
+  std::string n = FoldCase(name);
+  double x = type == SqlType::kCurrency ? sqlite3_value_int64(v) / 10000.0 : ArgNumber(v);
+  if (n == "general number") return NumberText(x);
+  if (n == "currency") {
+    std::string s = "$" + Fixed(std::fabs(x), 2, true);
+    return x < 0 ? "(" + s + ")" : s;
+  }
+  if (n == "fixed") return Fixed(x, 2, false);
+  if (n == "standard") return Fixed(x, 2, true);
+  if (n == "percent") return Fixed(x * 100, 2, false) + "%";
+  if (n == "scientific") {
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%.2E", x);
+    return buf;
+  }
+  if (n == "yes/no") return x != 0 ? "Yes" : "No";
+  if (n == "true/false") return x != 0 ? "True" : "False";
+  if (n == "on/off") return x != 0 ? "On" : "Off";
+  if (n == "general date") return DateText(x);
+  if (n == "long date") return FormatDate(x, "dddd, mmmm d, yyyy");
+  if (n == "medium date") return FormatDate(x, "dd-mmm-yy");
+  if (n == "short date") return FormatDate(x, "m/d/yyyy");
+  if (n == "long time") return FormatDate(x, "h:nn:ss AM/PM");
+  if (n == "medium time") return FormatDate(x, "hh:nn AM/PM");
+  if (n == "short time") return FormatDate(x, "hh:nn");
+  *handled = false;
+  return {};
+}
+
+bool LooksLikeDateFormat(const std::string& fmt) {
+  for (char ch : FoldCase(fmt))
+    if (ch == 'd' || ch == 'm' || ch == 'y' || ch == 'h' || ch == 'n' || ch == 's' || ch == 'q' || ch == 'w')
+      return true;
+  return false;
+}
+
+// jet_format(value, type, format)
+void Format(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  if (IsNull(argv[0])) {
+    // The fourth section of a number format is the text for Null.
+    if (argc > 2 && !IsNull(argv[2])) {
+      std::string fmt = ArgText(argv[2]);
+      size_t count = 0, at = 0;
+      for (size_t i = 0; i < fmt.size(); ++i)
+        if (fmt[i] == ';' && ++count == 3) at = i + 1;
+      if (count >= 3) {
+        std::string s = fmt.substr(at);
+        if (s.size() >= 2 && s.front() == '"' && s.back() == '"') s = s.substr(1, s.size() - 2);
+        return ResultText(ctx, s);
+      }
+    }
+    return sqlite3_result_null(ctx);
+  }
+  SqlType type = static_cast<SqlType>(sqlite3_value_int(argv[1]));
+  std::string fmt = argc > 2 && !IsNull(argv[2]) ? ArgText(argv[2]) : std::string();
+  if (fmt.empty()) {
+    return ResultText(ctx, TypedText(argv[0], type));
+  }
+  bool handled;
+  std::string named = FormatNamed(argv[0], type, fmt, &handled);
+  if (handled) return ResultText(ctx, named);
+  if (sqlite3_value_type(argv[0]) == SQLITE_TEXT && type != SqlType::kDate) {
+    // Text through a date format is read as a date first, as Jet does.
+    if (LooksLikeDateFormat(fmt)) {
+      auto d = ArgDate(argv[0]);
+      if (d) return ResultText(ctx, FormatDate(*d, fmt));
+    }
+    auto n = ParseNumberText(ArgText(argv[0]));
+    if (!n) return ResultText(ctx, ArgText(argv[0]));
+  }
+  if (type == SqlType::kDate || (LooksLikeDateFormat(fmt) && fmt.find('0') == std::string::npos &&
+                                 fmt.find('#') == std::string::npos)) {
+    auto d = ArgDate(argv[0]);
+    if (!d) return sqlite3_result_null(ctx);
+    return ResultText(ctx, FormatDate(*d, fmt));
+  }
+  double x = type == SqlType::kCurrency && sqlite3_value_type(argv[0]) == SQLITE_INTEGER
+                 ? sqlite3_value_int64(argv[0]) / 10000.0
+                 : ArgNumber(argv[0]);
+  ResultText(ctx, FormatNumber(x, fmt));
+}
+
+}  // namespace
+
+void RegisterFormatFunction(sqlite3* db) {
+  sqlite3_create_function(db, "jet_format", -1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, Format, nullptr,
+                          nullptr);
+}
+
+}  // namespace jet::sql

@@ -1,0 +1,559 @@
+// QueryEngine: one per open file. Tables are copied into an in-memory SQLite
+// database when a statement first reads them; saved queries are expanded
+// into the statement that uses them.
+#include <sqlite3.h>
+
+#include <chrono>
+#include <climits>
+#include <cmath>
+#include <map>
+#include <mutex>
+
+#include "jet/query.h"
+#include "sql/function_support.h"
+#include "sql/parser.h"
+#include "sql/query_text.h"
+#include "sql/translator.h"
+
+namespace jet {
+
+using sql::SqlType;
+
+std::string_view QueryTypeName(QueryType type) { return sql::QueryKindName(static_cast<sql::QueryKind>(type)); }
+
+namespace {
+
+struct CachedTable {
+  std::string sqlite_name;
+  std::vector<sql::SourceColumn> columns;
+  std::vector<ColumnType> types;
+};
+
+std::string DeclaredType(ColumnType t) {
+  switch (t) {
+    case ColumnType::kText:
+    case ColumnType::kMemo: return "TEXT COLLATE JETGENERAL";
+    case ColumnType::kSingle:
+    case ColumnType::kDouble:
+    case ColumnType::kDateTime:
+    case ColumnType::kDecimal: return "REAL";
+    case ColumnType::kBinary:
+    case ColumnType::kOle:
+    case ColumnType::kGuid: return "BLOB";
+    default: return "INTEGER";
+  }
+}
+
+double DecimalToDouble(const Decimal& d) {
+  double v = static_cast<double>(d.magnitude) / std::pow(10.0, d.scale);
+  return d.negative ? -v : v;
+}
+
+// Binds a value the way SQLite holds its Jet type.
+void Bind(sqlite3_stmt* stmt, int index, const Value& v) {
+  if (v.is_null()) {
+    sqlite3_bind_null(stmt, index);
+    return;
+  }
+  std::visit(
+      [&](const auto& x) {
+        using T = std::decay_t<decltype(x)>;
+        if constexpr (std::is_same_v<T, bool>) sqlite3_bind_int(stmt, index, x ? -1 : 0);
+        else if constexpr (std::is_same_v<T, int64_t>) sqlite3_bind_int64(stmt, index, x);
+        else if constexpr (std::is_same_v<T, float>) sqlite3_bind_double(stmt, index, x);
+        else if constexpr (std::is_same_v<T, double>) sqlite3_bind_double(stmt, index, x);
+        else if constexpr (std::is_same_v<T, Currency>) sqlite3_bind_int64(stmt, index, x.scaled);
+        else if constexpr (std::is_same_v<T, DateTime>) sqlite3_bind_double(stmt, index, x.serial);
+        else if constexpr (std::is_same_v<T, Decimal>) sqlite3_bind_double(stmt, index, DecimalToDouble(x));
+        else if constexpr (std::is_same_v<T, std::string>)
+          sqlite3_bind_text(stmt, index, x.data(), static_cast<int>(x.size()), SQLITE_TRANSIENT);
+        else if constexpr (std::is_same_v<T, Bytes>)
+          sqlite3_bind_blob(stmt, index, x.data(), static_cast<int>(x.size()), SQLITE_TRANSIENT);
+        else if constexpr (std::is_same_v<T, Guid>)
+          sqlite3_bind_blob(stmt, index, x.data(), static_cast<int>(x.size()), SQLITE_TRANSIENT);
+        else sqlite3_bind_null(stmt, index);
+      },
+      v.data());
+}
+
+Value ReadVariant(sqlite3_stmt* stmt, int i) {
+  switch (sqlite3_column_type(stmt, i)) {
+    case SQLITE_INTEGER: {
+      int64_t v = sqlite3_column_int64(stmt, i);
+      if (v >= INT32_MIN && v <= INT32_MAX) return Value(ColumnType::kLong, v);
+      return Value(ColumnType::kDouble, static_cast<double>(v));
+    }
+    case SQLITE_FLOAT: return Value(ColumnType::kDouble, sqlite3_column_double(stmt, i));
+    case SQLITE_TEXT:
+      return Value(ColumnType::kText, std::string(reinterpret_cast<const char*>(sqlite3_column_text(stmt, i)),
+                                                  sqlite3_column_bytes(stmt, i)));
+    case SQLITE_BLOB: {
+      auto* p = static_cast<const uint8_t*>(sqlite3_column_blob(stmt, i));
+      return Value(ColumnType::kBinary, Bytes(p, p + sqlite3_column_bytes(stmt, i)));
+    }
+    default: return Value::Null(ColumnType::kText);
+  }
+}
+
+// Reads column i as the Jet type the translator worked out.
+Value ReadTyped(sqlite3_stmt* stmt, int i, SqlType type, int scale) {
+  if (sqlite3_column_type(stmt, i) == SQLITE_NULL) return Value::Null(sql::ToColumnType(type));
+  switch (type) {
+    case SqlType::kBoolean: return Value(ColumnType::kBoolean, sqlite3_column_double(stmt, i) != 0);
+    case SqlType::kByte:
+    case SqlType::kInteger:
+    case SqlType::kLong:
+    case SqlType::kBigInt: {
+      if (sqlite3_column_type(stmt, i) != SQLITE_INTEGER) return ReadVariant(stmt, i);
+      return Value(sql::ToColumnType(type), sqlite3_column_int64(stmt, i));
+    }
+    case SqlType::kCurrency:
+      if (sqlite3_column_type(stmt, i) == SQLITE_INTEGER)
+        return Value(ColumnType::kCurrency, Currency{sqlite3_column_int64(stmt, i)});
+      return Value(ColumnType::kCurrency, Currency{sql::RoundHalfEvenToInt(sqlite3_column_double(stmt, i))});
+    case SqlType::kSingle:
+      return Value(ColumnType::kSingle, static_cast<float>(sqlite3_column_double(stmt, i)));
+    case SqlType::kDouble:
+      if (sqlite3_column_type(stmt, i) == SQLITE_TEXT) return ReadVariant(stmt, i);
+      return Value(ColumnType::kDouble, sqlite3_column_double(stmt, i));
+    case SqlType::kDate:
+      if (sqlite3_column_type(stmt, i) == SQLITE_TEXT) return ReadVariant(stmt, i);
+      return Value(ColumnType::kDateTime, DateTime{sqlite3_column_double(stmt, i)});
+    case SqlType::kDecimal: {
+      double v = sqlite3_column_double(stmt, i);
+      Decimal d;
+      d.negative = v < 0;
+      d.scale = static_cast<uint8_t>(scale);
+      d.magnitude = static_cast<unsigned __int128>(std::llround(std::fabs(v) * std::pow(10.0, scale)));
+      return Value(ColumnType::kDecimal, d);
+    }
+    case SqlType::kText:
+    case SqlType::kMemo: {
+      Value v = ReadVariant(stmt, i);
+      if (v.type() == ColumnType::kText && !v.is_null()) return Value(sql::ToColumnType(type), v.as_text());
+      if (!v.is_null()) {
+        return Value(ColumnType::kText, sql::TypedText(sqlite3_column_value(stmt, i), SqlType::kVariant));
+      }
+      return v;
+    }
+    case SqlType::kGuid: {
+      Value v = ReadVariant(stmt, i);
+      if (v.type() == ColumnType::kBinary && v.as_bytes().size() == 16) {
+        Guid g;
+        std::copy(v.as_bytes().begin(), v.as_bytes().end(), g.begin());
+        return Value(ColumnType::kGuid, g);
+      }
+      return v;
+    }
+    case SqlType::kBinary:
+    case SqlType::kOle: {
+      Value v = ReadVariant(stmt, i);
+      if (v.type() == ColumnType::kBinary) return Value(sql::ToColumnType(type), v.as_bytes());
+      return v;
+    }
+    default: return ReadVariant(stmt, i);
+  }
+}
+
+Status SqliteError(sqlite3* db, const std::string& context) {
+  std::string msg = sqlite3_errmsg(db);
+  int jet = 3075;
+  if (msg == "Division by zero") jet = 11;
+  else if (msg == "Overflow") jet = 6;
+  else if (msg == "Type mismatch") jet = 13;
+  else if (msg == "Invalid procedure call or argument") jet = 5;
+  return Status::InvalidArgument(msg + (context.empty() ? "" : " (" + context + ")"), jet);
+}
+
+std::string Folded(const std::string& s) { return sql::FoldCase(s); }
+
+}  // namespace
+
+struct QueryEngine::Impl : public sql::TranslationCatalog {
+  std::unique_ptr<Database> db;
+  sqlite3* lite = nullptr;
+  std::map<std::string, CachedTable> tables;          // by folded Jet name
+  std::map<std::string, std::string> query_text;      // by folded query name
+  uint64_t cached_at = 0;
+  int table_counter = 0;
+  double copy_seconds = 0;
+  // Values of the statement being translated, for crosstab headings.
+  const std::vector<Value>* values = nullptr;
+  const sql::ParameterList* parameters = nullptr;
+  bool load_tables = true;
+
+  ~Impl() override {
+    if (lite) sqlite3_close(lite);
+  }
+
+  Status Init() {
+    if (sqlite3_open(":memory:", &lite) != SQLITE_OK) return Status::IOError("Cannot open the SQLite engine.");
+    sql::RegisterJetFunctions(lite);
+    return Status::OK();
+  }
+
+  void DropCache() {
+    for (auto& [name, t] : tables) sqlite3_exec(lite, ("DROP TABLE IF EXISTS " + t.sqlite_name).c_str(), nullptr, nullptr, nullptr);
+    tables.clear();
+    query_text.clear();
+  }
+
+  Status CopyTable(const std::string& name, CachedTable* t) {
+    auto start = std::chrono::steady_clock::now();
+    std::unique_ptr<TableCursor> cursor;
+    JET_RETURN_IF_ERROR(db->OpenTable(name, &cursor));
+    std::string create = "CREATE TABLE " + t->sqlite_name + " (";
+    std::string insert = "INSERT INTO " + t->sqlite_name + " VALUES (";
+    for (size_t i = 0; i < t->types.size(); ++i) {
+      create += (i ? ", c" : "c") + std::to_string(i) + " " + DeclaredType(t->types[i]);
+      insert += i ? ", ?" : "?";
+    }
+    if (t->types.empty()) create += "c0";
+    create += ")";
+    insert += ")";
+    if (sqlite3_exec(lite, create.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) return SqliteError(lite, name);
+    if (t->types.empty()) return Status::OK();
+    sqlite3_stmt* stmt = nullptr;
+    if (sqlite3_prepare_v2(lite, insert.c_str(), -1, &stmt, nullptr) != SQLITE_OK) return SqliteError(lite, name);
+    sqlite3_exec(lite, "BEGIN", nullptr, nullptr, nullptr);
+    while (cursor->Next()) {
+      const Row& row = cursor->row();
+      for (size_t i = 0; i < t->types.size() && i < row.size(); ++i) Bind(stmt, static_cast<int>(i + 1), row[i]);
+      sqlite3_step(stmt);
+      sqlite3_reset(stmt);
+    }
+    sqlite3_exec(lite, "COMMIT", nullptr, nullptr, nullptr);
+    sqlite3_finalize(stmt);
+    copy_seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return cursor->status();
+  }
+
+  Status ResolveTable(const std::string& name, bool* found, std::string* sqlite_name,
+                      std::vector<sql::SourceColumn>* columns) override {
+    *found = false;
+    auto it = tables.find(Folded(name));
+    if (it == tables.end()) {
+      if (!db->FindTable(name)) return Status::OK();
+      std::shared_ptr<const TableDef> def;
+      JET_RETURN_IF_ERROR(db->GetTableDef(name, &def));
+      CachedTable t;
+      t.sqlite_name = "t" + std::to_string(++table_counter);
+      for (const ColumnDef& c : def->columns) {
+        sql::SourceColumn sc;
+        sc.name = c.name;
+        sc.type = sql::FromColumnType(c.type);
+        sc.decimal_scale = c.scale;
+        if (const Value* cap = c.properties.Find("Caption"); cap && !cap->is_null() &&
+                                                            std::holds_alternative<std::string>(cap->data()))
+          sc.caption = cap->as_text();
+        t.columns.push_back(sc);
+        t.types.push_back(c.type);
+      }
+      if (!load_tables) {
+        *found = true;
+        *sqlite_name = t.sqlite_name;
+        *columns = t.columns;
+        --table_counter;
+        return Status::OK();
+      }
+      JET_RETURN_IF_ERROR(CopyTable(name, &t));
+      it = tables.emplace(Folded(name), std::move(t)).first;
+    }
+    *found = true;
+    *sqlite_name = it->second.sqlite_name;
+    *columns = it->second.columns;
+    return Status::OK();
+  }
+
+  bool FindSavedQuery(const std::string& name, std::string* text) override {
+    auto it = query_text.find(Folded(name));
+    if (it != query_text.end()) {
+      *text = it->second;
+      return true;
+    }
+    SavedQuery q;
+    if (!LoadQuery(name, &q).ok()) return false;
+    *text = q.sql;
+    return true;
+  }
+
+  Status BindAll(sqlite3_stmt* stmt, const sql::ParameterList& list, const std::vector<Value>& given) {
+    int count = sqlite3_bind_parameter_count(stmt);
+    for (int i = 1; i <= count; ++i) {
+      size_t k = static_cast<size_t>(i - 1);
+      if (k >= given.size() || k >= list.items().size()) {
+        sqlite3_bind_null(stmt, i);
+        continue;
+      }
+      const sql::QueryParameter& p = list.items()[k];
+      const Value& v = given[k];
+      if (p.typed && !v.is_null() && std::holds_alternative<std::string>(v.data())) {
+        Value converted;
+        JET_RETURN_IF_ERROR(ConvertParameterText(v.as_text(), p.type, &converted));
+        Bind(stmt, i, converted);
+      } else {
+        Bind(stmt, i, v);
+      }
+    }
+    return Status::OK();
+  }
+
+  Status PivotValues(const std::string& sqlite_sql, SqlType type, std::vector<sql::PivotValue>* out) override {
+    if (!load_tables) return Status::OK();
+    sqlite3_stmt* stmt = nullptr;
+    if (sqlite3_prepare_v2(lite, sqlite_sql.c_str(), -1, &stmt, nullptr) != SQLITE_OK)
+      return SqliteError(lite, "crosstab headings");
+    static const std::vector<Value> kNone;
+    Status st = BindAll(stmt, *parameters, values ? *values : kNone);
+    while (st.ok() && sqlite3_step(stmt) == SQLITE_ROW) {
+      sqlite3_value* v = sqlite3_column_value(stmt, 0);
+      sql::PivotValue pv;
+      switch (sqlite3_value_type(v)) {
+        case SQLITE_NULL: pv.literal_sql = "NULL"; pv.heading = "<>"; break;
+        case SQLITE_INTEGER: pv.literal_sql = std::to_string(sqlite3_value_int64(v)); break;
+        case SQLITE_FLOAT: {
+          char buf[40];
+          std::snprintf(buf, sizeof buf, "%.17g", sqlite3_value_double(v));
+          pv.literal_sql = buf;
+          break;
+        }
+        default: {
+          std::string text = sql::ArgText(v);
+          std::string quoted = "'";
+          for (char c : text) quoted += c == '\'' ? std::string("''") : std::string(1, c);
+          pv.literal_sql = quoted + "'";
+        }
+      }
+      if (pv.heading.empty()) pv.heading = sql::TypedText(v, type);
+      out->push_back(std::move(pv));
+    }
+    sqlite3_finalize(stmt);
+    return st;
+  }
+
+  Status ReadQueryRows(int32_t object_id, std::vector<sql::QueryRow>* rows) {
+    std::unique_ptr<TableCursor> cursor;
+    JET_RETURN_IF_ERROR(db->OpenTable("MSysQueries", &cursor));
+    const TableDef& def = cursor->def();
+    int c_attr = def.FindColumn("Attribute"), c_expr = def.FindColumn("Expression"), c_flag = def.FindColumn("Flag"),
+        c_extra = def.FindColumn("LvExtra"), c_name1 = def.FindColumn("Name1"), c_name2 = def.FindColumn("Name2"),
+        c_obj = def.FindColumn("ObjectId"), c_order = def.FindColumn("Order");
+    if (c_attr < 0 || c_obj < 0) return Status::Corruption("MSysQueries lacks its Attribute or ObjectId column.");
+    auto text = [](const Value& v) -> std::optional<std::string> {
+      if (v.is_null() || !std::holds_alternative<std::string>(v.data())) return std::nullopt;
+      return v.as_text();
+    };
+    auto integer = [](const Value& v) -> std::optional<int> {
+      if (v.is_null() || !std::holds_alternative<int64_t>(v.data())) return std::nullopt;
+      return static_cast<int>(v.as_int());
+    };
+    while (cursor->Next()) {
+      const Row& r = cursor->row();
+      auto obj = integer(r[c_obj]);
+      if (!obj || *obj != object_id) continue;
+      sql::QueryRow q;
+      q.attribute = integer(r[c_attr]).value_or(0);
+      if (c_expr >= 0) q.expression = text(r[c_expr]);
+      if (c_flag >= 0) q.flag = integer(r[c_flag]);
+      if (c_extra >= 0) q.extra = integer(r[c_extra]);
+      if (c_name1 >= 0) q.name1 = text(r[c_name1]);
+      if (c_name2 >= 0) q.name2 = text(r[c_name2]);
+      if (c_order >= 0 && !r[c_order].is_null() && std::holds_alternative<Bytes>(r[c_order].data()))
+        q.order = r[c_order].as_bytes();
+      rows->push_back(std::move(q));
+    }
+    return cursor->status();
+  }
+
+  Status LoadQuery(const std::string& name, SavedQuery* q) {
+    const CatalogEntry* entry = db->FindObject(name, ObjectKind::kQuery);
+    if (!entry) return Status::NotFound("Item not found in this collection: query '" + name + "'.", 3265);
+    return BuildQuery(*entry, q);
+  }
+
+  Status BuildQuery(const CatalogEntry& entry, SavedQuery* q) {
+    std::vector<sql::QueryRow> rows;
+    JET_RETURN_IF_ERROR(ReadQueryRows(entry.id, &rows));
+    sql::QueryKind kind = sql::KindOfQuery(entry.flags, rows);
+    q->name = entry.name;
+    q->type = static_cast<QueryType>(kind);
+    q->hidden = entry.hidden;
+    q->sql = sql::BuildQueryText(kind, std::move(rows));
+    query_text[Folded(entry.name)] = q->sql;
+    return Status::OK();
+  }
+
+  void CheckCommits(uint64_t now) {
+    if (now != cached_at) {
+      DropCache();
+      cached_at = now;
+    }
+  }
+
+  Status Prepare(const std::string& sql_text, sql::Statement* st, sql::Translation* tr, const std::vector<Value>* given) {
+    JET_RETURN_IF_ERROR(sql::ParseStatement(sql_text, st));
+    if (st->kind != sql::StatementKind::kSelect && st->kind != sql::StatementKind::kCrosstab) {
+      return Status::Unsupported("Only SELECT, UNION and TRANSFORM statements return records; action statements "
+                                 "are run by the writer.");
+    }
+    values = given;
+    parameters = &tr->parameters;
+    Status s = sql::Translate(*st, sql_text, this, tr);
+    values = nullptr;
+    parameters = nullptr;
+    return s;
+  }
+
+  Status Run(const std::string& sql_text, const std::vector<Value>& given, QueryResult* result) {
+    sql::Statement st;
+    sql::Translation tr;
+    load_tables = true;
+    JET_RETURN_IF_ERROR(Prepare(sql_text, &st, &tr, &given));
+    size_t needed = tr.parameters.items().size();
+    if (given.size() < needed) {
+      return Status::InvalidArgument("Too few parameters. Expected " + std::to_string(needed - given.size()) + ".",
+                                     3061);
+    }
+    sqlite3_stmt* stmt = nullptr;
+    if (sqlite3_prepare_v2(lite, tr.sql.c_str(), -1, &stmt, nullptr) != SQLITE_OK) {
+      return SqliteError(lite, "translated statement");
+    }
+    Status bound = BindAll(stmt, tr.parameters, given);
+    if (!bound.ok()) {
+      sqlite3_finalize(stmt);
+      return bound;
+    }
+    *result = QueryResult();
+    for (const auto& c : tr.columns) result->columns.push_back({c.name, sql::ToColumnType(c.type), c.caption});
+    int rc;
+    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+      Row row;
+      row.reserve(tr.columns.size());
+      for (size_t i = 0; i < tr.columns.size(); ++i)
+        row.push_back(ReadTyped(stmt, static_cast<int>(i), tr.columns[i].type, tr.columns[i].decimal_scale));
+      result->rows.push_back(std::move(row));
+    }
+    Status status = rc == SQLITE_DONE ? Status::OK() : SqliteError(lite, "");
+    sqlite3_finalize(stmt);
+    JET_RETURN_IF_ERROR(status);
+    // Columns whose type shows only in the data (untyped parameters, mixed unions).
+    for (size_t i = 0; i < tr.columns.size(); ++i) {
+      if (tr.columns[i].type != SqlType::kVariant && tr.columns[i].type != SqlType::kNull) continue;
+      for (const Row& row : result->rows)
+        if (!row[i].is_null()) {
+          result->columns[i].type = row[i].type();
+          break;
+        }
+    }
+    return Status::OK();
+  }
+
+  Status Parameters(const std::string& sql_text, std::vector<QueryParameterInfo>* out) {
+    sql::Statement st;
+    sql::Translation tr;
+    load_tables = false;
+    Status s = Prepare(sql_text, &st, &tr, nullptr);
+    load_tables = true;
+    if (!s.ok() && st.kind != sql::StatementKind::kSelect && st.kind != sql::StatementKind::kCrosstab) {
+      // Action queries: their declared parameters are what DAO lists.
+      out->clear();
+      sql::ParameterList list;
+      for (const auto& d : st.parameters) list.Declare(d);
+      for (const auto& p : list.items()) out->push_back({p.name, p.type, true});
+      return Status::OK();
+    }
+    JET_RETURN_IF_ERROR(s);
+    out->clear();
+    for (const auto& p : tr.parameters.items()) out->push_back({p.name, p.type, p.declared});
+    return Status::OK();
+  }
+};
+
+namespace {
+std::mutex g_registry_mutex;
+std::map<std::string, std::weak_ptr<QueryEngine>>& Registry() {
+  static std::map<std::string, std::weak_ptr<QueryEngine>> registry;
+  return registry;
+}
+std::string CanonicalPath(const std::string& path) {
+  char* real = realpath(path.c_str(), nullptr);
+  if (!real) return path;
+  std::string s(real);
+  free(real);
+  return s;
+}
+}  // namespace
+
+QueryEngine::QueryEngine(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+QueryEngine::~QueryEngine() = default;
+
+Status QueryEngine::ForFile(const std::string& path, const OpenOptions& options,
+                            std::shared_ptr<QueryEngine>* engine) {
+  std::lock_guard<std::mutex> lock(g_registry_mutex);
+  std::string key = CanonicalPath(path);
+  if (auto existing = Registry()[key].lock()) {
+    *engine = existing;
+    return Status::OK();
+  }
+  auto impl = std::make_unique<Impl>();
+  JET_RETURN_IF_ERROR(Database::Open(path, options, &impl->db));
+  JET_RETURN_IF_ERROR(impl->Init());
+  std::shared_ptr<QueryEngine> created(new QueryEngine(std::move(impl)));
+  Registry()[key] = created;
+  *engine = created;
+  return Status::OK();
+}
+
+Database& QueryEngine::database() { return *impl_->db; }
+
+Status QueryEngine::ListQueries(std::vector<SavedQuery>* queries) {
+  impl_->CheckCommits(commit_count());
+  queries->clear();
+  for (const CatalogEntry& e : impl_->db->catalog()) {
+    if (e.kind != ObjectKind::kQuery) continue;
+    SavedQuery q;
+    JET_RETURN_IF_ERROR(impl_->BuildQuery(e, &q));
+    queries->push_back(std::move(q));
+  }
+  return Status::OK();
+}
+
+Status QueryEngine::GetQuery(const std::string& name, SavedQuery* query) {
+  impl_->CheckCommits(commit_count());
+  return impl_->LoadQuery(name, query);
+}
+
+Status QueryEngine::QueryParameters(const std::string& name, std::vector<QueryParameterInfo>* parameters) {
+  SavedQuery q;
+  JET_RETURN_IF_ERROR(GetQuery(name, &q));
+  if (q.type == QueryType::kPassThrough || q.type == QueryType::kDataDefinition) {
+    parameters->clear();
+    return Status::OK();
+  }
+  return impl_->Parameters(q.sql, parameters);
+}
+
+Status QueryEngine::SqlParameters(const std::string& sql, std::vector<QueryParameterInfo>* parameters) {
+  impl_->CheckCommits(commit_count());
+  return impl_->Parameters(sql, parameters);
+}
+
+Status QueryEngine::RunQuery(const std::string& name, const std::vector<Value>& parameters, QueryResult* result) {
+  SavedQuery q;
+  JET_RETURN_IF_ERROR(GetQuery(name, &q));
+  if (q.type != QueryType::kSelect && q.type != QueryType::kUnion && q.type != QueryType::kCrosstab) {
+    return Status::Unsupported("Query '" + name + "' is a " + std::string(QueryTypeName(q.type)) +
+                               " query and returns no records.");
+  }
+  return impl_->Run(q.sql, parameters, result);
+}
+
+Status QueryEngine::RunSql(const std::string& sql, const std::vector<Value>& parameters, QueryResult* result) {
+  impl_->CheckCommits(commit_count());
+  return impl_->Run(sql, parameters, result);
+}
+
+size_t QueryEngine::cached_table_count() const { return impl_->tables.size(); }
+double QueryEngine::copy_seconds() const { return impl_->copy_seconds; }
+
+}  // namespace jet

@@ -1,0 +1,266 @@
+// Jet's text functions: positions and lengths count characters, not bytes.
+#include <algorithm>
+
+#include "jet/sort_order.h"
+#include "sql/function_support.h"
+
+namespace jet::sql {
+namespace {
+
+bool AnyNull(int argc, sqlite3_value** argv) {
+  for (int i = 0; i < argc; ++i)
+    if (IsNull(argv[i])) return true;
+  return false;
+}
+
+#define JET_NULL_IN_NULL_OUT                \
+  if (AnyNull(argc, argv)) {                \
+    sqlite3_result_null(ctx);               \
+    return;                                 \
+  }
+
+void ResultChars(sqlite3_context* ctx, std::u32string_view s) { ResultText(ctx, EncodeUtf8(s)); }
+
+void Left(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  JET_NULL_IN_NULL_OUT
+  std::u32string s = DecodeUtf8(ArgText(argv[0]));
+  int64_t n = std::max<int64_t>(0, ArgInt(argv[1]));
+  ResultChars(ctx, std::u32string_view(s).substr(0, static_cast<size_t>(std::min<int64_t>(n, s.size()))));
+}
+
+void Right(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  JET_NULL_IN_NULL_OUT
+  std::u32string s = DecodeUtf8(ArgText(argv[0]));
+  size_t n = static_cast<size_t>(std::clamp<int64_t>(ArgInt(argv[1]), 0, s.size()));
+  ResultChars(ctx, std::u32string_view(s).substr(s.size() - n));
+}
+
+void Mid(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  if (IsNull(argv[0]) || IsNull(argv[1]) || (argc > 2 && IsNull(argv[2]))) {
+    sqlite3_result_null(ctx);
+    return;
+  }
+  std::u32string s = DecodeUtf8(ArgText(argv[0]));
+  int64_t start = std::max<int64_t>(1, ArgInt(argv[1]));
+  if (static_cast<size_t>(start) > s.size()) {
+    ResultText(ctx, "");
+    return;
+  }
+  size_t len = argc > 2 ? static_cast<size_t>(std::max<int64_t>(0, ArgInt(argv[2]))) : std::u32string::npos;
+  ResultChars(ctx, std::u32string_view(s).substr(static_cast<size_t>(start - 1), len));
+}
+
+void Len(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  JET_NULL_IN_NULL_OUT
+  sqlite3_result_int64(ctx, static_cast<int64_t>(DecodeUtf8(ArgText(argv[0])).size()));
+}
+
+// InStr([start,] text, find [, compare]); compare 0 is binary, else case-blind.
+void InStr(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  JET_NULL_IN_NULL_OUT
+  int first = 0;
+  int64_t start = 1;
+  if (argc >= 3) {
+    start = ArgInt(argv[0]);
+    first = 1;
+  }
+  bool binary = argc == 4 && ArgInt(argv[3]) == 0;
+  std::u32string text = DecodeUtf8(binary ? ArgText(argv[first]) : FoldCase(ArgText(argv[first])));
+  std::u32string find = DecodeUtf8(binary ? ArgText(argv[first + 1]) : FoldCase(ArgText(argv[first + 1])));
+  if (start < 1) {
+    sqlite3_result_null(ctx);
+    return;
+  }
+  if (static_cast<size_t>(start) > text.size() + (find.empty() ? 1 : 0)) {
+    sqlite3_result_int(ctx, 0);
+    return;
+  }
+  size_t at = text.find(find, static_cast<size_t>(start - 1));
+  sqlite3_result_int64(ctx, at == std::u32string::npos ? 0 : static_cast<int64_t>(at + 1));
+}
+
+void InStrRev(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  JET_NULL_IN_NULL_OUT
+  std::u32string text = DecodeUtf8(FoldCase(ArgText(argv[0])));
+  std::u32string find = DecodeUtf8(FoldCase(ArgText(argv[1])));
+  size_t from = argc > 2 && ArgInt(argv[2]) > 0 ? static_cast<size_t>(ArgInt(argv[2]) - 1) : std::u32string::npos;
+  size_t at = text.rfind(find, from);
+  sqlite3_result_int64(ctx, at == std::u32string::npos ? 0 : static_cast<int64_t>(at + 1));
+}
+
+void TrimImpl(sqlite3_context* ctx, sqlite3_value* v, bool left, bool right) {
+  if (IsNull(v)) {
+    sqlite3_result_null(ctx);
+    return;
+  }
+  std::string s = ArgText(v);
+  size_t b = 0, e = s.size();
+  if (left)
+    while (b < e && s[b] == ' ') ++b;
+  if (right)
+    while (e > b && s[e - 1] == ' ') --e;
+  ResultText(ctx, s.substr(b, e - b));
+}
+void Trim(sqlite3_context* ctx, int, sqlite3_value** argv) { TrimImpl(ctx, argv[0], true, true); }
+void LTrim(sqlite3_context* ctx, int, sqlite3_value** argv) { TrimImpl(ctx, argv[0], true, false); }
+void RTrim(sqlite3_context* ctx, int, sqlite3_value** argv) { TrimImpl(ctx, argv[0], false, true); }
+
+void UCase(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  JET_NULL_IN_NULL_OUT
+  ResultText(ctx, UpperCase(ArgText(argv[0])));
+}
+void LCase(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  JET_NULL_IN_NULL_OUT
+  ResultText(ctx, FoldCase(ArgText(argv[0])));
+}
+
+// Replace(text, find, with [, start [, count [, compare]]]): case-blind by default.
+void Replace(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  JET_NULL_IN_NULL_OUT
+  std::u32string text = DecodeUtf8(ArgText(argv[0]));
+  std::u32string find = DecodeUtf8(ArgText(argv[1]));
+  std::u32string with = DecodeUtf8(ArgText(argv[2]));
+  size_t start = argc > 3 ? static_cast<size_t>(std::max<int64_t>(1, ArgInt(argv[3]))) : 1;
+  int64_t count = argc > 4 ? ArgInt(argv[4]) : -1;
+  bool binary = argc > 5 && ArgInt(argv[5]) == 0;
+  if (start > text.size()) {
+    ResultText(ctx, "");
+    return;
+  }
+  text = text.substr(start - 1);
+  if (find.empty()) {
+    ResultChars(ctx, text);
+    return;
+  }
+  std::u32string folded = binary ? text : DecodeUtf8(FoldCase(EncodeUtf8(text)));
+  std::u32string folded_find = binary ? find : DecodeUtf8(FoldCase(EncodeUtf8(find)));
+  std::u32string out;
+  size_t i = 0;
+  while (count != 0) {
+    size_t at = folded.find(folded_find, i);
+    if (at == std::u32string::npos) break;
+    out.append(text, i, at - i);
+    out += with;
+    i = at + find.size();
+    if (count > 0) --count;
+  }
+  out.append(text, i, std::u32string::npos);
+  ResultChars(ctx, out);
+}
+
+void Space(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  JET_NULL_IN_NULL_OUT
+  ResultText(ctx, std::string(static_cast<size_t>(std::clamp<int64_t>(ArgInt(argv[0]), 0, 1 << 20)), ' '));
+}
+
+void String(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  JET_NULL_IN_NULL_OUT
+  size_t n = static_cast<size_t>(std::clamp<int64_t>(ArgInt(argv[0]), 0, 1 << 20));
+  char32_t c;
+  if (sqlite3_value_type(argv[1]) == SQLITE_TEXT) {
+    std::u32string s = DecodeUtf8(ArgText(argv[1]));
+    if (s.empty()) {
+      sqlite3_result_null(ctx);
+      return;
+    }
+    c = s[0];
+  } else {
+    c = static_cast<char32_t>(ArgInt(argv[1]) & 0xFFFF);
+  }
+  ResultChars(ctx, std::u32string(n, c));
+}
+
+// StrComp(a, b [, compare]): -1, 0, 1; case-blind General order unless compare is 0.
+void StrComp(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  if (IsNull(argv[0]) || IsNull(argv[1])) {
+    sqlite3_result_null(ctx);
+    return;
+  }
+  std::string a = ArgText(argv[0]), b = ArgText(argv[1]);
+  int c = (argc > 2 && ArgInt(argv[2]) == 0) ? a.compare(b) : CompareGeneral(a, b);
+  sqlite3_result_int(ctx, c < 0 ? -1 : c > 0 ? 1 : 0);
+}
+
+void Asc(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  JET_NULL_IN_NULL_OUT
+  std::u32string s = DecodeUtf8(ArgText(argv[0]));
+  if (s.empty()) {
+    sqlite3_result_null(ctx);
+    return;
+  }
+  sqlite3_result_int64(ctx, static_cast<int64_t>(s[0]));
+}
+
+void Chr(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  JET_NULL_IN_NULL_OUT
+  int64_t code = ArgInt(argv[0]);
+  if (code < 0 || code > 0xFFFF) {
+    sqlite3_result_null(ctx);
+    return;
+  }
+  // Codes 128-159 are the Windows-1252 characters in Access.
+  static const char32_t k1252[32] = {0x20AC, 0x81, 0x201A, 0x192, 0x201E, 0x2026, 0x2020, 0x2021,
+                                     0x2C6, 0x2030, 0x160, 0x2039, 0x152, 0x8D, 0x17D, 0x8F,
+                                     0x90, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                                     0x2DC, 0x2122, 0x161, 0x203A, 0x153, 0x9D, 0x17E, 0x178};
+  char32_t c = (code >= 128 && code < 160) ? k1252[code - 128] : static_cast<char32_t>(code);
+  ResultChars(ctx, std::u32string(1, c));
+}
+
+void StrReverse(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  JET_NULL_IN_NULL_OUT
+  std::u32string s = DecodeUtf8(ArgText(argv[0]));
+  std::reverse(s.begin(), s.end());
+  ResultChars(ctx, s);
+}
+
+// a & b: Null only when both are Null.
+void Amp(sqlite3_context* ctx, int, sqlite3_value** argv) {
+  if (IsNull(argv[0]) && IsNull(argv[1])) {
+    sqlite3_result_null(ctx);
+    return;
+  }
+  ResultText(ctx, ArgText(argv[0]) + ArgText(argv[1]));
+}
+
+// jet_text(value, type): the value in Jet's text form, Null kept.
+void TypedTextFn(sqlite3_context* ctx, int, sqlite3_value** argv) {
+  if (IsNull(argv[0])) {
+    sqlite3_result_null(ctx);
+    return;
+  }
+  ResultText(ctx, TypedText(argv[0], static_cast<SqlType>(sqlite3_value_int(argv[1]))));
+}
+
+int CollateGeneral(void*, int len_a, const void* a, int len_b, const void* b) {
+  return CompareGeneral(std::string_view(static_cast<const char*>(a), static_cast<size_t>(len_a)),
+                        std::string_view(static_cast<const char*>(b), static_cast<size_t>(len_b)));
+}
+
+struct Fn {
+  const char* name;
+  int args;
+  void (*fn)(sqlite3_context*, int, sqlite3_value**);
+};
+
+constexpr Fn kFunctions[] = {
+    {"jet_left", 2, Left},     {"jet_right", 2, Right},     {"jet_mid", -1, Mid},
+    {"jet_len", 1, Len},       {"jet_instr", -1, InStr},    {"jet_instrrev", -1, InStrRev},
+    {"jet_trim", 1, Trim},     {"jet_ltrim", 1, LTrim},     {"jet_rtrim", 1, RTrim},
+    {"jet_ucase", 1, UCase},   {"jet_lcase", 1, LCase},     {"jet_replace", -1, Replace},
+    {"jet_space", 1, Space},   {"jet_string", 2, String},   {"jet_strcomp", -1, StrComp},
+    {"jet_asc", 1, Asc},       {"jet_chr", 1, Chr},         {"jet_strreverse", 1, StrReverse},
+    {"jet_amp", 2, Amp},       {"jet_text", 2, TypedTextFn},
+};
+
+}  // namespace
+
+void RegisterTextFunctions(sqlite3* db) {
+  for (const Fn& f : kFunctions) {
+    sqlite3_create_function(db, f.name, f.args, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, f.fn, nullptr,
+                            nullptr);
+  }
+  sqlite3_create_collation(db, "JETGENERAL", SQLITE_UTF8, nullptr, CollateGeneral);
+}
+
+}  // namespace jet::sql

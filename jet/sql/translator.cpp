@@ -1,0 +1,485 @@
+// Queries, FROM sources and crosstabs.
+#include <cmath>
+#include <cstdio>
+
+#include "sql/function_support.h"
+#include "sql/parser.h"
+#include "sql/translator_impl.h"
+
+namespace jet::sql {
+
+// ---- parameters -------------------------------------------------------------
+
+std::string ParameterKey(std::string_view name) {
+  std::string key;
+  std::string part;
+  bool bracket = false;
+  auto flush = [&]() {
+    size_t b = part.find_first_not_of(" \t");
+    size_t e = part.find_last_not_of(" \t");
+    if (!key.empty()) key += '!';
+    if (b != std::string::npos) key += FoldCase(part.substr(b, e - b + 1));
+    part.clear();
+  };
+  for (char c : name) {
+    if (bracket) {
+      if (c == ']') bracket = false;
+      else part += c;
+    } else if (c == '[') {
+      bracket = true;
+    } else if (c == '!' || c == '.') {
+      flush();
+    } else {
+      part += c;
+    }
+  }
+  flush();
+  return key;
+}
+
+int ParameterList::Find(const std::string& key) const {
+  for (size_t i = 0; i < items_.size(); ++i)
+    if (items_[i].key == key) return static_cast<int>(i);
+  return -1;
+}
+
+int ParameterList::Declare(const ParameterDecl& decl) {
+  std::string key = ParameterKey(decl.name);
+  int found = Find(key);
+  if (found >= 0) return found;
+  QueryParameter p;
+  p.name = decl.name;
+  // A single bracketed name is shown without its brackets.
+  if (p.name.size() > 2 && p.name.front() == '[' && p.name.back() == ']' &&
+      p.name.find(']') == p.name.size() - 1)
+    p.name = p.name.substr(1, p.name.size() - 2);
+  p.key = key;
+  p.type = decl.type;
+  p.declared = true;
+  p.typed = decl.typed;
+  items_.push_back(p);
+  return static_cast<int>(items_.size()) - 1;
+}
+
+int ParameterList::Use(const std::string& name, const std::string& key) {
+  int found = Find(key);
+  if (found >= 0) return found;
+  QueryParameter p;
+  p.name = name;
+  p.key = key;
+  items_.push_back(p);
+  return static_cast<int>(items_.size()) - 1;
+}
+
+// ---- helpers ----------------------------------------------------------------
+
+bool NamesEqual(std::string_view a, std::string_view b) { return a == b || FoldCase(a) == FoldCase(b); }
+
+Status SyntaxError(const std::string& text) {
+  return Status::InvalidArgument("Syntax error in query expression '" + text + "'.", 3075);
+}
+
+namespace {
+
+std::string ColumnList(size_t n, const std::string& prefix = "") {
+  std::string s;
+  for (size_t i = 0; i < n; ++i) s += (i ? ", " : "") + prefix + "c" + std::to_string(i);
+  return s;
+}
+
+std::string OrderSuffix(const TypedSql& t, bool descending) {
+  std::string s = t.sql;
+  if (IsText(t.type)) s += " COLLATE JETGENERAL";
+  if (descending) s += " DESC";
+  return s;
+}
+
+}  // namespace
+
+// ---- statements -------------------------------------------------------------
+
+Status Translator::TranslateStatement(const Statement& st) {
+  for (const ParameterDecl& decl : st.parameters) out_->parameters.Declare(decl);
+  QueryOut q;
+  if (st.kind == StatementKind::kCrosstab) {
+    JET_RETURN_IF_ERROR(TranslateCrosstab(st, &q));
+  } else if (st.kind == StatementKind::kSelect) {
+    JET_RETURN_IF_ERROR(TranslateQuery(*st.query, nullptr, &q));
+  } else {
+    return Status::Unsupported("Action queries are run by the writer.");
+  }
+  out_->sql = std::move(q.sql);
+  out_->columns = std::move(q.columns);
+  return Status::OK();
+}
+
+Status Translator::TranslateQuery(const QueryExpr& q, Scope* outer, QueryOut* out) {
+  if (!q.is_union) return TranslateSelect(q, outer, out);
+  QueryOut left, right;
+  JET_RETURN_IF_ERROR(TranslateQuery(*q.left, outer, &left));
+  JET_RETURN_IF_ERROR(TranslateQuery(*q.right, outer, &right));
+  if (left.columns.size() != right.columns.size()) {
+    return Status::InvalidArgument(
+        "The number of columns in the two selected tables or queries of a union query do not match.", 3307);
+  }
+  out->columns = left.columns;
+  for (size_t i = 0; i < out->columns.size(); ++i) {
+    OutputColumn& c = out->columns[i];
+    const OutputColumn& r = right.columns[i];
+    if (c.type == SqlType::kNull) c.type = r.type;
+    else if (r.type != SqlType::kNull && r.type != c.type) {
+      if (IsText(c.type) && IsText(r.type)) c.type = SqlType::kMemo;
+      else if (IsNumber(c.type) && IsNumber(r.type)) c.type = WiderNumber(c.type, r.type);
+      else c.type = SqlType::kVariant;
+    }
+  }
+  // Each side is wrapped so that its own ORDER BY or TOP stays inside it.
+  std::string sql = "SELECT * FROM (" + left.sql + ") UNION " + std::string(q.union_all ? "ALL " : "") +
+                    "SELECT * FROM (" + right.sql + ")";
+  if (!q.order_by.empty()) {
+    std::string keys;
+    for (const OrderItem& item : q.order_by) {
+      int index = -1;
+      if (item.expr->kind == ExprKind::kName) {
+        for (size_t i = 0; i < out->columns.size(); ++i)
+          if (NamesEqual(out->columns[i].name, item.expr->parts.back())) {
+            index = static_cast<int>(i);
+            break;
+          }
+      }
+      if (index < 0) {
+        return Status::InvalidArgument("ORDER BY clause (" + item.expr->parts.back() +
+                                           ") conflicts with UNION's column names.",
+                                       3075);
+      }
+      TypedSql key{"c" + std::to_string(index), out->columns[index].type, 0, {}};
+      keys += (keys.empty() ? "" : ", ") + OrderSuffix(key, item.descending);
+    }
+    sql = "SELECT * FROM (" + sql + ") ORDER BY " + keys;
+  }
+  out->sql = std::move(sql);
+  return Status::OK();
+}
+
+Status Translator::SelectList(const SelectCore& core, Scope* scope, std::vector<TypedSql>* items,
+                              std::vector<OutputColumn>* columns) {
+  int expr_number = 1000;
+  // Names that occur in more than one source are qualified in * lists.
+  auto duplicated = [&](const std::string& name) {
+    int count = 0;
+    for (const Source& s : scope->sources)
+      for (const SourceColumn& c : s.columns)
+        if (NamesEqual(c.name, name)) ++count;
+    return count > 1;
+  };
+  for (const SelectItem& item : core.items) {
+    if (item.expr->kind == ExprKind::kStar) {
+      bool any = false;
+      for (const Source& s : scope->sources) {
+        if (!item.expr->parts.empty() && !NamesEqual(s.alias, item.expr->parts[0])) continue;
+        any = true;
+        for (size_t i = 0; i < s.columns.size(); ++i) {
+          const SourceColumn& c = s.columns[i];
+          items->push_back({s.sqlite_alias + ".c" + std::to_string(i), c.type, c.decimal_scale, c.caption});
+          std::string name = item.expr->parts.empty() && duplicated(c.name) ? s.alias + "." + c.name : c.name;
+          columns->push_back({name, c.type, c.caption, c.decimal_scale});
+        }
+      }
+      if (!any) {
+        return Status::NotFound("Could not find the table or query '" +
+                                    (item.expr->parts.empty() ? std::string("*") : item.expr->parts[0]) +
+                                    "' named in the select list.",
+                                3078);
+      }
+      continue;
+    }
+    TypedSql t;
+    JET_RETURN_IF_ERROR(Expr(*item.expr, scope, &t));
+    std::string name = item.alias;
+    if (name.empty()) {
+      // A field keeps its name; anything else is ExprNNNN.
+      bool is_field = item.expr->kind == ExprKind::kName && t.sql.size() > 1 && t.sql[0] == 's';
+      name = is_field ? item.expr->parts.back() : "Expr" + std::to_string(expr_number++);
+    }
+    columns->push_back({name, t.type, t.caption, t.decimal_scale});
+    items->push_back(std::move(t));
+  }
+  return Status::OK();
+}
+
+Status Translator::OrderKeys(const std::vector<OrderItem>& order, Scope* scope, std::vector<std::string>* keys) {
+  for (const OrderItem& item : order) {
+    if (item.expr->kind == ExprKind::kNumber) continue;  // Jet sorts by a constant: no effect
+    TypedSql t;
+    JET_RETURN_IF_ERROR(Expr(*item.expr, scope, &t));
+    keys->push_back(OrderSuffix(t, item.descending));
+  }
+  return Status::OK();
+}
+
+Status Translator::TranslateSelect(const QueryExpr& q, Scope* outer, QueryOut* out) {
+  const SelectCore& core = q.select;
+  Scope scope;
+  scope.outer = outer;
+  scope.items = &core.items;
+  std::string from;
+  for (const auto& ref : core.from) {
+    std::string part;
+    JET_RETURN_IF_ERROR(TranslateFrom(*ref, &scope, &part));
+    from += (from.empty() ? "" : " CROSS JOIN ") + part;
+  }
+  std::vector<TypedSql> items;
+  JET_RETURN_IF_ERROR(SelectList(core, &scope, &items, &out->columns));
+  // DISTINCTROW drops repeated rows of the tables whose fields are shown;
+  // over a join that is, nearly always, DISTINCT on those fields.
+  bool distinct = core.quantifier == Quantifier::kDistinct ||
+                  (core.quantifier == Quantifier::kDistinctRow && scope.sources.size() > 1);
+  std::string select_list;
+  for (size_t i = 0; i < items.size(); ++i) {
+    std::string item = items[i].sql;
+    if (IsText(items[i].type) && distinct) item += " COLLATE JETGENERAL";
+    select_list += (i ? ", " : "") + item + " AS c" + std::to_string(i);
+  }
+  std::string body = from.empty() ? "" : " FROM " + from;
+  if (core.where) {
+    TypedSql w;
+    JET_RETURN_IF_ERROR(Expr(*core.where, &scope, &w));
+    body += " WHERE " + w.sql;
+  }
+  if (!core.group_by.empty()) {
+    std::string groups;
+    for (const auto& g : core.group_by) {
+      TypedSql t;
+      JET_RETURN_IF_ERROR(Expr(*g, &scope, &t));
+      groups += (groups.empty() ? "" : ", ") + t.sql + (IsText(t.type) ? " COLLATE JETGENERAL" : "");
+    }
+    body += " GROUP BY " + groups;
+  }
+  if (core.having) {
+    TypedSql h;
+    JET_RETURN_IF_ERROR(Expr(*core.having, &scope, &h));
+    body += " HAVING " + h.sql;
+  }
+  std::vector<std::string> keys;
+  JET_RETURN_IF_ERROR(OrderKeys(q.order_by, &scope, &keys));
+  if (!core.top) {
+    out->sql = std::string("SELECT ") + (distinct ? "DISTINCT " : "") + select_list + body;
+    if (!keys.empty()) {
+      std::string order;
+      for (const auto& k : keys) order += (order.empty() ? "" : ", ") + k;
+      out->sql += " ORDER BY " + order;
+    }
+    return Status::OK();
+  }
+  // TOP n keeps the rows tied with the n-th: rank over the ORDER BY keys.
+  std::string key_columns, window_order, outer_order;
+  for (size_t i = 0; i < keys.size(); ++i) {
+    std::string k = keys[i];
+    bool desc = k.size() > 5 && k.compare(k.size() - 5, 5, " DESC") == 0;
+    std::string expr = desc ? k.substr(0, k.size() - 5) : k;
+    std::string collate;
+    size_t at = expr.rfind(" COLLATE JETGENERAL");
+    if (at != std::string::npos && at + 19 == expr.size()) {
+      expr = expr.substr(0, at);
+      collate = " COLLATE JETGENERAL";
+    }
+    key_columns += ", " + expr + " AS o" + std::to_string(i);
+    std::string ok = "o" + std::to_string(i) + collate + (desc ? " DESC" : "");
+    window_order += (i ? ", " : "") + ok;
+    outer_order += (i ? ", " : "") + ok;
+  }
+  std::string rank = keys.empty() ? "ROW_NUMBER() OVER ()" : "RANK() OVER (ORDER BY " + window_order + ")";
+  // The window sees only columns of a FROM, so the keys are named one level down.
+  std::string inner = "SELECT *, " + rank + " AS r_, COUNT(*) OVER () AS n_ FROM (SELECT " +
+                      (distinct ? "DISTINCT " : "") + select_list + key_columns + body + ")";
+  std::string limit = core.top->percent
+                          ? "(r_ - 1) * 100.0 < n_ * " + DoubleLiteral(core.top->count)
+                          : "r_ <= " + std::to_string(static_cast<int64_t>(core.top->count));
+  out->sql = "SELECT " + ColumnList(items.size()) + " FROM (" + inner + ") WHERE " + limit;
+  if (!outer_order.empty()) out->sql += " ORDER BY " + outer_order;
+  return Status::OK();
+}
+
+// ---- FROM ---------------------------------------------------------------------
+
+Status Translator::TranslateFrom(const TableRef& ref, Scope* scope, std::string* sql) {
+  switch (ref.kind) {
+    case TableRef::Kind::kNamed:
+      return TranslateNamedSource(ref, scope, sql);
+    case TableRef::Kind::kDerived: {
+      QueryOut sub;
+      JET_RETURN_IF_ERROR(TranslateQuery(*ref.derived, scope->outer, &sub));
+      Source s;
+      s.alias = ref.alias;
+      s.sqlite_alias = NextAlias();
+      for (const OutputColumn& c : sub.columns) s.columns.push_back({c.name, c.type, c.caption, c.decimal_scale});
+      *sql = "(" + sub.sql + ") AS " + s.sqlite_alias;
+      scope->sources.push_back(std::move(s));
+      return Status::OK();
+    }
+    case TableRef::Kind::kJoin: {
+      std::string left, right;
+      JET_RETURN_IF_ERROR(TranslateFrom(*ref.left, scope, &left));
+      JET_RETURN_IF_ERROR(TranslateFrom(*ref.right, scope, &right));
+      TypedSql on;
+      JET_RETURN_IF_ERROR(Expr(*ref.on, scope, &on));
+      if (ref.join == JoinKind::kRight) {
+        // SQLite 3.40 has no RIGHT JOIN: swap the sides of a LEFT JOIN.
+        *sql = "(" + right + " LEFT JOIN " + left + " ON " + on.sql + ")";
+      } else {
+        *sql = "(" + left + (ref.join == JoinKind::kLeft ? " LEFT JOIN " : " INNER JOIN ") + right + " ON " +
+               on.sql + ")";
+      }
+      return Status::OK();
+    }
+  }
+  return Status::OK();
+}
+
+Status Translator::TranslateNamedSource(const TableRef& ref, Scope* scope, std::string* sql) {
+  if (!ref.external_db.empty()) {
+    return Status::Unsupported("Tables in another database (IN '" + ref.external_db + "') are not supported.");
+  }
+  Source s;
+  s.alias = ref.alias.empty() ? ref.name : ref.alias;
+  s.sqlite_alias = NextAlias();
+  bool found = false;
+  std::string table;
+  JET_RETURN_IF_ERROR(catalog_->ResolveTable(ref.name, &found, &table, &s.columns));
+  if (found) {
+    *sql = table + " AS " + s.sqlite_alias;
+    bool listed = false;
+    for (const auto& t : out_->tables) listed = listed || t == table;
+    if (!listed) out_->tables.push_back(table);
+    scope->sources.push_back(std::move(s));
+    return Status::OK();
+  }
+  std::string text;
+  if (!catalog_->FindSavedQuery(ref.name, &text)) {
+    return Status::NotFound("The Microsoft Jet database engine cannot find the input table or query '" + ref.name +
+                                "'.  Make sure it exists and that its name is spelled correctly.",
+                            3078);
+  }
+  std::string key = FoldCase(ref.name);
+  if (open_queries_.count(key)) {
+    return Status::InvalidArgument("Circular reference caused by '" + ref.name + "'.", 3103);
+  }
+  Statement nested;
+  Status parsed = ParseStatement(text, &nested);
+  if (!parsed.ok()) return Status::InvalidArgument(parsed.message() + " (in query '" + ref.name + "')", parsed.jet_error());
+  if (nested.kind != StatementKind::kSelect && nested.kind != StatementKind::kCrosstab) {
+    return Status::InvalidArgument("Query '" + ref.name + "' is an action query and cannot be used as a table.", 3078);
+  }
+  open_queries_.insert(key);
+  source_stack_.push_back(source_text_);
+  source_text_ = text;
+  for (const ParameterDecl& decl : nested.parameters) out_->parameters.Declare(decl);
+  QueryOut sub;
+  Status st = nested.kind == StatementKind::kCrosstab ? TranslateCrosstab(nested, &sub)
+                                                       : TranslateQuery(*nested.query, nullptr, &sub);
+  source_text_ = source_stack_.back();
+  source_stack_.pop_back();
+  open_queries_.erase(key);
+  JET_RETURN_IF_ERROR(st);
+  for (const OutputColumn& c : sub.columns) s.columns.push_back({c.name, c.type, c.caption, c.decimal_scale});
+  *sql = "(" + sub.sql + ") AS " + s.sqlite_alias;
+  scope->sources.push_back(std::move(s));
+  return Status::OK();
+}
+
+// ---- crosstab ---------------------------------------------------------------
+
+Status Translator::TranslateCrosstab(const Statement& st, QueryOut* out) {
+  const QueryExpr& q = *st.query;
+  if (q.is_union) return Status::InvalidArgument("A crosstab query cannot be a union.", 3075);
+  const SelectCore& core = q.select;
+  Scope scope;
+  scope.items = &core.items;
+  std::string from;
+  for (const auto& ref : core.from) {
+    std::string part;
+    JET_RETURN_IF_ERROR(TranslateFrom(*ref, &scope, &part));
+    from += (from.empty() ? "" : " CROSS JOIN ") + part;
+  }
+  std::string body = from.empty() ? "" : " FROM " + from;
+  if (core.where) {
+    TypedSql w;
+    JET_RETURN_IF_ERROR(Expr(*core.where, &scope, &w));
+    body += " WHERE " + w.sql;
+  }
+  TypedSql pivot;
+  JET_RETURN_IF_ERROR(Expr(*st.pivot, &scope, &pivot));
+  std::vector<PivotValue> headings;
+  if (!st.pivot_in.empty()) {
+    for (const auto& e : st.pivot_in) {
+      TypedSql v;
+      JET_RETURN_IF_ERROR(Expr(*e, &scope, &v));
+      std::string heading = e->kind == ExprKind::kString ? e->text
+                            : e->kind == ExprKind::kNumber ? e->text
+                                                           : e->text;
+      if (IsText(pivot.type) && !IsText(v.type)) v.sql = AsText(v);
+      headings.push_back({v.sql, heading});
+    }
+  } else {
+    std::string values_sql = "SELECT DISTINCT " + pivot.sql + body + " ORDER BY 1" +
+                             (IsText(pivot.type) ? " COLLATE JETGENERAL" : "");
+    JET_RETURN_IF_ERROR(catalog_->PivotValues(values_sql, pivot.type, &headings));
+  }
+  std::vector<TypedSql> items;
+  JET_RETURN_IF_ERROR(SelectList(core, &scope, &items, &out->columns));
+  std::string select_list;
+  for (size_t i = 0; i < items.size(); ++i) select_list += (i ? ", " : "") + items[i].sql + " AS c" + std::to_string(i);
+  size_t next = items.size();
+  for (const PivotValue& h : headings) {
+    std::string match = h.literal_sql == "NULL" ? "(" + pivot.sql + ") IS NULL"
+                                                : "(" + pivot.sql + ") = " + h.literal_sql +
+                                                      (IsText(pivot.type) ? " COLLATE JETGENERAL" : "");
+    pivot_match_ = match;
+    TypedSql cell;
+    Status s = Expr(*st.transform, &scope, &cell);
+    pivot_match_.clear();
+    JET_RETURN_IF_ERROR(s);
+    // A cell with no rows is empty, even for Count.
+    select_list += (select_list.empty() ? "" : ", ") + std::string("CASE WHEN count(CASE WHEN ") + match +
+                   " THEN 1 END) > 0 THEN " + cell.sql + " END AS c" + std::to_string(next++);
+    out->columns.push_back({h.heading, cell.type, std::string(), cell.decimal_scale});
+  }
+  if (!core.group_by.empty()) {
+    std::string groups;
+    for (const auto& g : core.group_by) {
+      TypedSql t;
+      JET_RETURN_IF_ERROR(Expr(*g, &scope, &t));
+      groups += (groups.empty() ? "" : ", ") + t.sql + (IsText(t.type) ? " COLLATE JETGENERAL" : "");
+    }
+    body += " GROUP BY " + groups;
+  }
+  if (core.having) {
+    TypedSql h;
+    JET_RETURN_IF_ERROR(Expr(*core.having, &scope, &h));
+    body += " HAVING " + h.sql;
+  }
+  out->sql = "SELECT " + select_list + body;
+  std::vector<std::string> keys;
+  JET_RETURN_IF_ERROR(OrderKeys(q.order_by, &scope, &keys));
+  if (keys.empty()) {
+    // Access lists crosstab rows in the order of their row headings.
+    for (size_t i = 0; i < core.group_by.size() && i < items.size(); ++i)
+      keys.push_back(OrderSuffix(items[i], false));
+  }
+  if (!keys.empty()) {
+    std::string order;
+    for (const auto& k : keys) order += (order.empty() ? "" : ", ") + k;
+    out->sql += " ORDER BY " + order;
+  }
+  return Status::OK();
+}
+
+Status Translate(const Statement& statement, std::string_view source_text, TranslationCatalog* catalog,
+                 Translation* out) {
+  *out = Translation();
+  Translator t(catalog, out);
+  t.set_source_text(std::string(source_text));
+  return t.TranslateStatement(statement);
+}
+
+}  // namespace jet::sql

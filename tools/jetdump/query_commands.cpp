@@ -1,0 +1,79 @@
+#include "query_commands.h"
+
+#include <cstdio>
+
+#include "jet/query.h"
+#include "jet/text_form.h"
+
+namespace jetdump {
+namespace {
+
+int Fail(const jet::Status& s) {
+  std::fprintf(stderr, "jetdump: %s\n", s.ToString().c_str());
+  return 1;
+}
+
+void PrintResult(const jet::QueryResult& result) {
+  std::vector<std::string> names;
+  for (const auto& c : result.columns) names.push_back(c.name);
+  std::string out;
+  jet::AppendCsvHeader(&out, names);
+  for (const auto& row : result.rows) {
+    jet::AppendCsvRecord(&out, row);
+    if (out.size() > (1 << 20)) {
+      std::fwrite(out.data(), 1, out.size(), stdout);
+      out.clear();
+    }
+  }
+  std::fwrite(out.data(), 1, out.size(), stdout);
+}
+
+}  // namespace
+
+int PrintQueries(const std::string& file, const jet::OpenOptions& options) {
+  std::shared_ptr<jet::QueryEngine> engine;
+  if (auto s = jet::QueryEngine::ForFile(file, options, &engine); !s.ok()) return Fail(s);
+  std::vector<jet::SavedQuery> queries;
+  if (auto s = engine->ListQueries(&queries); !s.ok()) return Fail(s);
+  for (const auto& q : queries) {
+    std::printf("== %s\ntype: %s\n", q.name.c_str(), std::string(jet::QueryTypeName(q.type)).c_str());
+    std::vector<jet::QueryParameterInfo> params;
+    if (auto s = engine->QueryParameters(q.name, &params); !s.ok()) {
+      std::printf("parameters: (%s)\n", s.ToString().c_str());
+    }
+    for (const auto& p : params) {
+      std::printf("parameter: %s %s%s\n", p.name.c_str(), std::string(jet::ColumnTypeName(p.type)).c_str(),
+                  p.declared ? "" : " (undeclared)");
+    }
+    std::string sql = q.sql;
+    for (size_t at; (at = sql.find("\r\n")) != std::string::npos;) sql.replace(at, 2, "\n");
+    std::printf("%s\n", sql.c_str());
+  }
+  return 0;
+}
+
+int RunSavedQuery(const std::string& file, const jet::OpenOptions& options, const std::string& query,
+                  const std::vector<std::string>& values) {
+  std::shared_ptr<jet::QueryEngine> engine;
+  if (auto s = jet::QueryEngine::ForFile(file, options, &engine); !s.ok()) return Fail(s);
+  std::vector<jet::Value> params;
+  for (const auto& v : values) params.emplace_back(jet::ColumnType::kText, v);
+  jet::QueryResult result;
+  if (auto s = engine->RunQuery(query, params, &result); !s.ok()) return Fail(s);
+  PrintResult(result);
+  return 0;
+}
+
+int RunStatements(const std::string& file, const jet::OpenOptions& options,
+                  const std::vector<std::string>& statements) {
+  std::shared_ptr<jet::QueryEngine> engine;
+  if (auto s = jet::QueryEngine::ForFile(file, options, &engine); !s.ok()) return Fail(s);
+  for (const auto& sql : statements) {
+    jet::QueryResult result;
+    if (auto s = engine->RunSql(sql, {}, &result); !s.ok()) return Fail(s);
+    PrintResult(result);
+  }
+  return 0;
+}
+
+}  // namespace jetdump

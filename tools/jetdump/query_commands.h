@@ -1,0 +1,20 @@
+// jetdump's query options: list saved queries, run one, run SQL statements.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "jet/database.h"
+
+namespace jetdump {
+
+// Each query's name, type, parameters (name and type) and SQL text.
+int PrintQueries(const std::string& file, const jet::OpenOptions& options);
+// Runs a saved query with parameter values by position; prints canonical CSV.
+int RunSavedQuery(const std::string& file, const jet::OpenOptions& options, const std::string& query,
+                  const std::vector<std::string>& values);
+// Runs each statement in turn; prints each result as canonical CSV.
+int RunStatements(const std::string& file, const jet::OpenOptions& options,
+                  const std::vector<std::string>& statements);
+
+}  // namespace jetdump
