@@ -243,36 +243,35 @@ void Jet3KeyBuilder::Finish() {
   key_->append(nibbles_);
 }
 
-// Builds the key; with `lenient`, characters outside the tables get a code
-// that sorts after every letter instead of failing.
+// Comparisons cannot fail, so there a character outside the tables gets a
+// code that sorts after every letter.
+void AppendUncoveredCode(char16_t unit, std::string* out) { AppendPacked(0xFFFF0000u | unit, 4, out); }
+
+template <typename KeyBuilder>
+Status AddUnits(const std::u16string& units, const CharCode& (*lookup)(char16_t), const char* order, bool lenient,
+                KeyBuilder* builder, std::string* key) {
+  for (char16_t unit : units) {
+    const CharCode& code = lookup(unit);
+    if (code.kind != CharKind::kUncovered) {
+      builder->Add(code);
+    } else if (lenient) {
+      AppendUncoveredCode(unit, key);
+    } else {
+      return UncoveredError(unit, order);
+    }
+  }
+  builder->Finish();
+  return Status::OK();
+}
+
 Status BuildKey(const std::u16string& units, SortOrderVersion version, bool lenient, std::string* key) {
   key->clear();
   if (version == SortOrderVersion::kGeneral97) {
     Jet3KeyBuilder builder(key);
-    for (char16_t unit : units) {
-      const CharCode& code = general_sort::General97Code(unit);
-      if (code.kind == CharKind::kUncovered) {
-        if (!lenient) return UncoveredError(unit, "Jet 3 General");
-        AppendPacked(0xFFFF0000u | unit, 4, key);
-        continue;
-      }
-      builder.Add(code);
-    }
-    builder.Finish();
-    return Status::OK();
+    return AddUnits(units, &general_sort::General97Code, "Jet 3 General", lenient, &builder, key);
   }
   Jet4KeyBuilder builder(key);
-  for (char16_t unit : units) {
-    const CharCode& code = general_sort::GeneralCode(unit);
-    if (code.kind == CharKind::kUncovered) {
-      if (!lenient) return UncoveredError(unit, "General");
-      AppendPacked(0xFFFF0000u | unit, 4, key);
-      continue;
-    }
-    builder.Add(code);
-  }
-  builder.Finish();
-  return Status::OK();
+  return AddUnits(units, &general_sort::GeneralCode, "General", lenient, &builder, key);
 }
 
 // The primary (letter) bytes of a Jet 4 key, one at a time, without
@@ -302,7 +301,7 @@ class PrimaryCodeReader {
     for (char16_t unit : units_) {
       const CharCode& code = general_sort::GeneralCode(unit);
       if (code.kind == CharKind::kUncovered) {
-        AppendPacked(0xFFFF0000u | unit, 4, &pending_);  // as BuildKey does
+        AppendUncoveredCode(unit, &pending_);
       } else {
         AppendPacked(code.inline_bytes, code.inline_length, &pending_);
       }

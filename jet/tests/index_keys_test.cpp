@@ -154,7 +154,7 @@ TEST(IndexKeysTest, EveryFixtureIndexEntryIsReproducedFromItsRow) {
   EXPECT_GT(total.matched, 80000u);
 }
 
-// The descending text index of compIndexTestV2000 spans a root with a tail
+// compIndexTestV2000's descending index (on a Long) spans a root with a tail
 // page and prefix-compressed leaves; its entries must run in key order.
 TEST(IndexKeysTest, WalksMultiLevelDescendingIndex) {
   auto db = testing::OpenFixture("compIndexTestV2000.mdb");
@@ -177,7 +177,7 @@ TEST(IndexKeysTest, WalksMultiLevelDescendingIndex) {
     EXPECT_EQ(entries.size(), 512u);
     EXPECT_TRUE(std::is_sorted(entries.begin(), entries.end(),
                                [](const IndexEntry& a, const IndexEntry& b) { return a.key < b.key; }));
-    // Descending text starts with the inverted flag.
+    // A descending column's part starts with the inverted flag.
     EXPECT_EQ(static_cast<uint8_t>(entries.front().key[0]), 0x80);
   }
   EXPECT_TRUE(saw_descending);
