@@ -1,0 +1,107 @@
+#include "platform/excel/application.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryFile>
+#include <QUrl>
+
+#include <com/sun/star/beans/PropertyValue.hpp>
+#include <com/sun/star/frame/XStorable.hpp>
+
+#include "platform/excel/desktop_opener.h"
+#include "platform/excel/excel_errors.h"
+#include "platform/excel/macro_runner.h"
+#include "platform/excel/uno_objects.h"
+#include "platform/excel/uno_text.h"
+
+namespace excel {
+namespace {
+
+Application::Opener& CurrentOpener() {
+  static Application::Opener opener = OpenWithDesktop;
+  return opener;
+}
+
+// A copy of the workbook as it is now, for a run that stopped before saving:
+// the output file stays as the run left it.
+QString SaveSnapshot(WorkbookState& book) {
+  const QString stem = book.file_name.isEmpty() ? QStringLiteral("Workbook") : QFileInfo(book.file_name).completeBaseName();
+  QTemporaryFile file(QDir::tempPath() + QStringLiteral("/") + stem + QStringLiteral("-XXXXXX.xls"));
+  file.setAutoRemove(false);
+  if (!file.open()) RaiseApplicationDefined(QStringLiteral("cannot create a temporary copy of the workbook"));
+  const QString path = file.fileName();
+  file.close();
+  css::uno::Reference<css::frame::XStorable>(book.document, css::uno::UNO_QUERY_THROW)
+      ->storeToURL(ToOUString(QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded)),
+                   SequenceOf({Property("FilterName", css::uno::Any(rtl::OUString::createFromAscii(kXlsFilterName))),
+                               Property("Overwrite", css::uno::Any(true))}));
+  return path;
+}
+
+std::shared_ptr<WorkbookState> FindBook(const ApplicationState& app, const QString& name) {
+  // Excel looks in the active workbook first.
+  for (auto it = app.workbooks.rbegin(); it != app.workbooks.rend(); ++it) {
+    const auto& book = *it;
+    if (name.isEmpty() || QFileInfo(book->file_name).fileName().compare(QFileInfo(name).fileName(),
+                                                                       Qt::CaseInsensitive) == 0)
+      return book;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+Application::Application() : state_(std::make_shared<ApplicationState>()) { state_->session = OfficeSession::Shared(); }
+
+std::shared_ptr<Application> Application::Create() { return std::shared_ptr<Application>(new Application()); }
+
+Application::~Application() = default;
+
+bool Application::IsAlive() const { return state_->session && state_->session->IsAlive(); }
+bool Application::DisplayAlerts() const { return state_->display_alerts; }
+void Application::SetDisplayAlerts(bool on) { state_->display_alerts = on; }
+bool Application::ScreenUpdating() const { return state_->screen_updating; }
+void Application::SetScreenUpdating(bool on) { state_->screen_updating = on; }
+bool Application::Visible() const { return state_->visible; }
+
+void Application::SetVisible(bool on) {
+  state_->visible = on;
+  if (!on) return;
+  if (auto book = ActiveWorkbook()) HandOver(*book);
+}
+
+std::optional<Workbook> Application::ActiveWorkbook() const {
+  if (state_->workbooks.empty()) return std::nullopt;
+  return Workbook(state_->workbooks.back());
+}
+
+void Application::SetDesktopOpener(Opener opener) {
+  CurrentOpener() = opener ? std::move(opener) : Opener(OpenWithDesktop);
+}
+
+// The office works without a view the user could see, so "visible" means: the
+// workbook leaves the office (no lock file stays behind) and opens in the
+// desktop's spreadsheet application, showing what the run has produced.
+void Application::HandOver(Workbook& book) {
+  auto& state = *book.State();
+  const QString shown = OfficeCall(*state_->session, [&] {
+    RequireOpen(state);
+    if (state.file_name.isEmpty() || !book.Saved()) return SaveSnapshot(state);
+    // Only the active sheet changed since the save: keep that in the file.
+    if (state.view_changed) book.Save();
+    return state.file_name;
+  });
+  book.Close();
+  CurrentOpener()(shown);
+}
+
+QVariant Application::Run(const QString& macro) {
+  const auto name = ParseMacroName(macro);
+  if (!name) RaiseApplicationDefined(QStringLiteral("The macro '%1' cannot be found.").arg(macro));
+  const auto book = FindBook(*state_, name->book);
+  if (!book) RaiseApplicationDefined(QStringLiteral("The macro '%1' cannot be found.").arg(macro));
+  RunMacro(*book, *name);
+  return QVariant();
+}
+
+}  // namespace excel

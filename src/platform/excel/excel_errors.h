@@ -1,0 +1,27 @@
+// The error numbers Excel raises where the program's logic tells them apart.
+#pragma once
+
+#include <QString>
+
+#include "platform/errors/app_error.h"
+
+namespace excel {
+
+constexpr int kSubscriptOutOfRange = 9;
+constexpr int kApplicationDefined = 1004;
+
+// .xls grid: what Excel 97-2003 workbooks can hold.
+constexpr int kMaxRows = 65536;
+constexpr int kMaxColumns = 256;
+
+[[noreturn]] inline void RaiseSubscriptOutOfRange() {
+  throw platform::AppError(kSubscriptOutOfRange, QStringLiteral("Subscript out of range"));
+}
+
+[[noreturn]] inline void RaiseApplicationDefined(const QString& detail = QString()) {
+  QString text = QStringLiteral("Application-defined or object-defined error");
+  if (!detail.isEmpty()) text += QStringLiteral(": ") + detail;
+  throw platform::AppError(kApplicationDefined, text);
+}
+
+}  // namespace excel

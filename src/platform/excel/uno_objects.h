@@ -1,0 +1,46 @@
+// The facade's objects as the office sees them. Internal: UNO headers stop here.
+#pragma once
+
+#include <QString>
+#include <memory>
+#include <vector>
+
+#include <com/sun/star/frame/XController.hpp>
+#include <com/sun/star/sheet/XSpreadsheet.hpp>
+#include <com/sun/star/sheet/XSpreadsheetDocument.hpp>
+
+#include "platform/excel/office_session.h"
+
+namespace excel {
+
+struct WorkbookState;
+
+struct ApplicationState {
+  std::shared_ptr<OfficeSession> session;
+  bool display_alerts = true;
+  bool screen_updating = true;
+  bool visible = false;
+  std::vector<std::shared_ptr<WorkbookState>> workbooks;  // open ones, the active last
+};
+
+struct WorkbookState {
+  std::weak_ptr<ApplicationState> app;
+  std::shared_ptr<OfficeSession> session;
+  css::uno::Reference<css::sheet::XSpreadsheetDocument> document;
+  QString file_name;        // where it was last saved
+  bool closed = false;
+  bool has_macros = false;
+  bool view_changed = false;  // the active sheet moved since the last save
+};
+
+struct SheetState {
+  std::shared_ptr<WorkbookState> book;
+  css::uno::Reference<css::sheet::XSpreadsheet> sheet;
+};
+
+// The document's controller, for the active sheet and the selection.
+css::uno::Reference<css::frame::XController> ControllerOf(const WorkbookState& book);
+// Raises 1004 when the workbook was closed or handed over.
+void RequireOpen(const WorkbookState& book);
+
+}  // namespace excel
