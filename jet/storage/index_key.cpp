@@ -111,7 +111,8 @@ Status TextSortVersion(const ColumnDef& column, FileFormat format, SortOrderVers
     case FileFormat::kJet4:
     case FileFormat::kAce12: *version = SortOrderVersion::kGeneral; return Status::OK();
     default:
-      return Status::Unsupported("text index keys of the General sort order of Access 2010 and later are not supported");
+      return Status::Unsupported(
+          "text index keys of the General sort order of Access 2010 and later are not supported");
   }
 }
 

@@ -70,7 +70,9 @@ Status DecodeIndexPage(Page page, bool jet3, IndexPage* out) {
     const size_t stored_length = entry_end - entry_start;
     std::string bytes;
     if (out->entries.empty()) {
-      if (prefix_length > stored_length) return Status::Corruption("index page's shared prefix is longer than its first entry");
+      if (prefix_length > stored_length) {
+        return Status::Corruption("index page's shared prefix is longer than its first entry");
+      }
       shared_prefix.assign(stored, prefix_length);
       bytes.assign(stored, stored_length);
     } else {
@@ -104,7 +106,8 @@ class IndexTreeWalker {
 Status IndexTreeWalker::Visit(uint32_t page_number, int depth) {
   if (depth > kMaxDepth) return Status::Corruption("index tree is deeper than any valid index");
   if (!visited_.insert(page_number).second) {
-    return Status::Corruption("index page " + std::to_string(page_number) + " is reached twice (cycle in the index tree)");
+    return Status::Corruption("index page " + std::to_string(page_number) +
+                              " is reached twice (cycle in the index tree)");
   }
   Page raw;
   JET_RETURN_IF_ERROR(pager_.ReadPage(page_number, &raw));

@@ -154,6 +154,77 @@ TEST(IndexKeysTest, EveryFixtureIndexEntryIsReproducedFromItsRow) {
   EXPECT_GT(total.matched, 80000u);
 }
 
+// What a writer must reproduce of the tree's shape, as Access left it in
+// every fixture: an intermediate entry repeats the last entry (key and row)
+// of the subtree it points at, the last child hangs off the tail pointer
+// instead of an entry, and the leaves form a doubly linked list in order.
+class TreeShapeChecker {
+ public:
+  TreeShapeChecker(const Pager& pager, std::string where) : pager_(pager), where_(std::move(where)) {}
+
+  // Returns the subtree's last leaf entry; records the leaves in order.
+  IndexEntry Check(uint32_t page_number, int depth) {
+    Page raw;
+    IndexPage page;
+    if (depth > 8 || !pager_.ReadPage(page_number, &raw).ok() ||
+        !DecodeIndexPage(raw, pager_.is_jet3(), &page).ok()) {
+      ADD_FAILURE() << where_ << ": unreadable index page " << page_number;
+      return {};
+    }
+    if (page.leaf) {
+      leaves_.push_back({page_number, page.prev_page, page.next_page});
+      return page.entries.empty() ? IndexEntry{} : page.entries.back();
+    }
+    EXPECT_NE(page.tail_page, 0u) << where_ << ": intermediate page " << page_number << " without a tail";
+    for (const IndexEntry& entry : page.entries) {
+      const IndexEntry last = Check(entry.child_page, depth + 1);
+      EXPECT_TRUE(last.key == entry.key && last.data_page == entry.data_page && last.data_row == entry.data_row)
+          << where_ << ": entry for child " << entry.child_page << " is not its last entry";
+    }
+    return page.tail_page != 0 ? Check(page.tail_page, depth + 1) : IndexEntry{};
+  }
+
+  void CheckLeafChain() const {
+    for (size_t i = 0; i < leaves_.size(); ++i) {
+      const uint32_t prev = i == 0 ? 0 : leaves_[i - 1].page;
+      const uint32_t next = i + 1 == leaves_.size() ? 0 : leaves_[i + 1].page;
+      EXPECT_EQ(leaves_[i].prev, prev) << where_ << " leaf " << leaves_[i].page;
+      EXPECT_EQ(leaves_[i].next, next) << where_ << " leaf " << leaves_[i].page;
+    }
+  }
+
+ private:
+  struct Leaf {
+    uint32_t page, prev, next;
+  };
+  const Pager& pager_;
+  std::string where_;
+  std::vector<Leaf> leaves_;
+};
+
+TEST(IndexKeysTest, FixtureTreesHaveTheShapeAccessWrites) {
+  size_t trees = 0;
+  for (const std::string& name : FixtureDatabases()) {
+    auto db = testing::OpenFixture(name);
+    ASSERT_NE(db, nullptr);
+    std::unique_ptr<Pager> pager;
+    ASSERT_TRUE(Pager::Open(testing::FixturePath(name), &pager).ok());
+    for (const CatalogEntry& object : db->catalog()) {
+      std::shared_ptr<const TableDef> def;
+      if (object.kind != ObjectKind::kTable || !db->GetTableDef(object.name, &def).ok()) continue;
+      std::map<uint32_t, std::string> roots;
+      for (const IndexDef& index : def->indexes) roots.emplace(index.first_page, index.name);
+      for (const auto& [root, index_name] : roots) {
+        TreeShapeChecker checker(*pager, name + " " + object.name + "." + index_name);
+        checker.Check(root, 0);
+        checker.CheckLeafChain();
+        ++trees;
+      }
+    }
+  }
+  EXPECT_GT(trees, 500u);
+}
+
 // compIndexTestV2000's descending index (on a Long) spans a root with a tail
 // page and prefix-compressed leaves; its entries must run in key order.
 TEST(IndexKeysTest, WalksMultiLevelDescendingIndex) {

@@ -58,8 +58,8 @@ TEST(SortOrderTest, SortsAListAsAccessDoes) {
 // with comparing whole keys, including where only accents, ligatures,
 // unprintable characters or kana flags differ.
 TEST(SortOrderTest, ComparisonAgreesWithKeys) {
-  const std::vector<std::string> texts = {"", "a", "A", "á", "ae", "Æ", "æb", "aeb", "ss", "ß", "ßa", "ssa", "co-op",
-                                          "coop", "co'op", "coo", "résumé", "resume", "résume", "x\ty", "xy",
+  const std::vector<std::string> texts = {"", "a", "A", "á", "ae", "Æ", "æb", "aeb", "ss", "ß", "ßa", "ssa",
+                                          "co-op", "coop", "co'op", "coo", "résumé", "resume", "résume", "x\ty", "xy",
                                           "\u3042", "\u30A2", "\u3041", "Bon app'", "Bottom-Dollar", "Bólido",
                                           "\u0416\u0443\u043A", "\u0436\u0443\u043A", "\u4E2D\u6587", "9", "10"};
   auto sign = [](int v) { return (v > 0) - (v < 0); };
