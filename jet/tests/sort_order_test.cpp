@@ -100,8 +100,34 @@ TEST(SortOrderTest, KeysOfBothVersionsOrderLikeTheComparison) {
   }
 }
 
-TEST(SortOrderTest, RefusesWhatTheTablesDoNotCover) {
+std::string Utf8(char32_t cp) {
+  std::string out;
+  if (cp < 0x80) {
+    out += static_cast<char>(cp);
+  } else if (cp < 0x800) {
+    out += static_cast<char>(0xC0 | (cp >> 6));
+    out += static_cast<char>(0x80 | (cp & 0x3F));
+  } else {
+    out += static_cast<char>(0xE0 | (cp >> 12));
+    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (cp & 0x3F));
+  }
+  return out;
+}
+
+TEST(SortOrderTest, CoversTheWholeBasicPlaneAndRefusesTheRest) {
   std::string key;
+  // Jet 4: every character of the Basic Multilingual Plane has a code.
+  for (char32_t cp = 0; cp <= 0xFFFF; ++cp) {
+    if (cp >= 0xD800 && cp <= 0xDFFF) continue;
+    Status s = GeneralSortKey("a" + Utf8(cp) + "b", SortOrderVersion::kGeneral, &key);
+    ASSERT_TRUE(s.ok()) << std::hex << unsigned(cp) << ": " << s.ToString();
+  }
+  // Jet 3: Latin-1 and the extra characters of Windows-1252.
+  for (char32_t cp = 0; cp <= 0xFF; ++cp) {
+    EXPECT_TRUE(GeneralSortKey("a" + Utf8(cp) + "b", SortOrderVersion::kGeneral97, &key).ok()) << unsigned(cp);
+  }
+
   // Characters outside the Basic Multilingual Plane are not in the tables.
   Status s = GeneralSortKey("a\xF0\x9F\x98\x80", SortOrderVersion::kGeneral, &key);
   EXPECT_EQ(s.code(), Status::Code::kUnsupported) << s.ToString();
