@@ -50,6 +50,7 @@ int Fail(const std::string& message) {
 }
 
 bool ParseArgs(int argc, char** argv, Options* o, std::string* error) {
+  std::vector<std::string> positional;
   for (int i = 1; i < argc; ++i) {
     std::string a = argv[i];
     auto value = [&](std::string* out) {
@@ -65,7 +66,6 @@ bool ParseArgs(int argc, char** argv, Options* o, std::string* error) {
       std::exit(0);
     } else if (a == "--schema") {
       o->mode = Options::Mode::kSchema;
-      if (i + 2 < argc && argv[i + 1][0] != '-') o->table = argv[++i];
     } else if (a == "--csv") {
       o->mode = Options::Mode::kCsv;
       if (!value(&o->table)) return false;
@@ -98,14 +98,20 @@ bool ParseArgs(int argc, char** argv, Options* o, std::string* error) {
     } else if (!a.empty() && a[0] == '-') {
       *error = "unknown option " + a;
       return false;
-    } else if (o->file.empty()) {
-      o->file = a;
     } else {
-      *error = "more than one database given";
-      return false;
+      positional.push_back(a);
     }
   }
-  if (o->file.empty()) *error = "no database given";
+  // The database comes last; --schema may name one table before it.
+  const size_t allowed = o->mode == Options::Mode::kSchema ? 2 : 1;
+  if (positional.empty()) {
+    *error = "no database given";
+  } else if (positional.size() > allowed) {
+    *error = "too many arguments";
+  } else {
+    o->file = positional.back();
+    if (positional.size() == 2) o->table = positional.front();
+  }
   return error->empty();
 }
 
