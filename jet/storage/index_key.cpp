@@ -1,7 +1,8 @@
 // Each column's part of a key starts with a flag byte: 0x7F (ascending) or
-// 0x80 (descending) before a value, 0x00 or 0xFF for Null, so Nulls sort
-// first in either direction. Values are big-endian with the bits arranged so
-// that unsigned byte order is numeric order; descending columns invert them.
+// 0x80 (descending) before a value, 0x00 or 0xFF for Null, so Null ranks
+// below every value in either direction. Values are big-endian with the bits
+// arranged so that unsigned byte order is numeric order; descending columns
+// invert them.
 #include "storage/index_key.h"
 
 #include <bit>
@@ -82,11 +83,11 @@ bool UsesLegacyDecimalKeys(FileFormat format) { return format == FileFormat::kJe
 // descending values wrongly (fixed in Access 2007); the bytes must match.
 Status AppendDecimal(const ColumnDef& column, const Decimal& value, bool ascending, FileFormat format,
                      std::string* out) {
-  unsigned __int128 magnitude = value.magnitude;
-  for (int s = value.scale; s < column.scale; ++s) magnitude *= 10;
   if (value.scale > column.scale) {
     return Status::InvalidArgument("decimal value has more digits after the point than column " + column.name);
   }
+  unsigned __int128 magnitude = value.magnitude;  // at the column's scale, as stored
+  for (int s = value.scale; s < column.scale; ++s) magnitude *= 10;
   const size_t start = out->size();
   out->push_back(value.negative ? '\x80' : '\x00');
   AppendBigEndian(static_cast<uint64_t>(magnitude >> 64), 8, out);
