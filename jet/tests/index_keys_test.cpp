@@ -254,6 +254,69 @@ TEST(IndexKeysTest, WalksMultiLevelDescendingIndex) {
   EXPECT_TRUE(saw_descending);
 }
 
+// Keys of every numeric type must order as the numbers do, Null lowest,
+// and exactly reversed in a descending column; decimals, which no fixture
+// indexes, are checked this way only (Jet 4's legacy encoding misorders
+// negative descending decimals on purpose, so that case is left out).
+TEST(IndexKeysTest, NumericKeysOrderAsTheNumbers) {
+  auto dec = [](bool negative, uint64_t magnitude, uint8_t scale) {
+    return Value(ColumnType::kDecimal, Decimal{negative, magnitude, scale});
+  };
+  struct Case {
+    ColumnType type;
+    std::vector<Value> ascending;
+    FileFormat format = FileFormat::kJet4;
+    bool check_descending = true;
+  };
+  const std::vector<Case> cases = {
+      {ColumnType::kByte, {Value(ColumnType::kByte, int64_t{0}), Value(ColumnType::kByte, int64_t{255})}},
+      {ColumnType::kInteger,
+       {Value(ColumnType::kInteger, int64_t{-32768}), Value(ColumnType::kInteger, int64_t{-1}),
+        Value(ColumnType::kInteger, int64_t{0}), Value(ColumnType::kInteger, int64_t{32767})}},
+      {ColumnType::kLong,
+       {Value(ColumnType::kLong, int64_t{-2147483648LL}), Value(ColumnType::kLong, int64_t{-5}),
+        Value(ColumnType::kLong, int64_t{7}), Value(ColumnType::kLong, int64_t{2147483647})}},
+      {ColumnType::kCurrency,
+       {Value(ColumnType::kCurrency, Currency{-10000}), Value(ColumnType::kCurrency, Currency{0}),
+        Value(ColumnType::kCurrency, Currency{1})}},
+      {ColumnType::kSingle,
+       {Value(ColumnType::kSingle, -1e30f), Value(ColumnType::kSingle, -0.5f), Value(ColumnType::kSingle, 0.0f),
+        Value(ColumnType::kSingle, 0.25f), Value(ColumnType::kSingle, 3e38f)}},
+      {ColumnType::kDouble,
+       {Value(ColumnType::kDouble, -1e300), Value(ColumnType::kDouble, -2.0), Value(ColumnType::kDouble, -1.5),
+        Value(ColumnType::kDouble, 0.0), Value(ColumnType::kDouble, 1e-300), Value(ColumnType::kDouble, 7.0)}},
+      {ColumnType::kDateTime,
+       {Value(ColumnType::kDateTime, DateTime{-463126.0}), Value(ColumnType::kDateTime, DateTime{-1.25}),
+        Value(ColumnType::kDateTime, DateTime{0.5}), Value(ColumnType::kDateTime, DateTime{2958101.0})}},
+      {ColumnType::kDecimal, {dec(true, 25, 1), dec(true, 1, 0), dec(false, 0, 0), dec(false, 15, 1)},
+       FileFormat::kAce12},
+      {ColumnType::kDecimal, {dec(true, 25, 1), dec(true, 1, 0), dec(false, 0, 0), dec(false, 15, 1)},
+       FileFormat::kJet4, /*check_descending=*/false},
+      {ColumnType::kDecimal, {dec(false, 0, 0), dec(false, 15, 1), dec(false, 2, 0)}, FileFormat::kJet4},
+  };
+  for (const Case& c : cases) {
+    ColumnDef column;
+    column.name = std::string(ColumnTypeName(c.type));
+    column.type = c.type;
+    column.scale = 1;
+    for (bool ascending : {true, false}) {
+      if (!ascending && !c.check_descending) continue;
+      std::vector<std::string> keys(1);
+      ASSERT_TRUE(AppendIndexColumnKey(column, Value::Null(c.type), ascending, c.format, &keys[0]).ok());
+      for (const Value& v : c.ascending) {
+        keys.emplace_back();
+        Status s = AppendIndexColumnKey(column, v, ascending, c.format, &keys.back());
+        ASSERT_TRUE(s.ok()) << column.name << ": " << s.ToString();
+      }
+      for (size_t i = 2; i < keys.size(); ++i) {
+        // Null ranks lowest, so a descending index holds it last.
+        EXPECT_EQ(keys[0] < keys[i], ascending) << column.name;
+        EXPECT_EQ(keys[i - 1] < keys[i], ascending) << column.name << " value " << i - 1;
+      }
+    }
+  }
+}
+
 // Builds a Jet 4 index page: header fields and entries given whole (the
 // first) or without the shared prefix (the rest).
 std::vector<uint8_t> IndexPageBytes(uint8_t type, uint16_t prefix, const std::vector<std::string>& stored,
