@@ -11,9 +11,7 @@ namespace jet::sql {
 namespace {
 
 std::string Fixed(double v, int decimals, bool thousands) {
-  char buf[128];
-  std::snprintf(buf, sizeof buf, "%.*f", decimals, RoundHalfEven(std::fabs(v), decimals));
-  std::string s(buf);
+  std::string s = FixedDigits(RoundHalfEven(std::fabs(v), decimals), decimals);
   if (thousands) {
     size_t dot = s.find('.');
     size_t end = dot == std::string::npos ? s.size() : dot;
@@ -235,9 +233,7 @@ std::string FormatNamed(sqlite3_value* v, SqlType type, const std::string& name,
   if (n == "standard") return Fixed(x, 2, true);
   if (n == "percent") return Fixed(x * 100, 2, false) + "%";
   if (n == "scientific") {
-    char buf[64];
-    std::snprintf(buf, sizeof buf, "%.2E", x);
-    return buf;
+    return ScientificDigits(x, 2);
   }
   if (n == "yes/no") return x != 0 ? "Yes" : "No";
   if (n == "true/false") return x != 0 ? "True" : "False";

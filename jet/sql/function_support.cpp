@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <cctype>
 #include <cstdio>
 
 #include "sql/date_math.h"
@@ -52,15 +53,35 @@ std::optional<double> ArgDate(sqlite3_value* v) {
   }
 }
 
+std::string GeneralDigits(double value, int digits) {
+  char buf[64];
+  auto r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::general, digits);
+  std::string s(buf, r.ptr);
+  for (char& c : s) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return s;
+}
+
+std::string FixedDigits(double value, int decimals) {
+  char buf[400];
+  auto r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::fixed, decimals);
+  return std::string(buf, r.ptr);
+}
+
+std::string ScientificDigits(double value, int decimals) {
+  char buf[64];
+  auto r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::scientific, decimals);
+  std::string s(buf, r.ptr);
+  for (char& c : s) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return s;
+}
+
 std::string NumberText(double value) {
   if (std::isnan(value) || std::isinf(value)) return "0";
   if (value == std::trunc(value) && std::fabs(value) < 1e15) {
     return std::to_string(static_cast<int64_t>(value));
   }
   // VBA shows up to 15 significant digits.
-  char buf[64];
-  std::snprintf(buf, sizeof buf, "%.15G", value);
-  std::string s(buf);
+  std::string s = GeneralDigits(value, 15);
   size_t e = s.find('E');
   std::string mantissa = e == std::string::npos ? s : s.substr(0, e);
   if (mantissa.find('.') != std::string::npos) {
@@ -123,9 +144,10 @@ std::string TypedText(sqlite3_value* v, SqlType type) {
       break;
     case SqlType::kSingle:
       if (sqlite3_value_type(v) == SQLITE_FLOAT) {
-        char buf[32];
-        std::snprintf(buf, sizeof buf, "%.7G", sqlite3_value_double(v));
-        return NumberText(std::strtod(buf, nullptr));
+        double rounded = 0;
+        std::string text = GeneralDigits(sqlite3_value_double(v), 7);
+        std::from_chars(text.data(), text.data() + text.size(), rounded);
+        return NumberText(rounded);
       }
       break;
     default: break;

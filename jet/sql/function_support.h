@@ -33,6 +33,10 @@ int64_t ArgInt(sqlite3_value* v);
 // Jet's text for a value held as SQLite stores `type` (CStr and &).
 std::string TypedText(sqlite3_value* v, SqlType type);
 std::string NumberText(double value);
+// printf-style %.<digits>G / %.<digits>f / %.<digits>E without the locale's decimal comma.
+std::string GeneralDigits(double value, int digits);
+std::string FixedDigits(double value, int decimals);
+std::string ScientificDigits(double value, int decimals);
 std::string CurrencyText(int64_t scaled);
 // m/d/yyyy, h:nn:ss AM/PM, or both, as a US-English Access shows dates.
 std::string DateText(double serial);

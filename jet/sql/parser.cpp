@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstdlib>
 
+#include "sql/date_math.h"
 #include "sql/lexer.h"
 
 namespace jet::sql {
@@ -248,7 +249,7 @@ bool Parser::ParseSelectCore(SelectCore* core) {
   if (AcceptWord("TOP")) {
     if (Peek().kind != TokenKind::kNumber) return Fail("The TOP clause needs a number.", 3075);
     TopClause top;
-    top.count = std::strtod(Next().text.c_str(), nullptr);
+    top.count = ParseNumberText(Next().text).value_or(0);
     top.percent = AcceptWord("PERCENT");
     core->top = top;
   }
@@ -660,7 +661,7 @@ bool Parser::ParsePrimary(ExprPtr* out) {
     case TokenKind::kNumber:
       e->kind = ExprKind::kNumber;
       e->text = t.text;
-      e->number = std::strtod(t.text.c_str(), nullptr);
+      e->number = ParseNumberText(t.text).value_or(0);
       ++pos_;
       *out = std::move(e);
       return true;

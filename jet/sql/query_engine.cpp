@@ -312,9 +312,7 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
         case SQLITE_NULL: pv.literal_sql = "NULL"; pv.heading = "<>"; break;
         case SQLITE_INTEGER: pv.literal_sql = std::to_string(sqlite3_value_int64(v)); break;
         case SQLITE_FLOAT: {
-          char buf[40];
-          std::snprintf(buf, sizeof buf, "%.17g", sqlite3_value_double(v));
-          pv.literal_sql = buf;
+          pv.literal_sql = sql::GeneralDigits(sqlite3_value_double(v), 17);
           break;
         }
         default: {
@@ -458,8 +456,11 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
       // Action queries: their declared parameters are what DAO lists.
       out->clear();
       sql::ParameterList list;
-      for (const auto& d : st.parameters) list.Declare(d);
-      for (const auto& p : list.items()) out->push_back({p.name, p.type, true});
+      load_tables = false;
+      Status collected = sql::CollectActionParameters(st, sql_text, this, &list);
+      load_tables = true;
+      JET_RETURN_IF_ERROR(collected);
+      for (const auto& p : list.items()) out->push_back({p.name, p.type, p.declared});
       return Status::OK();
     }
     JET_RETURN_IF_ERROR(s);

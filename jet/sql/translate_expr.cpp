@@ -18,10 +18,8 @@ std::string QuoteSqlText(std::string_view text) {
 }
 
 std::string DoubleLiteral(double v) {
-  char buf[40];
-  std::snprintf(buf, sizeof buf, "%.17g", v);
-  std::string s(buf);
-  if (s.find_first_of(".en") == std::string::npos) s += ".0";
+  std::string s = GeneralDigits(v, 17);
+  if (s.find_first_of(".EN") == std::string::npos) s += ".0";
   return s;
 }
 

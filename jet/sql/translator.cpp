@@ -483,3 +483,43 @@ Status Translate(const Statement& statement, std::string_view source_text, Trans
 }
 
 }  // namespace jet::sql
+
+namespace jet::sql {
+
+Status Translator::CollectAction(const Statement& st) {
+  for (const ParameterDecl& decl : st.parameters) out_->parameters.Declare(decl);
+  Scope scope;
+  std::string ignored;
+  const auto& tables = st.kind == StatementKind::kUpdate ? st.update_tables : st.query ? st.query->select.from
+                                                                                     : st.update_tables;
+  if (st.kind == StatementKind::kInsert) {
+    TableRef target;
+    target.name = st.target_table;
+    JET_RETURN_IF_ERROR(TranslateFrom(target, &scope, &ignored));
+    TypedSql t;
+    for (const auto& v : st.values) JET_RETURN_IF_ERROR(Expr(*v, &scope, &t));
+    if (st.query) {
+      QueryOut q;
+      JET_RETURN_IF_ERROR(TranslateQuery(*st.query, nullptr, &q));
+    }
+    return Status::OK();
+  }
+  for (const auto& ref : tables) JET_RETURN_IF_ERROR(TranslateFrom(*ref, &scope, &ignored));
+  TypedSql t;
+  for (const Assignment& a : st.assignments) JET_RETURN_IF_ERROR(Expr(*a.value, &scope, &t));
+  const ExprPtr& where = st.kind == StatementKind::kUpdate ? st.where : st.query->select.where;
+  if (where) JET_RETURN_IF_ERROR(Expr(*where, &scope, &t));
+  return Status::OK();
+}
+
+Status CollectActionParameters(const Statement& statement, std::string_view source_text,
+                               TranslationCatalog* catalog, ParameterList* parameters) {
+  Translation out;
+  Translator t(catalog, &out);
+  t.set_source_text(std::string(source_text));
+  Status s = t.CollectAction(statement);
+  *parameters = out.parameters;
+  return s;
+}
+
+}  // namespace jet::sql

@@ -86,4 +86,9 @@ struct Translation {
 Status Translate(const Statement& statement, std::string_view source_text, TranslationCatalog* catalog,
                  Translation* out);
 
+// The parameters of an INSERT, UPDATE or DELETE: declared, then the names
+// its expressions use that are not fields of its tables.
+Status CollectActionParameters(const Statement& statement, std::string_view source_text,
+                               TranslationCatalog* catalog, ParameterList* parameters);
+
 }  // namespace jet::sql

@@ -41,6 +41,7 @@ class Translator {
   Translator(TranslationCatalog* catalog, Translation* out) : catalog_(catalog), out_(out) {}
 
   Status TranslateStatement(const Statement& st);
+  Status CollectAction(const Statement& st);
 
  private:
   friend class ExpressionRules;
