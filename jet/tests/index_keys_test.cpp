@@ -166,9 +166,10 @@ class TreeShapeChecker {
   IndexEntry Check(uint32_t page_number, int depth) {
     Page raw;
     IndexPage page;
-    if (depth > 8 || !pager_.ReadPage(page_number, &raw).ok() ||
-        !DecodeIndexPage(raw, pager_.is_jet3(), &page).ok()) {
-      ADD_FAILURE() << where_ << ": unreadable index page " << page_number;
+    Status s = depth > 8 ? Status::Corruption("too deep") : pager_.ReadPage(page_number, &raw);
+    if (s.ok()) s = DecodeIndexPage(raw, pager_.is_jet3(), &page);
+    if (!s.ok()) {
+      ADD_FAILURE() << where_ << ": index page " << page_number << ": " << s.ToString();
       return {};
     }
     if (page.leaf) {
