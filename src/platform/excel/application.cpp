@@ -38,13 +38,16 @@ QString SaveSnapshot(WorkbookState& book) {
   return path;
 }
 
+bool SameFileName(const QString& path, const QString& name) {
+  return !path.isEmpty() && QFileInfo(path).fileName().compare(QFileInfo(name).fileName(), Qt::CaseInsensitive) == 0;
+}
+
+// A workbook is known by the file it was saved as or, before that, by the
+// template it came from. Excel looks in the active workbook first.
 std::shared_ptr<WorkbookState> FindBook(const ApplicationState& app, const QString& name) {
-  // Excel looks in the active workbook first.
   for (auto it = app.workbooks.rbegin(); it != app.workbooks.rend(); ++it) {
     const auto& book = *it;
-    if (name.isEmpty() || QFileInfo(book->file_name).fileName().compare(QFileInfo(name).fileName(),
-                                                                       Qt::CaseInsensitive) == 0)
-      return book;
+    if (name.isEmpty() || SameFileName(book->file_name, name) || SameFileName(book->template_name, name)) return book;
   }
   return nullptr;
 }

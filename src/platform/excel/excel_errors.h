@@ -14,14 +14,17 @@ constexpr int kApplicationDefined = 1004;
 constexpr int kMaxRows = 65536;
 constexpr int kMaxColumns = 256;
 
+// The source the errors of the office carry, as Excel's carry its name.
+inline QString OfficeErrorSource() { return QStringLiteral("LibreOffice Calc"); }
+
 [[noreturn]] inline void RaiseSubscriptOutOfRange() {
-  throw platform::AppError(kSubscriptOutOfRange, QStringLiteral("Subscript out of range"));
+  throw platform::AppError(kSubscriptOutOfRange, QStringLiteral("Subscript out of range"), OfficeErrorSource());
 }
 
 [[noreturn]] inline void RaiseApplicationDefined(const QString& detail = QString()) {
   QString text = QStringLiteral("Application-defined or object-defined error");
   if (!detail.isEmpty()) text += QStringLiteral(": ") + detail;
-  throw platform::AppError(kApplicationDefined, text);
+  throw platform::AppError(kApplicationDefined, text, OfficeErrorSource());
 }
 
 }  // namespace excel

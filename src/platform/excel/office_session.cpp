@@ -13,6 +13,7 @@
 #include <rtl/bootstrap.hxx>
 
 #include "platform/errors/app_error.h"
+#include "platform/excel/excel_errors.h"
 #include "platform/excel/office_process.h"
 #include "platform/excel/uno_text.h"
 
@@ -124,10 +125,11 @@ void OfficeSession::Connect() {
 
 [[noreturn]] void RaiseOfficeFailure(OfficeSession& session, const QString& detail) {
   if (session.Watchdog().Fired())
-    throw platform::AppError(kRemoteCallFailed,
-                             QStringLiteral("The office did not answer in time and was stopped."));
-  if (!session.IsAlive()) throw platform::AppError(kRemoteCallFailed, QStringLiteral("The remote procedure call failed."));
-  throw platform::AppError(1004, QStringLiteral("Application-defined or object-defined error: ") + detail);
+    throw platform::AppError(kRemoteCallFailed, QStringLiteral("The office did not answer in time and was stopped."),
+                             OfficeErrorSource());
+  if (!session.IsAlive())
+    throw platform::AppError(kRemoteCallFailed, QStringLiteral("The remote procedure call failed."), OfficeErrorSource());
+  RaiseApplicationDefined(detail);
 }
 
 }  // namespace excel

@@ -13,7 +13,7 @@
 #include <com/sun/star/table/XCell.hpp>
 #include <com/sun/star/table/XColumnRowRange.hpp>
 #include <com/sun/star/text/XText.hpp>
-#include <com/sun/star/util/XModifiable.hpp>
+#include <com/sun/star/util/XProtectable.hpp>
 
 #include "platform/dao/recordset.h"
 #include "platform/excel/color_index.h"
@@ -29,6 +29,16 @@ css::uno::Reference<css::table::XCellRange> CellsOf(const SheetState& sheet, int
                                                      int right) {
   RequireOpen(*sheet.book);
   return sheet.sheet->getCellRangeByPosition(left - 1, top - 1, right - 1, bottom - 1);
+}
+
+// Excel refuses to change cells of a protected sheet; the office would pass
+// over the change without a word.
+css::uno::Reference<css::table::XCellRange> WritableCellsOf(const SheetState& sheet, int top, int left, int bottom,
+                                                            int right) {
+  auto cells = CellsOf(sheet, top, left, bottom, right);
+  if (css::uno::Reference<css::util::XProtectable>(sheet.sheet, css::uno::UNO_QUERY_THROW)->isProtected())
+    RaiseApplicationDefined(QStringLiteral("The cell that you are trying to change is on a protected sheet."));
+  return cells;
 }
 
 void SetNumberFormat(const SheetState& sheet, const css::uno::Reference<css::table::XCellRange>& cells,
@@ -95,9 +105,16 @@ QVariant Range::Value() const {
   });
 }
 
+QString Range::Text() const {
+  return OfficeCall(*sheet_->book->session, [&] {
+    const auto cell = CellsOf(*sheet_, top_, left_, top_, left_)->getCellByPosition(0, 0);
+    return ToQString(css::uno::Reference<css::text::XText>(cell, css::uno::UNO_QUERY_THROW)->getString());
+  });
+}
+
 void Range::SetValue(const QVariant& value) {
   OfficeCall(*sheet_->book->session, [&] {
-    const auto cells = CellsOf(*sheet_, top_, left_, bottom_, right_);
+    const auto cells = WritableCellsOf(*sheet_, top_, left_, bottom_, right_);
     ColumnFormat format = ColumnFormat::kGeneral;
     for (int r = 0; r < RowsCount(); ++r) {
       for (int c = 0; c < ColumnsCount(); ++c) {
@@ -136,7 +153,7 @@ int Range::FontColorIndex() const {
 void Range::SetFontColorIndex(int index) {
   const auto rgb = static_cast<sal_Int32>(ColorOfIndex(index));
   OfficeCall(*sheet_->book->session, [&] {
-    css::uno::Reference<css::beans::XPropertySet> props(CellsOf(*sheet_, top_, left_, bottom_, right_),
+    css::uno::Reference<css::beans::XPropertySet> props(WritableCellsOf(*sheet_, top_, left_, bottom_, right_),
                                                         css::uno::UNO_QUERY_THROW);
     props->setPropertyValue("CharColor", css::uno::Any(rgb));
   });
@@ -152,7 +169,7 @@ long Range::CopyFromRecordset(dao::Recordset& records) {
   const RecordBlock block = BuildRecordBlock(records);
   if (rows == 0 || fields == 0) return 0;
   OfficeCall(*sheet_->book->session, [&] {
-    const auto cells = CellsOf(*sheet_, top_, left_, top_ + static_cast<int>(rows) - 1, left_ + fields - 1);
+    const auto cells = WritableCellsOf(*sheet_, top_, left_, top_ + static_cast<int>(rows) - 1, left_ + fields - 1);
     css::uno::Reference<css::sheet::XCellRangeData>(cells, css::uno::UNO_QUERY_THROW)->setDataArray(block.rows);
     for (int f = 0; f < fields; ++f) {
       if (block.formats[f] == ColumnFormat::kGeneral) continue;

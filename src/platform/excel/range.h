@@ -24,6 +24,8 @@ class Range {
 
   // The top-left cell's value: invalid for an empty cell, double or QString.
   QVariant Value() const;
+  // Text: the top-left cell as it is shown, formatted ("TRUE", "14/07/2003").
+  QString Text() const;
   // Sets every cell of the range. Text is taken as Excel takes typed input: a
   // leading apostrophe keeps the rest as text, numbers and dates are recognised.
   // A QDateTime becomes a date-formatted number, a bool TRUE/FALSE, an invalid

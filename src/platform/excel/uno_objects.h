@@ -28,6 +28,7 @@ struct WorkbookState {
   std::shared_ptr<OfficeSession> session;
   css::uno::Reference<css::sheet::XSpreadsheetDocument> document;
   QString file_name;        // where it was last saved
+  QString template_name;    // the template it was made from, if any
   bool closed = false;
   bool has_macros = false;
   bool view_changed = false;  // the active sheet moved since the last save

@@ -8,6 +8,7 @@
 #include <com/sun/star/document/MacroExecMode.hpp>
 #include <com/sun/star/document/UpdateDocMode.hpp>
 #include <com/sun/star/frame/XComponentLoader.hpp>
+#include <com/sun/star/frame/XModel.hpp>
 #include <com/sun/star/util/XCloseable.hpp>
 
 #include "platform/excel/application.h"
@@ -50,6 +51,22 @@ std::shared_ptr<WorkbookState> Register(const std::shared_ptr<ApplicationState>&
   book->has_macros = has_macros;
   app->workbooks.push_back(book);
   return book;
+}
+
+// The office opens almost anything, a text file as a one-column sheet; Excel
+// refuses what is not a workbook, and so do we.
+bool LoadedAsWorkbook(const css::uno::Reference<css::lang::XComponent>& component) {
+  css::uno::Reference<css::frame::XModel> model(component, css::uno::UNO_QUERY);
+  if (!model.is()) return false;
+  const auto args = model->getArgs();
+  for (const auto& arg : args) {
+    if (arg.Name != "FilterName") continue;
+    rtl::OUString filter;
+    arg.Value >>= filter;
+    const QString name = ToQString(filter);
+    return name.contains(QStringLiteral("Excel"), Qt::CaseInsensitive) || name.startsWith(QStringLiteral("calc"));
+  }
+  return false;
 }
 
 // Excel 97-2003 opens a new workbook with three sheets.
@@ -95,7 +112,13 @@ Workbook Workbooks::Add(const QString& template_path) {
       RaiseApplicationDefined(QStringLiteral("'%1' cannot be opened (%2)").arg(template_path, ToQString(e.Message)));
     }
     if (!component.is()) RaiseApplicationDefined(QStringLiteral("'%1' cannot be opened.").arg(template_path));
-    return Workbook(Register(app_, component, has_macros));
+    if (!LoadedAsWorkbook(component)) {
+      css::uno::Reference<css::util::XCloseable>(component, css::uno::UNO_QUERY_THROW)->close(true);
+      RaiseApplicationDefined(QStringLiteral("'%1' is not a workbook.").arg(template_path));
+    }
+    auto book = Register(app_, component, has_macros);
+    book->template_name = info.absoluteFilePath();
+    return Workbook(book);
   });
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <com/sun/star/container/XNamed.hpp>
+#include <com/sun/star/sheet/XCellRangeAddressable.hpp>
 #include <com/sun/star/sheet/XSpreadsheetView.hpp>
 #include <com/sun/star/util/XProtectable.hpp>
 
@@ -63,6 +64,21 @@ Range Worksheet::Range(const ::excel::Range& cell1, const ::excel::Range& cell2)
   return ::excel::Range(state_, std::min(cell1.Row(), cell2.Row()), std::min(cell1.Column(), cell2.Column()),
                         std::max(cell1.Row() + cell1.RowsCount(), cell2.Row() + cell2.RowsCount()) - 1,
                         std::max(cell1.Column() + cell1.ColumnsCount(), cell2.Column() + cell2.ColumnsCount()) - 1);
+}
+
+Range Worksheet::Range(const QString& address) const {
+  return OfficeCall(*state_->book->session, [&] {
+    RequireOpen(*state_->book);
+    css::uno::Reference<css::table::XCellRange> cells;
+    try {
+      cells = state_->sheet->getCellRangeByName(ToOUString(address));
+    } catch (const css::uno::RuntimeException&) {
+      RaiseApplicationDefined(QStringLiteral("'%1' names no cells").arg(address));
+    }
+    const auto where =
+        css::uno::Reference<css::sheet::XCellRangeAddressable>(cells, css::uno::UNO_QUERY_THROW)->getRangeAddress();
+    return ::excel::Range(state_, where.StartRow + 1, where.StartColumn + 1, where.EndRow + 1, where.EndColumn + 1);
+  });
 }
 
 Range Worksheet::Columns(int index) const { return ::excel::Range(state_, 1, index, kMaxRows, index); }

@@ -21,6 +21,8 @@ class Worksheet {
   // 1-based; outside the .xls grid (65,536 rows, 256 columns) is error 1004.
   ::excel::Range Cells(int row, int column) const;
   ::excel::Range Range(const ::excel::Range& cell1, const ::excel::Range& cell2) const;
+  // Range("A1:D20") or Range of a defined name; 1004 when it names no cells.
+  ::excel::Range Range(const QString& address) const;
   // Columns(i): the whole column i.
   ::excel::Range Columns(int index) const;
   // Protect: the office protects contents and drawing objects together, so

@@ -1,0 +1,60 @@
+#include <QElapsedTimer>
+#include <gtest/gtest.h>
+
+#include <com/sun/star/container/XNameContainer.hpp>
+#include <com/sun/star/document/XEmbeddedScripts.hpp>
+#include <com/sun/star/script/XLibraryContainer.hpp>
+
+#include <csignal>
+
+#include "office_test_support.h"
+#include "platform/errors/app_error.h"
+#include "platform/excel/application.h"
+#include "platform/excel/uno_objects.h"
+#include "platform/excel/uno_text.h"
+
+TEST(OfficeProcess, ReusedWhileAliveReplacedWhenKilledOrHung) {
+  auto first = excel::Application::Create();
+  auto second = excel::Application::Create();
+  const pid_t pid = first->State()->session->Pid();
+  ASSERT_GT(pid, 0);
+  EXPECT_EQ(second->State()->session->Pid(), pid) << "one office serves every application object";
+  EXPECT_EQ(::getpgid(pid), pid) << "the office leads its own process group";
+
+  // An office killed from outside: the next application gets a new one.
+  ::kill(-pid, SIGKILL);
+  QElapsedTimer wait;
+  wait.start();
+  while (first->IsAlive() && wait.elapsed() < 5000) {}
+  EXPECT_FALSE(first->IsAlive());
+  auto third = excel::Application::Create();
+  EXPECT_TRUE(third->IsAlive());
+  EXPECT_NE(third->State()->session->Pid(), pid);
+  EXPECT_EQ(third->Workbooks().Add().Worksheets().Count(), 3);
+
+  // An office that hangs: the watchdog kills it and the call fails instead of blocking.
+  auto book = third->Workbooks().Add(FixturePath("calamine-vba.xls"));
+  {
+    namespace css = com::sun::star;
+    css::uno::Reference<css::document::XEmbeddedScripts> scripts(book.State()->document, css::uno::UNO_QUERY_THROW);
+    css::uno::Reference<css::script::XLibraryContainer> libraries(scripts->getBasicLibraries(), css::uno::UNO_QUERY_THROW);
+    libraries->loadLibrary("VBAProject");
+    css::uno::Reference<css::container::XNameContainer> modules(libraries->getByName("VBAProject"),
+                                                                css::uno::UNO_QUERY_THROW);
+    modules->insertByName("Spin", css::uno::Any(excel::ToOUString(QStringLiteral("Sub Forever()\n  Do\n  Loop\nEnd Sub\n"))));
+  }
+  qputenv("TABULON_OFFICE_CALL_LIMIT", "3");
+  QElapsedTimer timer;
+  timer.start();
+  int number = 0;
+  try {
+    third->Run(QStringLiteral("Spin.Forever"));
+  } catch (const platform::AppError& e) {
+    number = e.Number();
+  }
+  qunsetenv("TABULON_OFFICE_CALL_LIMIT");
+  EXPECT_EQ(number, static_cast<int>(0x800706BEu));
+  EXPECT_LT(timer.elapsed(), 20000);
+  EXPECT_FALSE(third->IsAlive());
+  EXPECT_TRUE(excel::Application::Create()->IsAlive()) << "and the next run starts a new office";
+}

@@ -1,0 +1,32 @@
+#include <QDir>
+#include <QFile>
+#include <gtest/gtest.h>
+
+#include "office_test_support.h"
+#include "platform/excel/template_path.h"
+
+TEST(TemplatePath, WindowsPathsFindTheFileThroughTheMappingWithoutRegardToCase) {
+  OutputFolder folder;
+  QDir().mkpath(folder.File("Reports/Templates"));
+  QFile file(folder.File("Reports/Templates/Sales.xls"));
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  file.close();
+  const std::vector<jet::FolderMapping> mappings = {{"C:\\Reports", folder.File("Reports").toStdString()}};
+
+  EXPECT_EQ(excel::ResolveTemplatePath(QStringLiteral("c:\\REPORTS\\templates\\SALES.XLS"), QString(), mappings),
+            folder.File("Reports/Templates/Sales.xls"));
+  // The same name beside the database.
+  EXPECT_EQ(excel::ResolveTemplatePath(QStringLiteral("D:\\Elsewhere\\sales.xls"), folder.File("Reports/Templates"), {}),
+            folder.File("Reports/Templates/Sales.xls"));
+  // Nothing found: the stored text stays, so opening it fails as it would in Excel.
+  EXPECT_EQ(excel::ResolveTemplatePath(QStringLiteral("C:\\Nowhere\\Gone.xls"), QString(), mappings),
+            QStringLiteral("C:\\Nowhere\\Gone.xls"));
+}
+
+TEST(TemplatePath, TheXlsTestIsATextComparison) {
+  EXPECT_TRUE(excel::IsExcelTemplatePath(QStringLiteral("C:\\T\\Sales.xls")));
+  EXPECT_TRUE(excel::IsExcelTemplatePath(QStringLiteral("C:\\T\\SALES.XLS")));
+  EXPECT_FALSE(excel::IsExcelTemplatePath(QStringLiteral("C:\\T\\Sales.xlt")));
+  EXPECT_FALSE(excel::IsExcelTemplatePath(QStringLiteral("C:\\T\\Sales.xlsx")));
+  EXPECT_FALSE(excel::IsExcelTemplatePath(QString()));
+}
