@@ -2,11 +2,15 @@
 
 #include <strings.h>
 
+#include <cstring>
 #include <filesystem>
 #include <map>
 
+#include "storage/access_lock_file.h"
 #include "storage/catalog_reader.h"
+#include "storage/journal.h"
 #include "storage/table_scan.h"
+#include "storage/table_writer.h"
 
 namespace jet {
 
@@ -18,9 +22,20 @@ struct Database::Impl {
   CatalogContents catalog;
   std::map<uint32_t, std::shared_ptr<const TableLayout>> layouts;  // by TDEF page
   std::map<std::string, std::unique_ptr<Database>> linked;         // by resolved path
+  // Writing: the writer works on the pager's pages, so it goes first.
+  std::unique_ptr<AccessLockFile> lock_file;
+  std::unique_ptr<Writer> writer;
+  bool in_transaction = false;
+  uint64_t commits = 0;
+  std::string notice;
 
   Status Layout(const CatalogEntry& entry, std::shared_ptr<const TableLayout>* out);
   Status LinkedDatabase(const CatalogEntry& link, Database** db, Database* owner);
+  Status OpenForWriting(FileSystem* fs);
+  Status WritableTable(Database* db, const std::string& name, std::shared_ptr<const TableLayout>* layout);
+  // Outside a transaction each change is committed (or dropped) on its own.
+  Status Finish(Status change);
+  Status CommitNow();
 };
 
 namespace {
@@ -95,6 +110,68 @@ Status Database::Impl::LinkedDatabase(const CatalogEntry& link, Database** db, D
   return Status::OK();
 }
 
+namespace {
+
+Status CheckWritableFormat(File* file, const std::string& path) {
+  uint8_t head[0x20];
+  JET_RETURN_IF_ERROR(file->Read(0, sizeof head, head));
+  if (std::memcmp(head + 4, "Standard Jet DB", 15) != 0 && std::memcmp(head + 4, "Standard ACE DB", 15) != 0) {
+    return Status::Corruption("not an Access database (no Jet header): " + path);
+  }
+  if (head[0x14] == 0x00) {
+    return Status::ReadOnly("Access 97 (Jet 3) databases can only be read, not changed: " + path, 3027);
+  }
+  if (head[0x14] != 0x01) {
+    return Status::ReadOnly("Access 2007 and later (.accdb) databases can only be read, not changed: " + path, 3027);
+  }
+  return Status::OK();
+}
+
+}  // namespace
+
+Status Database::Impl::OpenForWriting(FileSystem* fs) {
+  if (!fs->Exists(path)) return Status::NotFound("file not found: " + path);
+  if (!fs->IsWritable(path)) {
+    return Status::ReadOnly("the database " + path + " is a read-only file and cannot be changed", 3027);
+  }
+  std::unique_ptr<File> file;
+  JET_RETURN_IF_ERROR(fs->Open(path, FileSystem::Mode::kReadWrite, &file));
+  JET_RETURN_IF_ERROR(CheckWritableFormat(file.get(), path));
+  JET_RETURN_IF_ERROR(file->LockForWriting());
+  RecoveryOutcome outcome;
+  JET_RETURN_IF_ERROR(RecoverJournal(fs, path, file.get(), &outcome, &notice));
+  JET_RETURN_IF_ERROR(Pager::OpenFile(std::move(file), &pager));
+  return AccessLockFile::Enter(fs, path, options.user_name, &lock_file);
+}
+
+Status Database::Impl::WritableTable(Database* db, const std::string& name,
+                                     std::shared_ptr<const TableLayout>* layout) {
+  if (!writer) return Status::ReadOnly("the database " + path + " is open for reading only", 3027);
+  const CatalogEntry* entry = db->FindTable(name);
+  if (!entry) return Status::NotFound("no table named '" + name + "'", 3078);
+  if (entry->kind != ObjectKind::kTable) {
+    return Status::Unsupported("'" + name + "' is a linked table; change it in its own database");
+  }
+  return Layout(*entry, layout);
+}
+
+Status Database::Impl::CommitNow() {
+  Status s = writer->Commit();
+  if (!s.ok()) writer->Rollback();
+  layouts.clear();  // counts and statistics in the definitions have moved
+  ++commits;
+  return s;
+}
+
+Status Database::Impl::Finish(Status change) {
+  if (in_transaction) return change;
+  if (!change.ok()) {
+    writer->Rollback();
+    return change;
+  }
+  return CommitNow();
+}
+
 Database::Database(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 Database::~Database() = default;
 
@@ -102,8 +179,16 @@ Status Database::Open(const std::string& path, const OpenOptions& options, std::
   auto impl = std::make_unique<Impl>();
   impl->path = path;
   impl->options = options;
-  JET_RETURN_IF_ERROR(Pager::Open(path, &impl->pager));
+  if (options.writable) {
+    JET_RETURN_IF_ERROR(impl->OpenForWriting(options.file_system ? options.file_system : DefaultFileSystem()));
+  } else {
+    JET_RETURN_IF_ERROR(Pager::Open(path, &impl->pager));
+  }
   JET_RETURN_IF_ERROR(MakeTextReader(*impl->pager, options, &impl->text));
+  if (options.writable) {
+    impl->writer = std::make_unique<Writer>(impl->pager.get(), impl->text.get(),
+                                            options.file_system ? options.file_system : DefaultFileSystem(), path);
+  }
   Status s = ReadCatalog(*impl->pager, *impl->text, &impl->catalog);
   if (!s.ok()) return Status::Corruption("cannot read the catalogue of " + path + ": " + s.message());
   db->reset(new Database(std::move(impl)));
@@ -189,6 +274,60 @@ Status Database::CountRows(const std::string& name, uint64_t* count) {
   JET_RETURN_IF_ERROR(TableScan::Create(*impl_->pager, *impl_->text, layout, false, &scan));
   for (*count = 0; scan->Next();) ++*count;
   return scan->status();
+}
+
+}  // namespace jet
+
+namespace jet {
+
+bool Database::writable() const { return impl_->writer != nullptr; }
+bool Database::in_transaction() const { return impl_->in_transaction; }
+uint64_t Database::commit_count() const { return impl_->commits; }
+const std::string& Database::open_notice() const { return impl_->notice; }
+
+Status Database::BeginTransaction() {
+  if (!impl_->writer) return Status::ReadOnly("the database " + impl_->path + " is open for reading only", 3027);
+  if (impl_->in_transaction) return Status::InvalidArgument("a transaction is already open");
+  impl_->in_transaction = true;
+  return Status::OK();
+}
+
+Status Database::Commit() {
+  if (!impl_->in_transaction) return Status::InvalidArgument("You tried to commit or rollback without first beginning a transaction", 3034);
+  impl_->in_transaction = false;
+  return impl_->CommitNow();
+}
+
+Status Database::Rollback() {
+  if (!impl_->in_transaction) return Status::InvalidArgument("You tried to commit or rollback without first beginning a transaction", 3034);
+  impl_->in_transaction = false;
+  impl_->writer->Rollback();
+  impl_->layouts.clear();
+  return Status::OK();
+}
+
+Status Database::InsertRow(const std::string& table, const Row& row, RowId* id) {
+  std::shared_ptr<const TableLayout> layout;
+  JET_RETURN_IF_ERROR(impl_->WritableTable(this, table, &layout));
+  return impl_->Finish(impl_->writer->Insert(layout, row, id));
+}
+
+Status Database::UpdateRow(const std::string& table, RowId id, const Row& row) {
+  std::shared_ptr<const TableLayout> layout;
+  JET_RETURN_IF_ERROR(impl_->WritableTable(this, table, &layout));
+  return impl_->Finish(impl_->writer->Update(layout, id, row));
+}
+
+Status Database::DeleteRow(const std::string& table, RowId id) {
+  std::shared_ptr<const TableLayout> layout;
+  JET_RETURN_IF_ERROR(impl_->WritableTable(this, table, &layout));
+  return impl_->Finish(impl_->writer->Delete(layout, id));
+}
+
+Status Database::ReadRow(const std::string& table, RowId id, Row* row) {
+  std::shared_ptr<const TableLayout> layout;
+  JET_RETURN_IF_ERROR(impl_->WritableTable(this, table, &layout));
+  return impl_->writer->Read(layout, id, row);
 }
 
 }  // namespace jet

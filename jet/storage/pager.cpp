@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "jet/file_system.h"
+
 namespace jet {
 namespace {
 
@@ -66,7 +68,21 @@ Status Pager::Open(const std::string& path, std::unique_ptr<Pager>* pager) {
   void* m = mmap(nullptr, p->map_size_, PROT_READ, MAP_PRIVATE, p->fd_, 0);
   if (m == MAP_FAILED) return Status::IOError("cannot map " + path + ": " + std::strerror(errno));
   p->map_ = static_cast<const uint8_t*>(m);
-  JET_RETURN_IF_ERROR(p->DecodeHeader());
+  JET_RETURN_IF_ERROR(p->DecodeHeader(p->map_, p->map_size_));
+  *pager = std::move(p);
+  return Status::OK();
+}
+
+Status Pager::OpenFile(std::unique_ptr<File> file, std::unique_ptr<Pager>* pager) {
+  std::unique_ptr<Pager> p(new Pager());
+  uint64_t size = 0;
+  JET_RETURN_IF_ERROR(file->Size(&size));
+  if (size < 2048) return Status::Corruption("not an Access database (file too small)");
+  std::array<uint8_t, 256> header;
+  JET_RETURN_IF_ERROR(file->Read(0, header.size(), header.data()));
+  p->file_ = std::move(file);
+  JET_RETURN_IF_ERROR(p->DecodeHeader(header.data(), size));
+  p->committed_page_count_ = p->page_count_;
   *pager = std::move(p);
   return Status::OK();
 }
@@ -76,22 +92,22 @@ Pager::~Pager() {
   if (fd_ >= 0) ::close(fd_);
 }
 
-Status Pager::DecodeHeader() {
+Status Pager::DecodeHeader(const uint8_t* first, uint64_t file_size) {
   static constexpr char kJetMagic[] = "Standard Jet DB";
   static constexpr char kAceMagic[] = "Standard ACE DB";
-  if (map_[0] != 0x00 || (std::memcmp(map_ + 4, kJetMagic, 15) != 0 &&
-                          std::memcmp(map_ + 4, kAceMagic, 15) != 0)) {
+  if (first[0] != 0x00 || (std::memcmp(first + 4, kJetMagic, 15) != 0 &&
+                          std::memcmp(first + 4, kAceMagic, 15) != 0)) {
     return Status::Corruption("not an Access database (no Jet header)");
   }
-  if (!FormatFromVersion(map_[kHeaderVersionOffset], &format_)) {
+  if (!FormatFromVersion(first[kHeaderVersionOffset], &format_)) {
     return Status::Unsupported("unsupported format: unknown Jet version byte " +
-                               std::to_string(map_[kHeaderVersionOffset]));
+                               std::to_string(first[kHeaderVersionOffset]));
   }
   page_size_ = is_jet3() ? 2048 : 4096;
-  page_count_ = static_cast<uint32_t>(map_size_ / page_size_);
+  page_count_ = static_cast<uint32_t>(file_size / page_size_);
 
   std::array<uint8_t, 256> header;
-  std::memcpy(header.data(), map_, header.size());
+  std::memcpy(header.data(), first, header.size());
   Rc4({0xC7, 0xDA, 0x39, 0x6B}, header.data() + kHeaderMaskOffset,
       is_jet3() ? kJet3MaskLength : kJet4MaskLength);
   code_page_ = Get16(header.data() + kCodePageOffset);
@@ -104,8 +120,71 @@ Status Pager::ReadPage(uint32_t number, Page* page) const {
     return Status::Corruption("page " + std::to_string(number) + " is beyond the end of the file (" +
                               std::to_string(page_count_) + " pages)");
   }
-  *page = Page(map_ + size_t(number) * page_size_, page_size_);
+  if (map_) {
+    *page = Page(map_ + size_t(number) * page_size_, page_size_);
+    return Status::OK();
+  }
+  if (auto it = changed_.find(number); it != changed_.end()) {
+    *page = Page(it->second.get(), page_size_);
+    return Status::OK();
+  }
+  return ReadCommittedPage(number, page);
+}
+
+Status Pager::ReadCommittedPage(uint32_t number, Page* page) const {
+  if (map_) return ReadPage(number, page);
+  if (number >= committed_page_count_) {
+    return Status::Corruption("page " + std::to_string(number) + " is not yet in the file");
+  }
+  auto& slot = cache_[number];
+  if (!slot) {
+    auto buffer = std::make_unique<uint8_t[]>(page_size_);
+    Status s = file_->Read(uint64_t(number) * page_size_, page_size_, buffer.get());
+    if (!s.ok()) {
+      cache_.erase(number);
+      return s;
+    }
+    slot = std::move(buffer);
+  }
+  *page = Page(slot.get(), page_size_);
   return Status::OK();
+}
+
+Status Pager::MutablePage(uint32_t number, uint8_t** data) {
+  if (!file_) return Status::ReadOnly("the database is open for reading only", 3027);
+  if (auto it = changed_.find(number); it != changed_.end()) {
+    *data = it->second.get();
+    return Status::OK();
+  }
+  Page original;
+  JET_RETURN_IF_ERROR(ReadPage(number, &original));
+  auto copy = std::make_unique<uint8_t[]>(page_size_);
+  std::memcpy(copy.get(), original.data(), page_size_);
+  *data = copy.get();
+  changed_[number] = std::move(copy);
+  return Status::OK();
+}
+
+Status Pager::AppendPage(uint32_t* number) {
+  if (!file_) return Status::ReadOnly("the database is open for reading only", 3027);
+  // Jet files stop at 2 GB: page numbers beyond that do not fit a row pointer's 3 bytes anyway.
+  if (uint64_t(page_count_ + 1) * page_size_ > (uint64_t(1) << 31)) {
+    return Status::IOError("the database would grow beyond 2 GB");
+  }
+  *number = page_count_++;
+  changed_[*number] = std::make_unique<uint8_t[]>(page_size_);
+  return Status::OK();
+}
+
+void Pager::AcceptChanges() {
+  for (auto& [number, data] : changed_) cache_[number] = std::move(data);
+  changed_.clear();
+  committed_page_count_ = page_count_;
+}
+
+void Pager::DiscardChanges() {
+  changed_.clear();
+  page_count_ = committed_page_count_;
 }
 
 Status Pager::ReadPageOfType(uint32_t number, PageType type, Page* page) const {

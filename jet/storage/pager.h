@@ -1,11 +1,15 @@
-// Pager: the database file as numbered pages. Reading maps the file; the
+// Pager: the database file as numbered pages. A read-only pager maps the
+// file; a pager opened for writing reads through a File and keeps the pages
+// a transaction changes in memory until they are committed or dropped. The
 // header page (0) is decoded once at open.
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <span>
 #include <string>
+#include <unordered_map>
 
 #include "jet/status.h"
 #include "jet/types.h"
@@ -24,9 +28,13 @@ enum class PageType : uint8_t {
 
 using Page = std::span<const uint8_t>;
 
+class File;
+
 class Pager {
  public:
   static Status Open(const std::string& path, std::unique_ptr<Pager>* pager);
+  // Reads pages through `file` (for writing); the pager owns it.
+  static Status OpenFile(std::unique_ptr<File> file, std::unique_ptr<Pager>* pager);
   ~Pager();
   Pager(const Pager&) = delete;
   Pager& operator=(const Pager&) = delete;
@@ -38,15 +46,37 @@ class Pager {
   uint16_t code_page() const { return code_page_; }
   uint16_t sort_order() const { return sort_order_; }
 
-  // Page `number`; Corruption when out of range. Valid while the pager lives.
+  // Page `number`, as changed by the open transaction if it changed it;
+  // Corruption when out of range. Valid until the transaction ends.
   Status ReadPage(uint32_t number, Page* page) const;
   // ReadPage plus a check of the page's type byte.
   Status ReadPageOfType(uint32_t number, PageType type, Page* page) const;
 
+  // The transaction's own copy of a page, made on first use; only for a
+  // pager opened with OpenFile.
+  Status MutablePage(uint32_t number, uint8_t** data);
+  // A new zeroed page past the end of the file.
+  Status AppendPage(uint32_t* number);
+  // The pages changed since the last commit, by number, and the page count
+  // the file has on disk.
+  const std::map<uint32_t, std::unique_ptr<uint8_t[]>>& changed_pages() const { return changed_; }
+  uint32_t committed_page_count() const { return committed_page_count_; }
+  // The original image of a page as the file holds it (never the changed copy).
+  Status ReadCommittedPage(uint32_t number, Page* page) const;
+  // After the changes reached the disk: they become the file's pages.
+  void AcceptChanges();
+  // Forgets every change since the last commit.
+  void DiscardChanges();
+  File* file() const { return file_.get(); }
+
  private:
   Pager() = default;
-  Status DecodeHeader();
+  Status DecodeHeader(const uint8_t* header, uint64_t file_size);
 
+  std::unique_ptr<File> file_;
+  mutable std::unordered_map<uint32_t, std::unique_ptr<uint8_t[]>> cache_;  // pages read through file_
+  std::map<uint32_t, std::unique_ptr<uint8_t[]>> changed_;
+  uint32_t committed_page_count_ = 0;
   int fd_ = -1;
   const uint8_t* map_ = nullptr;
   size_t map_size_ = 0;

@@ -1,5 +1,6 @@
-// Database: an open Jet file. The read side: catalogue, table definitions and
-// row cursors. Thread-compatible; one object per open file.
+// Database: an open Jet file: catalogue, table definitions and row cursors,
+// and, when opened for writing, row changes in transactions.
+// Thread-compatible; one object per open file.
 #pragma once
 
 #include <memory>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "jet/catalog.h"
+#include "jet/file_system.h"
 #include "jet/path_mapping.h"
 #include "jet/schema.h"
 #include "jet/status.h"
@@ -22,6 +24,13 @@ struct OpenOptions {
   std::string text_encoding_override;
   // Where to look for linked files whose stored path does not exist here.
   std::vector<FolderMapping> folder_mappings;
+  // Open for changing rows: only Jet 4 files that this process may write and
+  // that no other writer holds (ReadOnly 3027, Busy 3261 otherwise).
+  bool writable = false;
+  // The user name written to the Access lock file.
+  std::string user_name = "Admin";
+  // Where the writer's files live; the operating system's when null.
+  FileSystem* file_system = nullptr;
 };
 
 class Pager;
@@ -61,6 +70,32 @@ class Database {
   // For a linked table: the resolved path of its file, or NotFound naming the
   // stored path.
   Status ResolveLink(const CatalogEntry& link, std::string* local_path) const;
+
+  // --- Writing (a database opened with OpenOptions::writable) ---
+  //
+  // Changes made outside BeginTransaction/Commit are committed one by one.
+  // Inside a transaction every reader of this object sees them at once;
+  // other processes see them only after Commit.
+  bool writable() const;
+  Status BeginTransaction();
+  Status Commit();
+  Status Rollback();
+  bool in_transaction() const;
+
+  // `row` holds one value per column of the table's definition; a Null
+  // autonumber gets the next number. `id` (optional) receives where it went.
+  // Errors carry Jet's numbers: 3022 duplicate key, 3314 required field,
+  // 3058 Null in a key, 3163 value too long, 3047 record too large.
+  Status InsertRow(const std::string& table, const Row& row, RowId* id = nullptr);
+  Status UpdateRow(const std::string& table, RowId id, const Row& row);
+  Status DeleteRow(const std::string& table, RowId id);  // 3021 when no such row
+  Status ReadRow(const std::string& table, RowId id, Row* row);
+
+  // Moves on every commit, so caches of table contents can tell they are stale.
+  uint64_t commit_count() const;
+  // What opening found and did about an interrupted commit, for the user;
+  // empty when there was nothing to tell.
+  const std::string& open_notice() const;
 
  private:
   struct Impl;

@@ -31,8 +31,8 @@ class Status {
     return {Code::kInvalidArgument, std::move(msg), jet_error};
   }
   static Status IOError(std::string msg) { return {Code::kIOError, std::move(msg), 0}; }
-  static Status ReadOnly(std::string msg) { return {Code::kReadOnly, std::move(msg), 0}; }
-  static Status Busy(std::string msg) { return {Code::kBusy, std::move(msg), 0}; }
+  static Status ReadOnly(std::string msg, int jet_error = 0) { return {Code::kReadOnly, std::move(msg), jet_error}; }
+  static Status Busy(std::string msg, int jet_error = 0) { return {Code::kBusy, std::move(msg), jet_error}; }
 
   bool ok() const { return code_ == Code::kOk; }
   Code code() const { return code_; }

@@ -1,0 +1,79 @@
+#include "storage/page_rows.h"
+
+#include <cstring>
+
+#include "storage/data_page.h"
+
+namespace jet {
+namespace {
+
+void Put16(uint8_t* p, uint16_t v) {
+  p[0] = static_cast<uint8_t>(v);
+  p[1] = static_cast<uint8_t>(v >> 8);
+}
+
+size_t UsedBytes(const std::vector<StoredRow>& rows) {
+  size_t used = kJet4DataPageHeader;
+  for (const StoredRow& r : rows) used += 2 + r.bytes.size();
+  return used;
+}
+
+}  // namespace
+
+void InitDataPage(uint8_t* page, uint32_t page_size, uint32_t owner) {
+  std::memset(page, 0, page_size);
+  page[0] = static_cast<uint8_t>(PageType::kData);
+  page[1] = 0x01;
+  Put16(page + 2, static_cast<uint16_t>(page_size - kJet4DataPageHeader));
+  for (int i = 0; i < 4; ++i) page[4 + i] = static_cast<uint8_t>(owner >> (8 * i));
+}
+
+void InitLongValuePage(uint8_t* page, uint32_t page_size) {
+  InitDataPage(page, page_size, 0);
+  std::memcpy(page + 4, "LVAL", 4);
+}
+
+Status LoadRows(Page page, std::vector<StoredRow>* rows) {
+  DataPage data(page, false);
+  rows->clear();
+  for (uint16_t r = 0; r < data.row_count(); ++r) {
+    RowSlot slot;
+    ByteSpan bytes;
+    JET_RETURN_IF_ERROR(data.RowBytes(r, &bytes, &slot));
+    StoredRow row;
+    row.bytes.assign(bytes.data(), bytes.data() + bytes.size());
+    row.flags = (slot.deleted ? kRowDeletedFlag : 0) | (slot.overflow ? kRowOverflowFlag : 0);
+    rows->push_back(std::move(row));
+  }
+  return Status::OK();
+}
+
+size_t FreeSpace(const std::vector<StoredRow>& rows, uint32_t page_size) {
+  const size_t used = UsedBytes(rows);
+  return used > page_size ? 0 : page_size - used;
+}
+
+bool RoomFor(const std::vector<StoredRow>& rows, uint32_t page_size, size_t length) {
+  return rows.size() < kMaxRowsPerPage && UsedBytes(rows) + 2 + length <= page_size;
+}
+
+Status StoreRows(const std::vector<StoredRow>& rows, uint8_t* page, uint32_t page_size) {
+  if (rows.size() > kMaxRowsPerPage || UsedBytes(rows) > page_size) {
+    return Status::Corruption("rows do not fit their data page");
+  }
+  const size_t table = kJet4DataPageHeader;
+  size_t end = page_size;
+  for (size_t r = 0; r < rows.size(); ++r) {
+    const StoredRow& row = rows[r];
+    end -= row.bytes.size();
+    if (!row.bytes.empty()) std::memmove(page + end, row.bytes.data(), row.bytes.size());
+    Put16(page + table + 2 * r, static_cast<uint16_t>(end | row.flags));
+  }
+  // What lies between the offset table and the lowest row is free space.
+  std::memset(page + table + 2 * rows.size(), 0, end - table - 2 * rows.size());
+  Put16(page + 12, static_cast<uint16_t>(rows.size()));
+  Put16(page + 2, static_cast<uint16_t>(FreeSpace(rows, page_size)));
+  return Status::OK();
+}
+
+}  // namespace jet

@@ -1,0 +1,36 @@
+// Changing the rows of a data page. A page is taken apart into its rows,
+// changed, and packed again from the end of the page down, so row numbers
+// (and with them every row pointer and index entry) stay as they were.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "jet/status.h"
+#include "storage/pager.h"
+
+namespace jet {
+
+// Access keeps a row to 4,060 bytes and a page to 255 rows.
+constexpr size_t kMaxRowBytes = 4060;
+constexpr size_t kMaxRowsPerPage = 255;
+constexpr size_t kJet4DataPageHeader = 14;
+
+struct StoredRow {
+  std::vector<uint8_t> bytes;
+  uint16_t flags = 0;  // kRowDeletedFlag, kRowOverflowFlag
+};
+
+// Fresh data page owned by `owner` (a TDEF page), or a long-value page.
+void InitDataPage(uint8_t* page, uint32_t page_size, uint32_t owner);
+void InitLongValuePage(uint8_t* page, uint32_t page_size);
+
+Status LoadRows(Page page, std::vector<StoredRow>* rows);
+// Packs `rows` into `page` (header kept); Corruption when they do not fit.
+Status StoreRows(const std::vector<StoredRow>& rows, uint8_t* page, uint32_t page_size);
+// Free bytes once `rows` are packed (the page header's free-space field).
+size_t FreeSpace(const std::vector<StoredRow>& rows, uint32_t page_size);
+// Whether one more row of `length` bytes fits.
+bool RoomFor(const std::vector<StoredRow>& rows, uint32_t page_size, size_t length);
+
+}  // namespace jet

@@ -1,0 +1,31 @@
+// Changing usage maps: a table's or index's owned pages, a table's pages
+// with free space, and the file's free pages (page 1). Inline maps grow in
+// place in 4-byte steps while their page has room; free-space maps slide a
+// 512-page window instead, as Access does, since they only ever need to
+// know about the pages being filled now.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+#include "storage/pager.h"
+
+namespace jet {
+
+enum class MapKind { kOwned, kFreeSpace };
+
+// Sets or clears the bit of `page` in the map stored at row pointer `map_pointer`.
+// New bitmap pages of a reference map come from `allocate`.
+Status SetMapBit(Pager* pager, uint32_t map_pointer, uint32_t page, bool value, MapKind kind,
+                 const std::function<Status(uint32_t*)>& allocate);
+
+// The first page at or after `from` whose bit is set, or 0 when none is.
+Status FindSetBit(const Pager& pager, uint32_t map_pointer, uint32_t from, uint32_t* page);
+
+// Page allocation through the free-page map: a free page is reused (its bit
+// cleared) before the file grows. The page's contents are left to the caller.
+Status AllocatePage(Pager* pager, uint32_t* page);
+// Gives a page back to the free-page map (and zeroes it).
+Status FreePage(Pager* pager, uint32_t page);
+
+}  // namespace jet
