@@ -27,7 +27,7 @@ struct TdefFormat {
 constexpr TdefFormat kJet3Tdef{
     0x0C, 0x10, 0x14, 0x15, 0x17, 0x19, 0x1B, 0x1F, 0x23, 0x27, 0x2B,
     8,  18,
-    0, 1, 3, 5, 9, 13, 255, 14, 16,
+    0, 1, 3, 5, 11, 13, 255, 14, 16,
     1, 0, 39, 38, 0, 20};
 constexpr TdefFormat kJet4Tdef{
     0x10, 0x14, 0x28, 0x29, 0x2B, 0x2D, 0x2F, 0x33, 0x37, 0x3B, 0x3F,
@@ -36,6 +36,8 @@ constexpr TdefFormat kJet4Tdef{
     2, 4, 52, 46, 4, 28};
 
 constexpr size_t kTdefPageHeader = 8;
+constexpr size_t kJet3ColumnSortOrder = 9;
+constexpr size_t kJet4ColumnSortVersion = 14;
 constexpr size_t kMaxIndexColumns = 10;
 constexpr size_t kLogicalIndexTypeOffset = 19;  // from index_num
 constexpr uint8_t kIndexTypePrimary = 0x01;
@@ -154,11 +156,15 @@ Status TdefParser::ParseColumns(TableDef* def, uint16_t num_cols) {
       col.precision = in_.U8(c + f_.col_misc);
       col.scale = in_.U8(c + f_.col_misc + 1);
     } else if (col.type == ColumnType::kText || col.type == ColumnType::kMemo) {
+      // Jet 3 keeps the sort order just before the code page; Jet 4 the sort
+      // order and, two bytes on, its version (0 = General as Access 2000-2007
+      // sort, 1 = the order Access 2010 introduced).
       if (jet3_) {
-        col.sort_order = in_.U16(c + 7);
+        col.sort_order = in_.U16(c + kJet3ColumnSortOrder);
         col.code_page = in_.U16(c + f_.col_misc);
       } else {
         col.sort_order = in_.U16(c + f_.col_misc);
+        col.sort_order_version = in_.U8(c + kJet4ColumnSortVersion);
       }
     }
     pos_ += f_.column_entry;

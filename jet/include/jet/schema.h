@@ -35,6 +35,7 @@ struct ColumnDef {
   uint8_t scale = 0;          // Decimal
   uint16_t code_page = 0;     // Jet 3 text: the column's code page
   uint16_t sort_order = 0;    // text: collation id (General = 1033 / 0x409)
+  uint8_t sort_order_version = 0;  // Jet 4 text: 0 General (2000-2007), 1 Access 2010's
   bool fixed = true;          // stored in the fixed area
   bool autonumber = false;
   bool guid_autonumber = false;
