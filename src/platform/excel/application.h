@@ -37,6 +37,8 @@ class Application {
   ~Application();
 
   bool IsAlive() const;
+  // The office process behind this application (its process group too).
+  long OfficePid() const;
   bool DisplayAlerts() const;
   void SetDisplayAlerts(bool on);
   bool ScreenUpdating() const;

@@ -16,9 +16,9 @@
 TEST(OfficeProcess, ReusedWhileAliveReplacedWhenKilledOrHung) {
   auto first = excel::Application::Create();
   auto second = excel::Application::Create();
-  const pid_t pid = first->State()->session->Pid();
+  const long pid = first->OfficePid();
   ASSERT_GT(pid, 0);
-  EXPECT_EQ(second->State()->session->Pid(), pid) << "one office serves every application object";
+  EXPECT_EQ(second->OfficePid(), pid) << "one office serves every application object";
   EXPECT_EQ(::getpgid(pid), pid) << "the office leads its own process group";
 
   // An office killed from outside: the next application gets a new one.
@@ -29,7 +29,7 @@ TEST(OfficeProcess, ReusedWhileAliveReplacedWhenKilledOrHung) {
   EXPECT_FALSE(first->IsAlive());
   auto third = excel::Application::Create();
   EXPECT_TRUE(third->IsAlive());
-  EXPECT_NE(third->State()->session->Pid(), pid);
+  EXPECT_NE(third->OfficePid(), pid);
   EXPECT_EQ(third->Workbooks().Add().Worksheets().Count(), 3);
 
   // An office that hangs: the watchdog kills it and the call fails instead of blocking.
