@@ -381,7 +381,7 @@ Status ReplaceRow(Pager* pager, TableState* t, RowId id, StoredRef* ref, std::ve
     slot.bytes = std::move(bytes);
     return StorePageRows(pager, PointerPage(where), rows);
   }
-  if (ref->target) JET_RETURN_IF_ERROR(SetRowAt(pager, ref->target, {{}, kRowDeletedFlag}));
+  if (ref->target) JET_RETURN_IF_ERROR(SetRowAt(pager, ref->target, {{}, kRowDeletedFlag | kRowOverflowFlag}));
   uint32_t moved = 0;
   // The moved data is hidden from scans; the pointer row stands for it.
   JET_RETURN_IF_ERROR(AddRow(pager, t, std::move(bytes), kRowDeletedFlag, &moved));
@@ -518,10 +518,11 @@ Status Writer::Delete(const std::shared_ptr<const TableLayout>& layout, RowId id
   JET_RETURN_IF_ERROR(change.Keys(old_values, &old_keys));
   Status s = [&]() -> Status {
     JET_RETURN_IF_ERROR(FreeRowLongValues(pager_, *layout, ref.bytes));
-    if (ref.target) JET_RETURN_IF_ERROR(SetRowAt(pager_, ref.target, {{}, kRowDeletedFlag}));
-    // Access leaves a deleted row's bytes where they were; only the flag changes.
+    if (ref.target) JET_RETURN_IF_ERROR(SetRowAt(pager_, ref.target, {{}, kRowDeletedFlag | kRowOverflowFlag}));
+    // Access leaves a deleted row's bytes where they were and flags the slot
+    // both deleted and moved; readers skip only slots flagged so.
     StoredRow deleted = ref.rows[id.row];
-    deleted.flags = kRowDeletedFlag;
+    deleted.flags = kRowDeletedFlag | kRowOverflowFlag;
     JET_RETURN_IF_ERROR(SetRowAt(pager_, RowPointer(id), std::move(deleted)));
     for (size_t i = 0; i < t->indexes.size(); ++i) {
       RealIndexState& r = t->indexes[i];

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 
 #include "writer_test_helpers.h"
 
@@ -75,6 +76,132 @@ TEST(WriterRows, InsertsRowsWithEveryLongValueFormAndKeepsThePrimaryKey) {
   const std::string csv = MdbExport(path, kReports);
   EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 12) << csv.substr(0, 300);
   EXPECT_NE(csv.find(chain), std::string::npos);
+}
+
+constexpr char kEmployees[] = "Employees";
+
+// An Employees row with the given names and address; the rest Null.
+Row Employee(Database& db, const std::string& last, const std::string& postal, const std::string& address) {
+  std::shared_ptr<const TableDef> def;
+  EXPECT_TRUE(db.GetTableDef(kEmployees, &def).ok());
+  Row row;
+  for (const ColumnDef& c : def->columns) row.push_back(Value::Null(c.type));
+  row[def->FindColumn("LastName")] = Value(ColumnType::kText, last);
+  row[def->FindColumn("FirstName")] = Value(ColumnType::kText, std::string("Jo"));
+  row[def->FindColumn("PostalCode")] = Value(ColumnType::kText, postal);
+  row[def->FindColumn("Address")] = Value(ColumnType::kText, address);
+  return row;
+}
+
+// Bulk inserts split index pages; later updates grow rows past their page
+// (moved behind an overflow pointer) and deletes take rows out of every index.
+TEST(WriterRows, BulkChangesKeepRowsAndTextIndexesInStep) {
+  const std::string path = ScratchCopy("npsmith88-Northwind.mdb", "employees.mdb");
+  std::map<int64_t, std::string> expected;  // EmployeeID -> LastName
+  {
+    auto db = OpenForWriting(path);
+    ASSERT_TRUE(db);
+    for (const Row& r : AllRows(*db, kEmployees)) expected[r[0].as_int()] = r[1].as_text();
+    ASSERT_TRUE(db->BeginTransaction().ok());
+    for (int i = 0; i < 900; ++i) {
+      const std::string last = (i % 2 ? "Ölund-" : "Adams ") + std::to_string(i * 7919 % 1000);
+      RowId id;
+      Status s = db->InsertRow(kEmployees, Employee(*db, last, std::to_string(10000 + i % 37), "1 Main St"), &id);
+      ASSERT_TRUE(s.ok()) << s.ToString();
+    }
+    ASSERT_TRUE(db->Commit().ok());
+    std::vector<RowId> ids;
+    std::vector<Row> rows = AllRows(*db, kEmployees, &ids);
+    for (const Row& r : rows) expected[r[0].as_int()] = r[1].as_text();
+    ASSERT_EQ(rows.size(), 909u);
+
+    ASSERT_TRUE(db->BeginTransaction().ok());
+    for (size_t i = 0; i < rows.size(); i += 3) {
+      ASSERT_TRUE(db->DeleteRow(kEmployees, ids[i]).ok());
+      expected.erase(rows[i][0].as_int());
+    }
+    EXPECT_EQ(db->DeleteRow(kEmployees, ids[0]).jet_error(), 3021);
+    for (size_t i = 1; i < rows.size(); i += 3) {
+      Row changed = rows[i];
+      changed[1] = Value(ColumnType::kText, "Grown " + std::to_string(i));
+      changed[7] = Value(ColumnType::kText, std::string(25, 'x') + "ŵ" + std::string(30, 'y'));  // Address: longer, and no longer compressible
+      changed[15] = Value(ColumnType::kMemo, Text(9000, 'a'));  // Notes: a chain
+      Status s = db->UpdateRow(kEmployees, ids[i], changed);
+      ASSERT_TRUE(s.ok()) << s.ToString();
+      expected[changed[0].as_int()] = changed[1].as_text();
+      Row back;
+      ASSERT_TRUE(db->ReadRow(kEmployees, ids[i], &back).ok());
+      EXPECT_EQ(back, changed);
+    }
+    ASSERT_TRUE(db->Commit().ok());
+  }
+  auto db = OpenForReading(path);
+  std::map<int64_t, std::string> found;
+  for (const Row& r : AllRows(*db, kEmployees)) found[r[0].as_int()] = r[1].as_text();
+  EXPECT_EQ(found, expected);
+  ExpectIndexesInStep(path, kEmployees);
+  EXPECT_EQ(MdbExportRowCount(path, kEmployees), static_cast<long>(expected.size()));
+}
+
+TEST(WriterRows, RefusedChangesCarryJetsErrorAndLeaveTheFileAsItWas) {
+  const std::string path = ScratchCopy("npsmith88-Northwind.mdb", "refusals.mdb");
+  const std::vector<uint8_t> before = FileBytes(path);
+  auto db = OpenForWriting(path);
+  ASSERT_TRUE(db);
+  Row duplicate = Employee(*db, "Twin", "1", "x");
+  duplicate[0] = Value(ColumnType::kLong, int64_t{1});
+  EXPECT_EQ(db->InsertRow(kEmployees, duplicate).jet_error(), 3022);
+  Row no_name = Employee(*db, "x", "1", "x");
+  no_name[1] = Value::Null(ColumnType::kText);
+  EXPECT_EQ(db->InsertRow(kEmployees, no_name).jet_error(), 3314);
+  EXPECT_EQ(db->InsertRow(kEmployees, Employee(*db, std::string(41, 'L'), "1", "x")).jet_error(), 3163);
+  Row wrong_type = Employee(*db, "x", "1", "x");
+  wrong_type[5] = Value(ColumnType::kText, std::string("yesterday"));  // BirthDate
+  EXPECT_EQ(db->InsertRow(kEmployees, wrong_type).jet_error(), 3464);
+  EXPECT_EQ(db->DeleteRow(kEmployees, RowId{1, 0}).jet_error(), 3021);
+  std::vector<RowId> ids;
+  std::vector<Row> rows = AllRows(*db, kEmployees, &ids);
+  Row clash = rows[1];
+  clash[0] = rows[0][0];
+  EXPECT_EQ(db->UpdateRow(kEmployees, ids[1], clash).jet_error(), 3022);
+  EXPECT_EQ(FileBytes(path), before);
+
+  // A refused change inside a transaction leaves the rest of it intact.
+  ASSERT_TRUE(db->BeginTransaction().ok());
+  ASSERT_TRUE(db->InsertRow(kEmployees, Employee(*db, "Kept", "1", "x")).ok());
+  EXPECT_EQ(db->InsertRow(kEmployees, duplicate).jet_error(), 3022);
+  ASSERT_TRUE(db->Commit().ok());
+  db.reset();
+  auto reader = OpenForReading(path);
+  EXPECT_EQ(AllRows(*reader, kEmployees).size(), 10u);
+  ExpectIndexesInStep(path, kEmployees);
+}
+
+TEST(WriterRows, FixedWidthTypesAndBooleansRoundTrip) {
+  const std::string path = ScratchCopy("npsmith88-Northwind.mdb", "products.mdb");
+  Row row = {Value::Null(ColumnType::kLong),
+             Value(ColumnType::kText, std::string("Ærøskøbing Ale")),
+             Value(ColumnType::kLong, int64_t{3}),
+             Value(ColumnType::kLong, int64_t{1}),
+             Value::Null(ColumnType::kText),
+             Value(ColumnType::kCurrency, Currency{-123456789}),
+             Value(ColumnType::kInteger, int64_t{-32768}),
+             Value(ColumnType::kInteger, int64_t{32767}),
+             Value::Null(ColumnType::kInteger),
+             Value(ColumnType::kBoolean, true)};
+  {
+    auto db = OpenForWriting(path);
+    ASSERT_TRUE(db);
+    ASSERT_TRUE(db->InsertRow("Products", row).ok());
+    row[0] = Value(ColumnType::kLong, int64_t{78});
+  }
+  auto db = OpenForReading(path);
+  const std::vector<Row> rows = AllRows(*db, "Products");
+  ASSERT_EQ(rows.size(), 78u);
+  EXPECT_EQ(rows.back(), row);
+  ExpectIndexesInStep(path, "Products");
+  const std::string csv = MdbExport(path, "Products");
+  EXPECT_NE(csv.find("78,\"Ærøskøbing Ale\",3,1,,-12345.6789,-32768,32767,,1"), std::string::npos) << csv.substr(csv.size() - 200);
 }
 
 }  // namespace

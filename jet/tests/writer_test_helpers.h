@@ -21,7 +21,7 @@ namespace jet::testing {
 
 // A private copy of a fixture in the test's temporary folder.
 inline std::string ScratchCopy(const std::string& fixture, const std::string& name) {
-  const std::string dir = ::testing::TempDir() + "writer-" + std::to_string(::getpid());
+  const std::string dir = ::testing::TempDir() + "jet-writer-tests";
   std::filesystem::create_directories(dir);
   const std::string path = dir + "/" + name;
   for (const char* suffix : {"", "-journal", ".ldb"}) std::filesystem::remove(path + suffix);
@@ -120,6 +120,15 @@ inline std::string MdbExport(const std::string& path, const std::string& table) 
   int rc = 0;
   std::string out = RunCommand("mdb-export '" + path + "' '" + table + "' 2>/dev/null", &rc);
   return rc == 0 ? out : "";
+}
+
+// How many rows mdb-export finds (values may hold line breaks).
+inline long MdbExportRowCount(const std::string& path, const std::string& table) {
+  int rc = 0;
+  std::string out = RunCommand("mdb-export -H -R '<<row>>' '" + path + "' '" + table + "' 2>/dev/null", &rc);
+  long rows = 0;
+  for (size_t at = out.find("<<row>>"); at != std::string::npos; at = out.find("<<row>>", at + 1)) ++rows;
+  return rc == 0 ? rows : -1;
 }
 
 }  // namespace jet::testing
