@@ -62,6 +62,7 @@ Application::~Application() = default;
 
 bool Application::IsAlive() const { return state_->session && state_->session->IsAlive(); }
 long Application::OfficePid() const { return state_->session ? state_->session->Pid() : -1; }
+long Application::OfficeCallCount() const { return state_->session ? state_->session->CallCount() : 0; }
 bool Application::DisplayAlerts() const { return state_->display_alerts; }
 void Application::SetDisplayAlerts(bool on) { state_->display_alerts = on; }
 bool Application::ScreenUpdating() const { return state_->screen_updating; }

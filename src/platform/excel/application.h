@@ -39,6 +39,8 @@ class Application {
   bool IsAlive() const;
   // The office process behind this application (its process group too).
   long OfficePid() const;
+  // Operations sent to the office so far, for measuring what a block costs.
+  long OfficeCallCount() const;
   bool DisplayAlerts() const;
   void SetDisplayAlerts(bool on);
   bool ScreenUpdating() const;

@@ -11,6 +11,7 @@ namespace excel {
 template <class Body>
 auto OfficeCall(OfficeSession& session, Body&& body) -> decltype(body()) {
   WatchedCall watched(session.Watchdog(), OfficeSession::CallLimit());
+  session.CountCall();
   try {
     return body();
   } catch (const css::uno::Exception& e) {

@@ -35,6 +35,9 @@ class OfficeSession {
   css::uno::Reference<css::uno::XComponentContext> Context() const { return remote_context_; }
   css::uno::Reference<css::frame::XDesktop2> Desktop() const { return desktop_; }
   CallWatchdog& Watchdog() { return watchdog_; }
+  // Office operations made so far (each may be a few UNO calls, never one per row).
+  long CallCount() const { return calls_; }
+  void CountCall() { ++calls_; }
 
   // How long one office operation may take before the office is killed.
   static std::chrono::milliseconds CallLimit();
@@ -47,6 +50,7 @@ class OfficeSession {
   CallWatchdog watchdog_;
   css::uno::Reference<css::uno::XComponentContext> remote_context_;
   css::uno::Reference<css::frame::XDesktop2> desktop_;
+  long calls_ = 0;
 };
 
 // Turns office failures into the errors Excel would raise, under the watchdog.
