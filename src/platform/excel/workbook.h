@@ -39,6 +39,10 @@ class Workbook {
   bool Saved() const;        // no change since the last save
   // The workbook carries a macro project (from an .xls template's VBA).
   bool HasMacros() const;
+  // VBProject.VBComponents.Add(standard module).CodeModule.AddFromString:
+  // a VBA module in the workbook's project, saved with it into the .xls.
+  // 1004 when a module of that name exists.
+  void AddCodeModule(const QString& name, const QString& source);
 
   const std::shared_ptr<WorkbookState>& State() const { return state_; }
 

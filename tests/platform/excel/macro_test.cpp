@@ -1,15 +1,9 @@
 #include <QFile>
 #include <gtest/gtest.h>
 
-#include <com/sun/star/container/XNameContainer.hpp>
-#include <com/sun/star/document/XEmbeddedScripts.hpp>
-#include <com/sun/star/script/XLibraryContainer.hpp>
-
 #include "office_test_support.h"
 #include "platform/excel/application.h"
 #include "platform/excel/excel_errors.h"
-#include "platform/excel/uno_objects.h"
-#include "platform/excel/uno_text.h"
 #include "xls_reader.h"
 
 namespace {
@@ -24,15 +18,13 @@ QString RunError(excel::Application& app, const QString& macro) {
   return QString();
 }
 
-// Gives the workbook's project one more module, as an author would in the
-// macro editor: the office offers no way to write new VBA into an .xls.
-void AddModule(const excel::Workbook& book, const QString& name, const QString& source) {
-  namespace css = com::sun::star;
-  css::uno::Reference<css::document::XEmbeddedScripts> scripts(book.State()->document, css::uno::UNO_QUERY_THROW);
-  css::uno::Reference<css::script::XLibraryContainer> libraries(scripts->getBasicLibraries(), css::uno::UNO_QUERY_THROW);
-  libraries->loadLibrary("VBAProject");
-  css::uno::Reference<css::container::XNameContainer> modules(libraries->getByName("VBAProject"), css::uno::UNO_QUERY_THROW);
-  modules->insertByName(excel::ToOUString(name), css::uno::Any(excel::ToOUString(source)));
+int ErrorNumberOfAdd(excel::Workbook& book) {
+  try {
+    book.AddCodeModule(QStringLiteral("Totals"), QStringLiteral("Sub Other()\nEnd Sub\n"));
+  } catch (const platform::AppError& e) {
+    return e.Number();
+  }
+  return 0;
 }
 
 }  // namespace
@@ -61,14 +53,27 @@ TEST(Macros, MissingFailingAndUncompilableMacrosAreErrorsWithTheOfficesText) {
   EXPECT_TRUE(RunError(*app, QStringLiteral("Module9.test")).contains("cannot be found")) << "wrong module";
   EXPECT_TRUE(RunError(*app, QStringLiteral("'Other.xls'!test")).contains("cannot be found")) << "no such workbook";
 
-  AddModule(clean, QStringLiteral("Failing"),
-            QStringLiteral("Option VBASupport 1\nSub Boom()\n  Err.Raise 1234, , \"Landings missing\"\nEnd Sub\n"));
+  clean.AddCodeModule(QStringLiteral("Failing"),
+                      QStringLiteral("Sub Boom()\n  Err.Raise 1234, , \"Landings missing\"\nEnd Sub\n"));
   const QString failed = RunError(*app, QStringLiteral("Failing.Boom"));
   EXPECT_TRUE(failed.contains("1234")) << failed.toStdString();
   EXPECT_TRUE(failed.contains("Landings missing")) << failed.toStdString();
   // The probe module that ran the macro never stays in the workbook.
   EXPECT_EQ(RunError(*app, QStringLiteral("TabulonRunProbe")).contains("cannot be found"), true);
   clean.Close();
+
+  // A module of our own, saved into the .xls and run from the reloaded file.
+  OutputFolder out;
+  auto fresh = app->Workbooks().Add();
+  fresh.AddCodeModule(QStringLiteral("Totals"), QStringLiteral("Sub AddTotal()\n  Range(\"B3\").Value = 40 + 2\nEnd Sub\n"));
+  EXPECT_EQ(ErrorNumberOfAdd(fresh), excel::kApplicationDefined) << "one module per name";
+  fresh.SaveAs(out.File("own.xls"));
+  fresh.Close();
+  auto reloaded = app->Workbooks().Add(out.File("own.xls"));
+  EXPECT_TRUE(reloaded.HasMacros());
+  EXPECT_EQ(RunError(*app, QStringLiteral("Totals.AddTotal")), QString());
+  EXPECT_EQ(reloaded.ActiveSheet().Cells(3, 2).Value(), QVariant(42.0));
+  reloaded.Close();
 
   auto broken = app->Workbooks().Add(FixturePath("Flamingo.xls"));
   const QString uncompiled = RunError(*app, QStringLiteral("Module2.Macro2"));

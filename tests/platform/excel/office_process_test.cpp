@@ -1,17 +1,11 @@
 #include <QElapsedTimer>
 #include <gtest/gtest.h>
 
-#include <com/sun/star/container/XNameContainer.hpp>
-#include <com/sun/star/document/XEmbeddedScripts.hpp>
-#include <com/sun/star/script/XLibraryContainer.hpp>
-
 #include <csignal>
 
 #include "office_test_support.h"
 #include "platform/errors/app_error.h"
 #include "platform/excel/application.h"
-#include "platform/excel/uno_objects.h"
-#include "platform/excel/uno_text.h"
 
 TEST(OfficeProcess, ReusedWhileAliveReplacedWhenKilledOrHung) {
   auto first = excel::Application::Create();
@@ -34,15 +28,7 @@ TEST(OfficeProcess, ReusedWhileAliveReplacedWhenKilledOrHung) {
 
   // An office that hangs: the watchdog kills it and the call fails instead of blocking.
   auto book = third->Workbooks().Add(FixturePath("calamine-vba.xls"));
-  {
-    namespace css = com::sun::star;
-    css::uno::Reference<css::document::XEmbeddedScripts> scripts(book.State()->document, css::uno::UNO_QUERY_THROW);
-    css::uno::Reference<css::script::XLibraryContainer> libraries(scripts->getBasicLibraries(), css::uno::UNO_QUERY_THROW);
-    libraries->loadLibrary("VBAProject");
-    css::uno::Reference<css::container::XNameContainer> modules(libraries->getByName("VBAProject"),
-                                                                css::uno::UNO_QUERY_THROW);
-    modules->insertByName("Spin", css::uno::Any(excel::ToOUString(QStringLiteral("Sub Forever()\n  Do\n  Loop\nEnd Sub\n"))));
-  }
+  book.AddCodeModule(QStringLiteral("Spin"), QStringLiteral("Sub Forever()\n  Do\n  Loop\nEnd Sub\n"));
   qputenv("TABULON_OFFICE_CALL_LIMIT", "3");
   QElapsedTimer timer;
   timer.start();
