@@ -127,6 +127,23 @@ Status CheckWritableFormat(File* file, const std::string& path) {
   return Status::OK();
 }
 
+// Index keys of text are only built for the General order of Access
+// 2000-2007; a key built in the wrong order would not fail, it would put
+// rows where Access does not look for them.
+Status CheckSortOrder(FileSystem* fs, const std::string& path) {
+  constexpr uint16_t kGeneral = 1033;
+  std::unique_ptr<File> file;
+  JET_RETURN_IF_ERROR(fs->Open(path, FileSystem::Mode::kRead, &file));
+  std::unique_ptr<Pager> header;
+  JET_RETURN_IF_ERROR(Pager::OpenFile(std::move(file), &header));
+  if (header->sort_order() != kGeneral || header->sort_order_version() != 0) {
+    return Status::Unsupported("the database " + path + " uses sort order " + std::to_string(header->sort_order()) +
+                               " (version " + std::to_string(header->sort_order_version()) +
+                               "); only databases in the General sort order can be changed here");
+  }
+  return Status::OK();
+}
+
 }  // namespace
 
 Status Database::Impl::OpenForWriting(FileSystem* fs) {
@@ -137,6 +154,7 @@ Status Database::Impl::OpenForWriting(FileSystem* fs) {
   std::unique_ptr<File> file;
   JET_RETURN_IF_ERROR(fs->Open(path, FileSystem::Mode::kReadWrite, &file));
   JET_RETURN_IF_ERROR(CheckWritableFormat(file.get(), path));
+  JET_RETURN_IF_ERROR(CheckSortOrder(fs, path));
   JET_RETURN_IF_ERROR(file->LockForWriting());
   RecoveryOutcome outcome;
   JET_RETURN_IF_ERROR(RecoverJournal(fs, path, file.get(), &outcome, &notice));

@@ -112,6 +112,7 @@ Status Pager::DecodeHeader(const uint8_t* first, uint64_t file_size) {
       is_jet3() ? kJet3MaskLength : kJet4MaskLength);
   code_page_ = Get16(header.data() + kCodePageOffset);
   sort_order_ = Get16(header.data() + (is_jet3() ? kJet3SortOrderOffset : kJet4SortOrderOffset));
+  if (!is_jet3()) sort_order_version_ = header[kJet4SortOrderOffset + 3];
   return Status::OK();
 }
 

@@ -45,6 +45,8 @@ class Pager {
   uint32_t page_count() const { return page_count_; }
   uint16_t code_page() const { return code_page_; }
   uint16_t sort_order() const { return sort_order_; }
+  // Jet 4 and later: 0 for the General order of Access 2000-2007, 1 for Access 2010's.
+  uint8_t sort_order_version() const { return sort_order_version_; }
 
   // Page `number`, as changed by the open transaction if it changed it;
   // Corruption when out of range. Valid until the transaction ends.
@@ -85,6 +87,7 @@ class Pager {
   uint32_t page_count_ = 0;
   uint16_t code_page_ = 0;
   uint16_t sort_order_ = 0;
+  uint8_t sort_order_version_ = 0;
 };
 
 // Little-endian field access with bounds the caller has checked.

@@ -550,8 +550,17 @@ Status Writer::Commit() {
     JET_RETURN_IF_ERROR(Applied(PutTdef32(pager_, *t, kTdefAutonumber, t->autonumber)));
   }
   Status s = CommitPages(fs_, path_, pager_);
-  tables_.clear();
-  return s;
+  if (!s.ok()) {
+    tables_.clear();
+    return s;
+  }
+  // What we know of each table is now what the file holds: keep it for the
+  // next transaction rather than read every index again.
+  for (auto& [tdef_page, t] : tables_) {
+    t->changed = false;
+    for (RealIndexState& r : t->indexes) r.changed = false;
+  }
+  return Status::OK();
 }
 
 void Writer::Rollback() {

@@ -275,7 +275,8 @@ TEST(WriterCommit, WritesAreRefusedWhereTheyCannotBeDoneSafely) {
     Status::Code code;
   };
   for (const Case& c : {Case{"queryTestV1997.mdb", "Access 97", Status::Code::kReadOnly},
-                        Case{"parameters.accdb", "Access 2007", Status::Code::kReadOnly}}) {
+                        Case{"parameters.accdb", "Access 2007", Status::Code::kReadOnly},
+                        Case{"Gymnase2000.mdb", "sort order 1036", Status::Code::kUnsupported}}) {
     SCOPED_TRACE(c.fixture);
     const std::string path = ScratchCopy(c.fixture, "refused-" + c.fixture);
     const std::vector<uint8_t> before = FileBytes(path);
@@ -284,7 +285,7 @@ TEST(WriterCommit, WritesAreRefusedWhereTheyCannotBeDoneSafely) {
     std::unique_ptr<Database> db;
     Status s = Database::Open(path, options, &db);
     EXPECT_EQ(s.code(), c.code);
-    EXPECT_EQ(s.jet_error(), 3027);
+    EXPECT_EQ(s.jet_error(), c.code == Status::Code::kReadOnly ? 3027 : 0);
     EXPECT_NE(s.message().find(c.expected), std::string::npos) << s.ToString();
     EXPECT_EQ(FileBytes(path), before);
     EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(path).replace_extension(".ldb")));
