@@ -78,10 +78,7 @@ size_t SharedPrefix(const std::vector<std::string>& entries, bool compress) {
   return p;
 }
 
-Status WritePage(Pager* pager, uint32_t owner, const TreePage& tp, bool leaf, int level) {
-  uint8_t* page = nullptr;
-  JET_RETURN_IF_ERROR(pager->MutablePage(tp.number, &page));
-  const uint32_t ps = pager->page_size();
+Status BuildPage(uint8_t* page, size_t ps, uint32_t owner, const TreePage& tp, bool leaf, int level) {
   std::memset(page, 0, ps);
   page[0] = static_cast<uint8_t>(leaf ? PageType::kIndexLeaf : PageType::kIndexIntermediate);
   page[1] = 0x01;
@@ -108,38 +105,77 @@ Status WritePage(Pager* pager, uint32_t owner, const TreePage& tp, bool leaf, in
   return Status::OK();
 }
 
-Status CollectTreePages(const Pager& pager, uint32_t page_no, int depth, std::unordered_set<uint32_t>* pages,
-                        std::vector<uint32_t>* order) {
-  if (depth > kMaxDepth) return Status::Corruption("index tree is deeper than any valid index");
-  if (!pages->insert(page_no).second) return Status::Corruption("index tree has a cycle");
-  order->push_back(page_no);
-  Page raw;
-  JET_RETURN_IF_ERROR(pager.ReadPage(page_no, &raw));
-  IndexPage page;
-  JET_RETURN_IF_ERROR(DecodeIndexPage(raw, pager.is_jet3(), &page));
-  if (page.leaf) return Status::OK();
-  for (const IndexEntry& e : page.entries) JET_RETURN_IF_ERROR(CollectTreePages(pager, e.child_page, depth + 1, pages, order));
-  if (page.tail_page != 0) JET_RETURN_IF_ERROR(CollectTreePages(pager, page.tail_page, depth + 1, pages, order));
-  return Status::OK();
-}
+// Walks the tree in key order, noting each leaf and each intermediate page.
+class TreeWalk {
+ public:
+  explicit TreeWalk(const Pager& pager) : pager_(pager) {}
+
+  Status Visit(uint32_t page_no, int depth, std::vector<std::pair<uint32_t, std::string>>* leaves,
+               std::vector<uint32_t>* inner) {
+    if (depth > kMaxDepth) return Status::Corruption("index tree is deeper than any valid index");
+    if (!seen_.insert(page_no).second) return Status::Corruption("index tree has a cycle");
+    Page raw;
+    JET_RETURN_IF_ERROR(pager_.ReadPage(page_no, &raw));
+    IndexPage page;
+    JET_RETURN_IF_ERROR(DecodeIndexPage(raw, pager_.is_jet3(), &page));
+    if (page.leaf) {
+      std::string last;
+      if (!page.entries.empty()) {
+        last = page.entries.back().key;
+        PutBigEndian(&last, page.entries.back().data_page << 8 | page.entries.back().data_row, 4);
+      }
+      leaves->push_back({page_no, std::move(last)});
+      return Status::OK();
+    }
+    if (depth > 0) inner->push_back(page_no);
+    for (const IndexEntry& e : page.entries) JET_RETURN_IF_ERROR(Visit(e.child_page, depth + 1, leaves, inner));
+    if (page.tail_page != 0) JET_RETURN_IF_ERROR(Visit(page.tail_page, depth + 1, leaves, inner));
+    return Status::OK();
+  }
+
+ private:
+  const Pager& pager_;
+  std::unordered_set<uint32_t> seen_;
+};
 
 class PagePool {
  public:
-  PagePool(Pager* pager, std::vector<uint32_t> reusable) : pager_(pager), reusable_(std::move(reusable)) {}
+  explicit PagePool(Pager* pager) : pager_(pager) {}
+  void Give(uint32_t page) { spare_.push_back(page); }
   Status Take(uint32_t* page) {
-    if (next_ < reusable_.size()) {
-      *page = reusable_[next_++];
+    if (!spare_.empty()) {
+      *page = spare_.back();
+      spare_.pop_back();
       return Status::OK();
     }
     return AllocatePage(pager_, page);
   }
-  std::vector<uint32_t> Unused() const { return {reusable_.begin() + next_, reusable_.end()}; }
+  const std::vector<uint32_t>& spare() const { return spare_; }
 
  private:
   Pager* pager_;
-  std::vector<uint32_t> reusable_;
-  size_t next_ = 0;
+  std::vector<uint32_t> spare_;
 };
+
+// Writes a page only when its bytes change.
+Status PutPage(Pager* pager, uint32_t owner, const TreePage& tp, bool leaf, int level) {
+  std::vector<uint8_t> image(pager->page_size());
+  JET_RETURN_IF_ERROR(BuildPage(image.data(), image.size(), owner, tp, leaf, level));
+  Page current;
+  if (pager->ReadPage(tp.number, &current).ok() && std::memcmp(current.data(), image.data(), image.size()) == 0) {
+    return Status::OK();
+  }
+  uint8_t* page = nullptr;
+  JET_RETURN_IF_ERROR(pager->MutablePage(tp.number, &page));
+  std::memcpy(page, image.data(), image.size());
+  return Status::OK();
+}
+
+std::string EntryBytes(const IndexRowEntry& e) {
+  std::string bytes = e.key;
+  PutBigEndian(&bytes, e.row_pointer, 4);
+  return bytes;
+}
 
 }  // namespace
 
@@ -148,6 +184,11 @@ Status IndexContents::Load(const Pager& pager, uint32_t root_page) {
   JET_RETURN_IF_ERROR(ReadIndexEntries(pager, root_page, &raw));
   entries_.clear();
   for (IndexEntry& e : raw) entries_.insert({std::move(e.key), e.data_page << 8 | e.data_row});
+  std::vector<std::pair<uint32_t, std::string>> leaves;
+  inner_pages_.clear();
+  JET_RETURN_IF_ERROR(TreeWalk(pager).Visit(root_page, 0, &leaves, &inner_pages_));
+  leaves_.clear();
+  for (auto& [page, last] : leaves) leaves_.push_back({page, std::move(last)});
   return Status::OK();
 }
 
@@ -168,62 +209,81 @@ uint32_t IndexContents::DistinctKeys() const {
   return count;
 }
 
-Status WriteIndexTree(Pager* pager, uint32_t owner_page, uint32_t root_page, uint32_t map_pointer,
-                      const std::set<IndexRowEntry>& entries) {
-  std::unordered_set<uint32_t> seen;
-  std::vector<uint32_t> old_pages;
-  JET_RETURN_IF_ERROR(CollectTreePages(*pager, root_page, 0, &seen, &old_pages));
-  old_pages.erase(old_pages.begin());  // the root keeps its page
-  std::sort(old_pages.begin(), old_pages.end());
-  PagePool pool(pager, old_pages);
+Status IndexContents::Write(Pager* pager, uint32_t owner_page, uint32_t root_page, uint32_t map_pointer) {
   const size_t capacity = pager->page_size() - kEntryStart;
+  PagePool pool(pager);
+  for (uint32_t p : inner_pages_) pool.Give(p);
 
-  std::vector<std::string> level_entries;
-  for (const IndexRowEntry& e : entries) {
-    std::string bytes = e.key;
-    PutBigEndian(&bytes, e.row_pointer, 4);
-    level_entries.push_back(std::move(bytes));
+  // Each old leaf takes the entries up to its old last one; the last leaf the rest.
+  std::vector<std::vector<std::string>> groups(leaves_.empty() ? 1 : leaves_.size());
+  size_t g = 0;
+  for (const IndexRowEntry& e : entries_) {
+    std::string bytes = EntryBytes(e);
+    while (g + 1 < groups.size() && (leaves_[g].last.empty() || bytes > leaves_[g].last)) ++g;
+    groups[g].push_back(std::move(bytes));
   }
-  std::vector<uint32_t> used = {root_page};
-  for (int level = 0;; ++level) {
-    const bool leaf = level == 0;
-    std::vector<TreePage> pages;
-    for (auto& load : Pack(std::move(level_entries), capacity, leaf)) {
+  std::vector<TreePage> level;
+  for (size_t i = 0; i < groups.size(); ++i) {
+    const uint32_t old_page = leaves_.empty() ? root_page : leaves_[i].page;
+    if (groups[i].empty()) {
+      pool.Give(old_page);
+      continue;
+    }
+    bool first = true;
+    for (auto& load : Pack(std::move(groups[i]), capacity, true)) {
       TreePage tp;
       tp.entries = std::move(load);
-      pages.push_back(std::move(tp));
-    }
-    for (TreePage& tp : pages) {
-      if (leaf) {
-        tp.last = tp.entries.empty() ? std::string() : tp.entries.back();
-      } else {
-        // The last child is the page's tail, named by no entry.
-        const std::string& last = tp.entries.back();
-        tp.tail = TrailingChild(last);
-        tp.last = last.substr(0, last.size() - 4);
-        tp.entries.pop_back();
-      }
-    }
-    if (pages.size() == 1) pages[0].number = root_page;
-    for (TreePage& tp : pages) {
-      if (tp.number == 0) JET_RETURN_IF_ERROR(pool.Take(&tp.number));
-      if (tp.number != root_page) used.push_back(tp.number);
-    }
-    for (size_t i = 0; i < pages.size(); ++i) {
-      if (i > 0) pages[i].prev = pages[i - 1].number;
-      if (i + 1 < pages.size()) pages[i].next = pages[i + 1].number;
-      JET_RETURN_IF_ERROR(WritePage(pager, owner_page, pages[i], leaf, level));
-    }
-    if (pages.size() == 1) break;
-    level_entries.clear();
-    for (const TreePage& tp : pages) {
-      std::string bytes = tp.last;
-      PutBigEndian(&bytes, tp.number, 4);
-      level_entries.push_back(std::move(bytes));
+      tp.last = tp.entries.back();
+      tp.number = first ? old_page : 0;
+      first = false;
+      level.push_back(std::move(tp));
     }
   }
+  if (level.empty()) level.push_back(TreePage());
+  // The root page is a leaf only while one leaf is all there is.
+  for (TreePage& tp : level) {
+    if (level.size() == 1) tp.number = root_page;
+    else if (tp.number == root_page) tp.number = 0;
+  }
+  std::vector<uint32_t> used = {root_page};
+  leaves_.clear();
+  inner_pages_.clear();
+  for (int height = 0;; ++height) {
+    const bool leaf = height == 0;
+    for (TreePage& tp : level) {
+      if (tp.number == 0) JET_RETURN_IF_ERROR(pool.Take(&tp.number));
+      if (tp.number != root_page) used.push_back(tp.number);
+      if (leaf) leaves_.push_back({tp.number, tp.last});
+      else if (tp.number != root_page) inner_pages_.push_back(tp.number);
+    }
+    for (size_t i = 0; i < level.size(); ++i) {
+      level[i].prev = i > 0 ? level[i - 1].number : 0;
+      level[i].next = i + 1 < level.size() ? level[i + 1].number : 0;
+      JET_RETURN_IF_ERROR(PutPage(pager, owner_page, level[i], leaf, height));
+    }
+    if (level.size() == 1) break;
+    std::vector<std::string> children;
+    for (const TreePage& tp : level) {
+      std::string bytes = tp.last;
+      PutBigEndian(&bytes, tp.number, 4);
+      children.push_back(std::move(bytes));
+    }
+    std::vector<TreePage> parents;
+    for (auto& load : Pack(std::move(children), capacity, false)) {
+      TreePage tp;
+      tp.entries = std::move(load);
+      // The last child is the page's tail, named by no entry.
+      const std::string& last = tp.entries.back();
+      tp.tail = TrailingChild(last);
+      tp.last = last.substr(0, last.size() - 4);
+      tp.entries.pop_back();
+      parents.push_back(std::move(tp));
+    }
+    if (parents.size() == 1) parents[0].number = root_page;
+    level = std::move(parents);
+  }
   auto grow = [pager](uint32_t* p) { return AllocatePage(pager, p); };
-  for (uint32_t page : pool.Unused()) {
+  for (uint32_t page : pool.spare()) {
     JET_RETURN_IF_ERROR(FreePage(pager, page));
     if (map_pointer) JET_RETURN_IF_ERROR(SetMapBit(pager, map_pointer, page, false, MapKind::kOwned, grow));
   }

@@ -543,7 +543,7 @@ Status Writer::Commit() {
     if (!t->changed) continue;
     for (RealIndexState& r : t->indexes) {
       if (!r.changed) continue;
-      JET_RETURN_IF_ERROR(Applied(WriteIndexTree(pager_, tdef_page, r.root, r.map_pointer, r.contents.entries())));
+      JET_RETURN_IF_ERROR(Applied(r.contents.Write(pager_, tdef_page, r.root, r.map_pointer)));
       JET_RETURN_IF_ERROR(Applied(PutTdef32(pager_, *t, r.stats_offset, r.contents.DistinctKeys())));
     }
     JET_RETURN_IF_ERROR(Applied(PutTdef32(pager_, *t, kTdefRowCount, static_cast<uint32_t>(t->row_count))));

@@ -87,6 +87,7 @@ Status SetInline(Pager* pager, uint32_t map_pointer, MapRow* map, uint32_t page,
   }
   uint8_t& byte = bytes[5 + (page - start) / 8];
   const uint8_t mask = static_cast<uint8_t>(1u << ((page - start) % 8));
+  if (inside && ((byte & mask) != 0) == value) return Status::OK();  // leave the page untouched
   byte = value ? (byte | mask) : (byte & ~mask);
   Status s = StoreMapRow(pager, map_pointer, *map);
   if (!s.ok()) return Status::Unsupported("the table has grown past what its usage map can record inline");
@@ -116,11 +117,12 @@ Status SetReference(Pager* pager, uint32_t map_pointer, MapRow* map, uint32_t pa
   }
   Page check;
   JET_RETURN_IF_ERROR(pager->ReadPageOfType(map_page, PageType::kUsageMap, &check));
+  const uint32_t at = page % per_page;
+  const uint8_t mask = static_cast<uint8_t>(1u << (at % 8));
+  if (((check[kMapPageHeader + at / 8] & mask) != 0) == value) return Status::OK();
   uint8_t* bits = nullptr;
   JET_RETURN_IF_ERROR(pager->MutablePage(map_page, &bits));
-  const uint32_t at = page % per_page;
   uint8_t& byte = bits[kMapPageHeader + at / 8];
-  const uint8_t mask = static_cast<uint8_t>(1u << (at % 8));
   byte = value ? (byte | mask) : (byte & ~mask);
   return Status::OK();
 }

@@ -110,6 +110,17 @@ TEST(WriterRows, BulkChangesKeepRowsAndTextIndexesInStep) {
       ASSERT_TRUE(s.ok()) << s.ToString();
     }
     ASSERT_TRUE(db->Commit().ok());
+    // The name index no longer fits one page: its root is now an intermediate page.
+    std::shared_ptr<const TableDef> def;
+    ASSERT_TRUE(db->GetTableDef(kEmployees, &def).ok());
+    for (const IndexDef& index : def->indexes) {
+      if (index.name != "LastName") continue;
+      std::unique_ptr<Pager> pager;
+      ASSERT_TRUE(Pager::Open(path, &pager).ok());
+      Page root;
+      ASSERT_TRUE(pager->ReadPage(index.first_page, &root).ok());
+      EXPECT_EQ(root[0], static_cast<uint8_t>(PageType::kIndexIntermediate));
+    }
     std::vector<RowId> ids;
     std::vector<Row> rows = AllRows(*db, kEmployees, &ids);
     for (const Row& r : rows) expected[r[0].as_int()] = r[1].as_text();
