@@ -5,10 +5,12 @@
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <optional>
 
 #include "storage/access_lock_file.h"
 #include "storage/catalog_reader.h"
 #include "storage/journal.h"
+#include "storage/relationships.h"
 #include "storage/table_scan.h"
 #include "storage/table_writer.h"
 
@@ -28,6 +30,7 @@ struct Database::Impl {
   bool in_transaction = false;
   uint64_t commits = 0;
   std::string notice;
+  std::optional<std::vector<Relationship>> relationships;  // read on the first change
 
   Status Layout(const CatalogEntry& entry, std::shared_ptr<const TableLayout>* out);
   Status LinkedDatabase(const CatalogEntry& link, Database** db, Database* owner);
@@ -36,6 +39,7 @@ struct Database::Impl {
   // Outside a transaction each change is committed (or dropped) on its own.
   Status Finish(Status change);
   Status CommitNow();
+  Status Relationships(Database* db, const std::vector<Relationship>** out);
 };
 
 namespace {
@@ -171,6 +175,16 @@ Status Database::Impl::WritableTable(Database* db, const std::string& name,
     return Status::Unsupported("'" + name + "' is a linked table; change it in its own database");
   }
   return Layout(*entry, layout);
+}
+
+Status Database::Impl::Relationships(Database* db, const std::vector<Relationship>** out) {
+  if (!relationships) {
+    std::vector<Relationship> read;
+    JET_RETURN_IF_ERROR(ReadRelationships(*db, &read));
+    relationships = std::move(read);
+  }
+  *out = &*relationships;
+  return Status::OK();
 }
 
 Status Database::Impl::CommitNow() {
@@ -327,18 +341,36 @@ Status Database::Rollback() {
 Status Database::InsertRow(const std::string& table, const Row& row, RowId* id) {
   std::shared_ptr<const TableLayout> layout;
   JET_RETURN_IF_ERROR(impl_->WritableTable(this, table, &layout));
+  const std::vector<Relationship>* relationships = nullptr;
+  JET_RETURN_IF_ERROR(impl_->Relationships(this, &relationships));
+  if (row.size() == layout->def->columns.size()) {
+    JET_RETURN_IF_ERROR(CheckRelatedRowsExist(*this, *relationships, table, row));
+  }
   return impl_->Finish(impl_->writer->Insert(layout, row, id));
 }
 
 Status Database::UpdateRow(const std::string& table, RowId id, const Row& row) {
   std::shared_ptr<const TableLayout> layout;
   JET_RETURN_IF_ERROR(impl_->WritableTable(this, table, &layout));
+  const std::vector<Relationship>* relationships = nullptr;
+  JET_RETURN_IF_ERROR(impl_->Relationships(this, &relationships));
+  Row old_row;
+  JET_RETURN_IF_ERROR(impl_->writer->Read(layout, id, &old_row));
+  if (row.size() == layout->def->columns.size()) {
+    JET_RETURN_IF_ERROR(CheckRelatedRowsExist(*this, *relationships, table, row));
+    JET_RETURN_IF_ERROR(CheckNothingRefersTo(*this, *relationships, table, old_row, &row));
+  }
   return impl_->Finish(impl_->writer->Update(layout, id, row));
 }
 
 Status Database::DeleteRow(const std::string& table, RowId id) {
   std::shared_ptr<const TableLayout> layout;
   JET_RETURN_IF_ERROR(impl_->WritableTable(this, table, &layout));
+  const std::vector<Relationship>* relationships = nullptr;
+  JET_RETURN_IF_ERROR(impl_->Relationships(this, &relationships));
+  Row old_row;
+  JET_RETURN_IF_ERROR(impl_->writer->Read(layout, id, &old_row));
+  JET_RETURN_IF_ERROR(CheckNothingRefersTo(*this, *relationships, table, old_row, nullptr));
   return impl_->Finish(impl_->writer->Delete(layout, id));
 }
 

@@ -127,11 +127,12 @@ TEST(WriterRows, BulkChangesKeepRowsAndTextIndexesInStep) {
     ASSERT_EQ(rows.size(), 909u);
 
     ASSERT_TRUE(db->BeginTransaction().ok());
-    for (size_t i = 0; i < rows.size(); i += 3) {
+    // Rows past the original nine: those have orders that name them.
+    for (size_t i = 9; i < rows.size(); i += 3) {
       ASSERT_TRUE(db->DeleteRow(kEmployees, ids[i]).ok());
       expected.erase(rows[i][0].as_int());
     }
-    EXPECT_EQ(db->DeleteRow(kEmployees, ids[0]).jet_error(), 3021);
+    EXPECT_EQ(db->DeleteRow(kEmployees, ids[9]).jet_error(), 3021);
     for (size_t i = 1; i < rows.size(); i += 3) {
       Row changed = rows[i];
       changed[1] = Value(ColumnType::kText, "Grown " + std::to_string(i));
@@ -170,22 +171,39 @@ TEST(WriterRows, RefusedChangesCarryJetsErrorAndLeaveTheFileAsItWas) {
   wrong_type[5] = Value(ColumnType::kText, std::string("yesterday"));  // BirthDate
   EXPECT_EQ(db->InsertRow(kEmployees, wrong_type).jet_error(), 3464);
   EXPECT_EQ(db->DeleteRow(kEmployees, RowId{1, 0}).jet_error(), 3021);
+  // Relationships: orders name employees, and must name one that exists.
   std::vector<RowId> ids;
   std::vector<Row> rows = AllRows(*db, kEmployees, &ids);
-  Row clash = rows[1];
-  clash[0] = rows[0][0];
-  EXPECT_EQ(db->UpdateRow(kEmployees, ids[1], clash).jet_error(), 3022);
+  EXPECT_EQ(db->DeleteRow(kEmployees, ids[0]).jet_error(), 3200);
+  Row renumbered = rows[1];
+  renumbered[0] = Value(ColumnType::kLong, int64_t{500});
+  EXPECT_EQ(db->UpdateRow(kEmployees, ids[1], renumbered).jet_error(), 3200);
+  std::shared_ptr<const TableDef> orders;
+  ASSERT_TRUE(db->GetTableDef("Orders", &orders).ok());
+  Row order;
+  for (const ColumnDef& c : orders->columns) order.push_back(Value::Null(c.type));
+  order[orders->FindColumn("EmployeeID")] = Value(ColumnType::kLong, int64_t{999});
+  EXPECT_EQ(db->InsertRow("Orders", order).jet_error(), 3201);
   EXPECT_EQ(FileBytes(path), before);
 
   // A refused change inside a transaction leaves the rest of it intact.
   ASSERT_TRUE(db->BeginTransaction().ok());
-  ASSERT_TRUE(db->InsertRow(kEmployees, Employee(*db, "Kept", "1", "x")).ok());
+  RowId kept;
+  ASSERT_TRUE(db->InsertRow(kEmployees, Employee(*db, "Kept", "1", "x"), &kept).ok());
   EXPECT_EQ(db->InsertRow(kEmployees, duplicate).jet_error(), 3022);
+  Row clash;
+  ASSERT_TRUE(db->ReadRow(kEmployees, kept, &clash).ok());
+  clash[0] = rows[0][0];
+  EXPECT_EQ(db->UpdateRow(kEmployees, kept, clash).jet_error(), 3022);
+  order[orders->FindColumn("EmployeeID")] = Value(ColumnType::kLong, int64_t{1});
+  ASSERT_TRUE(db->InsertRow("Orders", order).ok());
   ASSERT_TRUE(db->Commit().ok());
   db.reset();
   auto reader = OpenForReading(path);
   EXPECT_EQ(AllRows(*reader, kEmployees).size(), 10u);
+  EXPECT_EQ(AllRows(*reader, "Orders").size(), 831u);
   ExpectIndexesInStep(path, kEmployees);
+  ExpectIndexesInStep(path, "Orders");
 }
 
 TEST(WriterRows, FixedWidthTypesAndBooleansRoundTrip) {

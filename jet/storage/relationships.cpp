@@ -1,0 +1,134 @@
+#include "storage/relationships.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <map>
+#include <optional>
+
+#include "storage/index_key.h"
+
+namespace jet {
+namespace {
+
+bool Same(const std::string& a, const std::string& b) { return strcasecmp(a.c_str(), b.c_str()) == 0; }
+
+std::string TextAt(const Row& row, int column) {
+  return column >= 0 && !row[column].is_null() && std::holds_alternative<std::string>(row[column].data())
+             ? row[column].as_text()
+             : std::string();
+}
+
+// The values of `columns` as one comparable key (index keys compare text as
+// Jet does, without regard to case); nullopt when one of them is Null.
+Status KeyOf(Database& db, const TableDef& def, const std::vector<std::string>& columns, const Row& row,
+             std::optional<std::string>* key) {
+  key->reset();
+  std::string bytes;
+  for (const std::string& name : columns) {
+    const int c = def.FindColumn(name);
+    if (c < 0) return Status::Corruption("relationship names a missing column " + def.name + "." + name);
+    if (row[c].is_null()) return Status::OK();
+    JET_RETURN_IF_ERROR(AppendIndexColumnKey(def.columns[c], row[c], true, db.format(), &bytes));
+  }
+  *key = std::move(bytes);
+  return Status::OK();
+}
+
+// Whether some row of `table` has `key` over `columns`.
+Status AnyRowWithKey(Database& db, const std::string& table, const std::vector<std::string>& columns,
+                     const std::string& key, bool* found) {
+  *found = false;
+  std::unique_ptr<TableCursor> cursor;
+  JET_RETURN_IF_ERROR(db.OpenTable(table, &cursor));
+  while (cursor->Next()) {
+    std::optional<std::string> k;
+    JET_RETURN_IF_ERROR(KeyOf(db, cursor->def(), columns, cursor->row(), &k));
+    if (k && *k == key) {
+      *found = true;
+      return Status::OK();
+    }
+  }
+  return cursor->status();
+}
+
+}  // namespace
+
+Status ReadRelationships(Database& db, std::vector<Relationship>* relationships) {
+  relationships->clear();
+  if (!db.FindTable("MSysRelationships")) return Status::OK();
+  std::unique_ptr<TableCursor> cursor;
+  JET_RETURN_IF_ERROR(db.OpenTable("MSysRelationships", &cursor));
+  const TableDef& def = cursor->def();
+  const int name = def.FindColumn("szRelationship"), table = def.FindColumn("szObject"),
+            column = def.FindColumn("szColumn"), ref_table = def.FindColumn("szReferencedObject"),
+            ref_column = def.FindColumn("szReferencedColumn"), order = def.FindColumn("icolumn"),
+            flags = def.FindColumn("grbit");
+  std::map<std::string, std::vector<std::pair<int64_t, Row>>> by_name;
+  while (cursor->Next()) by_name[TextAt(cursor->row(), name)].push_back({cursor->row()[order].is_null() ? 0 : cursor->row()[order].as_int(), cursor->row()});
+  JET_RETURN_IF_ERROR(cursor->status());
+  for (auto& [rel_name, rows] : by_name) {
+    std::sort(rows.begin(), rows.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    Relationship r;
+    r.name = rel_name;
+    r.table = TextAt(rows[0].second, table);
+    r.referenced_table = TextAt(rows[0].second, ref_table);
+    const Value& f = rows[0].second[flags];
+    r.flags = f.is_null() ? 0 : static_cast<int32_t>(f.as_int());
+    for (const auto& [i, row] : rows) {
+      r.columns.push_back(TextAt(row, column));
+      r.referenced_columns.push_back(TextAt(row, ref_column));
+    }
+    relationships->push_back(std::move(r));
+  }
+  return Status::OK();
+}
+
+Status CheckRelatedRowsExist(Database& db, const std::vector<Relationship>& relationships, const std::string& table,
+                             const Row& row) {
+  std::shared_ptr<const TableDef> def;
+  JET_RETURN_IF_ERROR(db.GetTableDef(table, &def));
+  for (const Relationship& r : relationships) {
+    if (!r.enforced() || !Same(r.table, table)) continue;
+    std::optional<std::string> key;
+    JET_RETURN_IF_ERROR(KeyOf(db, *def, r.columns, row, &key));
+    if (!key) continue;
+    bool found = false;
+    JET_RETURN_IF_ERROR(AnyRowWithKey(db, r.referenced_table, r.referenced_columns, *key, &found));
+    if (!found) {
+      return Status::InvalidArgument(
+          "You cannot add or change a record because a related record is required in table '" + r.referenced_table + "'",
+          3201);
+    }
+  }
+  return Status::OK();
+}
+
+Status CheckNothingRefersTo(Database& db, const std::vector<Relationship>& relationships, const std::string& table,
+                            const Row& old_row, const Row* new_row) {
+  std::shared_ptr<const TableDef> def;
+  JET_RETURN_IF_ERROR(db.GetTableDef(table, &def));
+  for (const Relationship& r : relationships) {
+    if (!r.enforced() || !Same(r.referenced_table, table)) continue;
+    std::optional<std::string> old_key, new_key;
+    JET_RETURN_IF_ERROR(KeyOf(db, *def, r.referenced_columns, old_row, &old_key));
+    if (!old_key) continue;
+    if (new_row) {
+      JET_RETURN_IF_ERROR(KeyOf(db, *def, r.referenced_columns, *new_row, &new_key));
+      if (new_key == old_key) continue;
+    }
+    bool found = false;
+    JET_RETURN_IF_ERROR(AnyRowWithKey(db, r.table, r.columns, *old_key, &found));
+    if (!found) continue;
+    if (r.cascades()) {
+      return Status::Unsupported("relationship '" + r.name + "' cascades changes to table '" + r.table +
+                                 "', which this engine does not do; change the related records first");
+    }
+    return Status::InvalidArgument("The record cannot be deleted or changed because table '" + r.table +
+                                       "' includes related records",
+                                   3200);
+  }
+  return Status::OK();
+}
+
+}  // namespace jet

@@ -1,0 +1,35 @@
+// Relationships with referential integrity (MSysRelationships): a row may
+// only name a related row that exists, and a related row may not go while
+// rows still name it. Access enforces these on every change; so do we, or
+// the file would hold orphans Access itself could never have written.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "jet/database.h"
+
+namespace jet {
+
+struct Relationship {
+  std::string name;
+  std::string table;             // the table whose rows refer
+  std::string referenced_table;  // the table whose rows are referred to
+  std::vector<std::string> columns, referenced_columns;  // in key order
+  int32_t flags = 0;
+
+  bool enforced() const { return (flags & 0x2) == 0; }
+  bool cascades() const { return (flags & 0x1100) != 0; }  // updates (0x100) or deletes (0x1000)
+};
+
+Status ReadRelationships(Database& db, std::vector<Relationship>* relationships);
+
+// 3201 when `row` of `table` names a related row that does not exist.
+Status CheckRelatedRowsExist(Database& db, const std::vector<Relationship>& relationships, const std::string& table,
+                             const Row& row);
+// 3200 when rows of other tables still name `old_row` of `table`, which is
+// being deleted (`new_row` null) or given another key.
+Status CheckNothingRefersTo(Database& db, const std::vector<Relationship>& relationships, const std::string& table,
+                            const Row& old_row, const Row* new_row);
+
+}  // namespace jet
