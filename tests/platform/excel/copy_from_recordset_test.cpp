@@ -91,28 +91,20 @@ TEST(CopyFromRecordset, RefusesWhatAnXlsSheetCannotHoldAndBinaryFields) {
   auto app = excel::Application::Create();
   auto book = app->Workbooks().Add();
   auto sheet = book.Worksheets().Item(1);
-  auto number_of = [](const std::function<void()>& call) {
-    try {
-      call();
-    } catch (const platform::AppError& e) {
-      return e.Number();
-    }
-    return 0;
-  };
 
   dao::Recordset binary({{"Name", ColumnType::kText, {}}, {"Photo", ColumnType::kOle, {}}},
                         {{"a", QByteArray("\x01\x02", 2)}});
-  EXPECT_EQ(number_of([&] { sheet.Cells(1, 1).CopyFromRecordset(binary); }), excel::kApplicationDefined);
+  EXPECT_EQ(ErrorNumberOf([&] { sheet.Cells(1, 1).CopyFromRecordset(binary); }), excel::kApplicationDefined);
   EXPECT_FALSE(sheet.Cells(1, 1).Value().isValid()) << "nothing written";
 
   QVector<QVector<QVariant>> rows(3, QVector<QVariant>{1});
   dao::Recordset three({{"N", ColumnType::kLong, {}}}, rows);
-  EXPECT_EQ(number_of([&] { sheet.Cells(65535, 1).CopyFromRecordset(three); }), excel::kApplicationDefined);
+  EXPECT_EQ(ErrorNumberOf([&] { sheet.Cells(65535, 1).CopyFromRecordset(three); }), excel::kApplicationDefined);
   three.MoveFirst();
-  EXPECT_EQ(number_of([&] { sheet.Cells(65534, 256).CopyFromRecordset(three); }), 0) << "the last rows fit exactly";
+  EXPECT_EQ(ErrorNumberOf([&] { sheet.Cells(65534, 256).CopyFromRecordset(three); }), 0) << "the last rows fit exactly";
 
   QVector<dao::FieldInfo> wide_fields(2, {"W", ColumnType::kLong, {}});
   dao::Recordset wide(wide_fields, {{1, 2}});
-  EXPECT_EQ(number_of([&] { sheet.Cells(1, 256).CopyFromRecordset(wide); }), excel::kApplicationDefined);
+  EXPECT_EQ(ErrorNumberOf([&] { sheet.Cells(1, 256).CopyFromRecordset(wide); }), excel::kApplicationDefined);
   book.Close();
 }

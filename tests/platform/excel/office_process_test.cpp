@@ -1,4 +1,6 @@
 #include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -42,5 +44,16 @@ TEST(OfficeProcess, ReusedWhileAliveReplacedWhenKilledOrHung) {
   EXPECT_EQ(number, static_cast<int>(0x800706BEu));
   EXPECT_LT(timer.elapsed(), 20000);
   EXPECT_FALSE(third->IsAlive());
-  EXPECT_TRUE(excel::Application::Create()->IsAlive()) << "and the next run starts a new office";
+
+  // The next office starts from an empty cache folder: a first start with a
+  // new profile (the office may ask for its one restart) and our settings in it.
+  static QTemporaryDir cache;  // lives as long as the office that uses it
+  qputenv("XDG_CACHE_HOME", cache.path().toLocal8Bit());
+  auto fresh = excel::Application::Create();
+  qunsetenv("XDG_CACHE_HOME");
+  EXPECT_TRUE(fresh->IsAlive()) << "and the next run starts a new office";
+  QFile settings(cache.filePath("Tabulon/office-profile-0/user/registrymodifications.xcu"));
+  ASSERT_TRUE(settings.open(QIODevice::ReadOnly));
+  EXPECT_TRUE(settings.readAll().contains("/org.openoffice.Office.Calc/Filter/Import/VBA"));
+  EXPECT_EQ(fresh->Workbooks().Add(FixturePath("calamine-vba.xls")).Worksheets().Count(), 3);
 }

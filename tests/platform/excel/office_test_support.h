@@ -4,6 +4,9 @@
 #include <QDir>
 #include <QTemporaryDir>
 #include <QString>
+#include <functional>
+
+#include "platform/errors/app_error.h"
 
 inline QString FixturePath(const QString& name) {
   return QStringLiteral(TABULON_FIXTURES "/excel/") + name;
@@ -18,3 +21,13 @@ class OutputFolder {
  private:
   QTemporaryDir dir_;
 };
+
+// The number of the AppError the call raised, 0 when it raised none.
+inline int ErrorNumberOf(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const platform::AppError& e) {
+    return e.Number();
+  }
+  return 0;
+}

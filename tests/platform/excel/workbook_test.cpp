@@ -6,19 +6,6 @@
 #include "platform/excel/excel_errors.h"
 #include "xls_reader.h"
 
-namespace {
-
-int ErrorNumberOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const platform::AppError& e) {
-    return e.Number();
-  }
-  return 0;
-}
-
-}  // namespace
-
 TEST(Workbook, NewWorkbookHasExcelsThreeSheetsAndSavesAsXls) {
   OutputFolder out;
   auto app = excel::Application::Create();
