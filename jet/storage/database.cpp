@@ -40,6 +40,7 @@ struct Database::Impl {
   Status Finish(Status change);
   Status CommitNow();
   Status Relationships(Database* db, const std::vector<Relationship>** out);
+  Status ShowStateBeforeInterruptedCommit();
 };
 
 namespace {
@@ -166,6 +167,23 @@ Status Database::Impl::OpenForWriting(FileSystem* fs) {
   return AccessLockFile::Enter(fs, path, options.user_name, &lock_file);
 }
 
+// A reader cannot roll an interrupted commit back, but it can read the
+// pages as they were before it, which is what the next writer will restore.
+Status Database::Impl::ShowStateBeforeInterruptedCommit() {
+  FileSystem* fs = DefaultFileSystem();
+  if (!fs->Exists(JournalPath(path))) return Status::OK();
+  std::unique_ptr<File> file;
+  JET_RETURN_IF_ERROR(fs->Open(path, FileSystem::Mode::kRead, &file));
+  std::map<uint32_t, std::vector<uint8_t>> originals;
+  uint64_t size = 0;
+  bool found = false;
+  JET_RETURN_IF_ERROR(ReadHotJournal(fs, path, file.get(), &originals, &size, &found));
+  if (!found) return Status::OK();
+  pager->ShowOriginals(std::move(originals), size);
+  notice = "the last changes to this database were interrupted; it is shown as it was before them";
+  return Status::OK();
+}
+
 Status Database::Impl::WritableTable(Database* db, const std::string& name,
                                      std::shared_ptr<const TableLayout>* layout) {
   if (!writer) return Status::ReadOnly("the database " + path + " is open for reading only", 3027);
@@ -215,6 +233,7 @@ Status Database::Open(const std::string& path, const OpenOptions& options, std::
     JET_RETURN_IF_ERROR(impl->OpenForWriting(options.file_system ? options.file_system : DefaultFileSystem()));
   } else {
     JET_RETURN_IF_ERROR(Pager::Open(path, &impl->pager));
+    JET_RETURN_IF_ERROR(impl->ShowStateBeforeInterruptedCommit());
   }
   JET_RETURN_IF_ERROR(MakeTextReader(*impl->pager, options, &impl->text));
   if (options.writable) {

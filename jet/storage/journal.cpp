@@ -193,6 +193,39 @@ Status CommitPages(FileSystem* fs, const std::string& database_path, Pager* page
   return Status::IOError("the changes were not saved: " + s.message() + note);
 }
 
+namespace {
+
+Status LoadJournal(FileSystem* fs, const std::string& journal_path, std::vector<uint8_t>* bytes) {
+  std::unique_ptr<File> file;
+  JET_RETURN_IF_ERROR(fs->Open(journal_path, FileSystem::Mode::kRead, &file));
+  uint64_t size = 0;
+  JET_RETURN_IF_ERROR(file->Size(&size));
+  if (size > (uint64_t(1) << 32)) return Status::Corruption("journal " + journal_path + " is impossibly large");
+  bytes->resize(size);
+  return file->Read(0, bytes->size(), bytes->data());
+}
+
+}  // namespace
+
+Status ReadHotJournal(FileSystem* fs, const std::string& database_path, File* database,
+                      std::map<uint32_t, std::vector<uint8_t>>* originals, uint64_t* original_size, bool* found) {
+  *found = false;
+  const std::string journal_path = JournalPath(database_path);
+  if (!fs->Exists(journal_path)) return Status::OK();
+  std::vector<uint8_t> bytes;
+  Journal journal;
+  if (!LoadJournal(fs, journal_path, &bytes).ok() || !ParseJournal(bytes, &journal)) return Status::OK();
+  bool matches = false;
+  JET_RETURN_IF_ERROR(MatchesJournal(database, journal, &matches));
+  if (!matches) return Status::OK();
+  for (const JournalEntry& e : journal.entries) {
+    if (e.has_original) (*originals)[e.page].assign(e.original, e.original + journal.page_size);
+  }
+  *original_size = journal.original_size;
+  *found = true;
+  return Status::OK();
+}
+
 Status RecoverJournal(FileSystem* fs, const std::string& database_path, File* database,
                       RecoveryOutcome* outcome, std::string* notice) {
   *outcome = RecoveryOutcome::kNone;
@@ -200,15 +233,7 @@ Status RecoverJournal(FileSystem* fs, const std::string& database_path, File* da
   const std::string journal_path = JournalPath(database_path);
   if (!fs->Exists(journal_path)) return Status::OK();
   std::vector<uint8_t> bytes;
-  {
-    std::unique_ptr<File> file;
-    JET_RETURN_IF_ERROR(fs->Open(journal_path, FileSystem::Mode::kRead, &file));
-    uint64_t size = 0;
-    JET_RETURN_IF_ERROR(file->Size(&size));
-    if (size > (uint64_t(1) << 32)) return Status::Corruption("journal " + journal_path + " is impossibly large");
-    bytes.resize(size);
-    JET_RETURN_IF_ERROR(file->Read(0, bytes.size(), bytes.data()));
-  }
+  JET_RETURN_IF_ERROR(LoadJournal(fs, journal_path, &bytes));
   Journal journal;
   if (!ParseJournal(bytes, &journal)) {
     JET_RETURN_IF_ERROR(fs->Remove(journal_path));

@@ -5,7 +5,9 @@
 // journal recorded — anything else means someone changed the file since.
 #pragma once
 
+#include <map>
 #include <string>
+#include <vector>
 
 #include "jet/file_system.h"
 #include "storage/pager.h"
@@ -32,5 +34,12 @@ enum class RecoveryOutcome {
 // `notice` says what happened in words a user can be shown.
 Status RecoverJournal(FileSystem* fs, const std::string& database_path, File* database,
                       RecoveryOutcome* outcome, std::string* notice);
+
+// For a reader that may not write: when a journal beside the database would
+// be played back, the original images it holds (by page) and the file's
+// length before the interrupted commit; `found` false when there is none to
+// apply.
+Status ReadHotJournal(FileSystem* fs, const std::string& database_path, File* database,
+                      std::map<uint32_t, std::vector<uint8_t>>* originals, uint64_t* original_size, bool* found);
 
 }  // namespace jet

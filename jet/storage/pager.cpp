@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -122,6 +123,10 @@ Status Pager::ReadPage(uint32_t number, Page* page) const {
                               std::to_string(page_count_) + " pages)");
   }
   if (map_) {
+    if (auto it = originals_.find(number); it != originals_.end()) {
+      *page = Page(it->second.data(), page_size_);
+      return Status::OK();
+    }
     *page = Page(map_ + size_t(number) * page_size_, page_size_);
     return Status::OK();
   }
@@ -175,6 +180,13 @@ Status Pager::AppendPage(uint32_t* number) {
   *number = page_count_++;
   changed_[*number] = std::make_unique<uint8_t[]>(page_size_);
   return Status::OK();
+}
+
+void Pager::ShowOriginals(std::map<uint32_t, std::vector<uint8_t>> pages, uint64_t file_size) {
+  for (auto& [number, bytes] : pages) {
+    if (bytes.size() == page_size_ && number < page_count_) originals_[number] = std::move(bytes);
+  }
+  page_count_ = std::min<uint32_t>(page_count_, static_cast<uint32_t>(file_size / page_size_));
 }
 
 void Pager::AcceptChanges() {

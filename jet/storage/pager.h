@@ -10,6 +10,7 @@
 #include <span>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "jet/status.h"
 #include "jet/types.h"
@@ -70,6 +71,9 @@ class Pager {
   // Forgets every change since the last commit.
   void DiscardChanges();
   File* file() const { return file_.get(); }
+  // A reader's view of a file whose last commit was interrupted: these page
+  // images, and the file's length, as they were before it.
+  void ShowOriginals(std::map<uint32_t, std::vector<uint8_t>> pages, uint64_t file_size);
 
  private:
   Pager() = default;
@@ -78,6 +82,7 @@ class Pager {
   std::unique_ptr<File> file_;
   mutable std::unordered_map<uint32_t, std::unique_ptr<uint8_t[]>> cache_;  // pages read through file_
   std::map<uint32_t, std::unique_ptr<uint8_t[]>> changed_;
+  std::map<uint32_t, std::vector<uint8_t>> originals_;
   uint32_t committed_page_count_ = 0;
   int fd_ = -1;
   const uint8_t* map_ = nullptr;

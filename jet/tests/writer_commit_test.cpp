@@ -68,9 +68,12 @@ States ReferenceStates() {
   return states;
 }
 
-// Opening for writing recovers; the table must then hold one state or the other, whole.
+// Opening for writing recovers; the table must then hold one state or the
+// other, whole. A reader before that already sees the state recovery leaves.
 void ExpectOldOrNew(const std::string& path, const States& states, const std::string& where) {
   SCOPED_TRACE(where);
+  const bool interrupted = std::filesystem::exists(JournalPath(path));
+  const std::vector<Row> seen_by_reader = RowsOf(path);
   {
     auto db = OpenForWriting(path);
     ASSERT_TRUE(db);
@@ -78,6 +81,9 @@ void ExpectOldOrNew(const std::string& path, const States& states, const std::st
   EXPECT_FALSE(std::filesystem::exists(JournalPath(path)));
   const std::vector<Row> rows = RowsOf(path);
   EXPECT_TRUE(rows == states.before || rows == states.after) << rows.size() << " rows, a mix";
+  if (interrupted) {
+    EXPECT_EQ(seen_by_reader, rows) << "a reader saw something other than what recovery left";
+  }
   ExpectIndexesInStep(path, kTable);
 }
 
