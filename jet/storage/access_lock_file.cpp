@@ -62,6 +62,23 @@ Status AccessLockFile::Enter(FileSystem* fs, const std::string& database_path, c
   return Status::OK();
 }
 
+std::vector<std::pair<std::string, std::string>> AccessLockFile::Users(FileSystem* fs, const std::string& database_path) {
+  std::vector<std::pair<std::string, std::string>> users;
+  std::unique_ptr<File> file;
+  uint64_t size = 0;
+  if (!fs->Open(PathFor(database_path), FileSystem::Mode::kRead, &file).ok() || !file->Size(&size).ok()) return users;
+  std::vector<uint8_t> entries(std::min<uint64_t>(size, 255 * kEntryBytes));
+  if (!file->Read(0, entries.size(), entries.data()).ok()) return users;
+  auto name = [](const uint8_t* p) {
+    return std::string(reinterpret_cast<const char*>(p), std::find(p, p + kNameBytes, 0) - p);
+  };
+  for (size_t at = 0; at + kEntryBytes <= entries.size(); at += kEntryBytes) {
+    if (entries[at] == 0 && entries[at + kNameBytes] == 0) continue;
+    users.emplace_back(name(entries.data() + at), name(entries.data() + at + kNameBytes));
+  }
+  return users;
+}
+
 AccessLockFile::~AccessLockFile() {
   const uint8_t empty[kEntryBytes] = {};
   file_->Write(slot_ * kEntryBytes, empty, kEntryBytes);

@@ -6,6 +6,8 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "jet/file_system.h"
 
@@ -19,6 +21,8 @@ class AccessLockFile {
   ~AccessLockFile();
 
   static std::string PathFor(const std::string& database_path);
+  // Who the lock file lists: (machine, user) for each entry in use.
+  static std::vector<std::pair<std::string, std::string>> Users(FileSystem* fs, const std::string& database_path);
 
  private:
   AccessLockFile() = default;

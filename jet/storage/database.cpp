@@ -160,7 +160,14 @@ Status Database::Impl::OpenForWriting(FileSystem* fs) {
   JET_RETURN_IF_ERROR(fs->Open(path, FileSystem::Mode::kReadWrite, &file));
   JET_RETURN_IF_ERROR(CheckWritableFormat(file.get(), path));
   JET_RETURN_IF_ERROR(CheckSortOrder(fs, path));
-  JET_RETURN_IF_ERROR(file->LockForWriting());
+  if (Status locked = file->LockForWriting(); !locked.ok()) {
+    if (locked.code() != Status::Code::kBusy) return locked;
+    const auto users = AccessLockFile::Users(fs, path);
+    if (users.empty()) return locked;
+    return Status::Busy("Could not update; currently locked by user '" + users.back().second + "' on machine '" +
+                            users.back().first + "' (" + path + ")",
+                        3260);
+  }
   RecoveryOutcome outcome;
   JET_RETURN_IF_ERROR(RecoverJournal(fs, path, file.get(), &outcome, &notice));
   JET_RETURN_IF_ERROR(Pager::OpenFile(std::move(file), &pager));
