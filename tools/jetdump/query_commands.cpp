@@ -45,8 +45,9 @@ int PrintQueries(const std::string& file, const jet::OpenOptions& options) {
       std::printf("parameter: %s %s%s\n", p.name.c_str(), std::string(jet::ColumnTypeName(p.type)).c_str(),
                   p.declared ? "" : " (undeclared)");
     }
-    std::string sql = q.sql;
-    for (size_t at; (at = sql.find("\r\n")) != std::string::npos;) sql.replace(at, 2, "\n");
+    // Access keeps CR LF line ends; print plain line ends.
+    std::string sql;
+    for (char c : q.sql) if (c != '\r') sql.push_back(c);
     std::printf("%s\n", sql.c_str());
   }
   return 0;
