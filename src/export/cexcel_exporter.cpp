@@ -20,7 +20,6 @@ void IgnoringErrors(Step&& step) {
   try {
     step();
   } catch (const platform::AppError&) {
-  } catch (const std::exception&) {
   }
 }
 
@@ -47,6 +46,26 @@ excel::Workbook AddWorkbook(excel::Application& app, const QString& templatePath
 }
 
 bool IsDead(const std::shared_ptr<excel::Application>& app) { return !app || !app->IsAlive(); }
+
+// An empty slot is VB's "Nothing": using it raises error 91.
+[[noreturn]] void RaiseNothing() {
+  throw platform::AppError(91, QStringLiteral("Object variable or With block variable not set"));
+}
+
+excel::Application& App() {
+  if (!gExcelApp) RaiseNothing();
+  return *gExcelApp;
+}
+
+excel::Workbook& Workbook() {
+  if (!gExcelWorkbook) RaiseNothing();
+  return *gExcelWorkbook;
+}
+
+excel::Worksheet& Worksheet() {
+  if (!gExcelWorksheet) RaiseNothing();
+  return *gExcelWorksheet;
+}
 
 }  // namespace
 
@@ -101,10 +120,9 @@ bool CExcelExporter::CreateExcelInstance(const QString& templatePath) {
 void CExcelExporter::DoExport(dao::Recordset& records, int16_t column, int16_t row, const QString& sheetName) {
   const int fields = records.FieldCount();
   try {
-    if (!gExcelWorkbook) throw platform::AppError(91, QStringLiteral("Object variable or With block variable not set"));
-    auto sheet = sheetName.isEmpty() ? gExcelWorkbook->Worksheets().Item(1) : gExcelWorkbook->Worksheets().Item(sheetName);
+    auto sheet = sheetName.isEmpty() ? Workbook().Worksheets().Item(1) : Workbook().Worksheets().Item(sheetName);
     sheet.Activate();
-    gExcelWorksheet = gExcelWorkbook->ActiveSheet();
+    gExcelWorksheet = Workbook().ActiveSheet();
     if (fields > 0) gExcelWorksheet->Cells(row, column).SetValue(records.Field(0).name);
   } catch (const platform::AppError& e) {
     const QString source = QStringLiteral("CExcelExporter::DoExport");
@@ -132,19 +150,18 @@ void CExcelExporter::ExcelVisible(int32_t sheetIndex) {
   // The sheet is chosen before the application becomes visible: showing the
   // workbook hands it to the desktop's spreadsheet application, after which
   // the office can no longer change what the user sees.
-  IgnoringErrors([&] { gExcelWorkbook.value().Activate(); });
+  IgnoringErrors([&] { Workbook().Activate(); });
   IgnoringErrors([&] {
-    if (sheetIndex < 1) gExcelWorksheet.value().Select();
-    else gExcelWorkbook.value().Worksheets().Item(sheetIndex).Activate();
+    if (sheetIndex < 1) Worksheet().Select();
+    else Workbook().Worksheets().Item(sheetIndex).Activate();
   });
-  IgnoringErrors([&] { gExcelApp->SetVisible(true); });
-  IgnoringErrors([&] { gExcelApp->SetScreenUpdating(true); });
+  IgnoringErrors([&] { App().SetVisible(true); });
+  IgnoringErrors([&] { App().SetScreenUpdating(true); });
 }
 
 void CExcelExporter::RunExcelMacro(const QString& macroName) {
   try {
-    if (!gExcelApp) throw platform::AppError(91, QStringLiteral("Object variable or With block variable not set"));
-    gExcelApp->Run(macroName);
+    App().Run(macroName);
   } catch (const platform::AppError& e) {
     throw platform::AppError(kErrMacro, e.Description(), QStringLiteral("CExcelExporter::RunExcelMacro"));
   }
@@ -153,10 +170,10 @@ void CExcelExporter::RunExcelMacro(const QString& macroName) {
 void CExcelExporter::TerminateExcelProcess() {
   // A cancelled run ends here; nothing on the way out may stop it. The office
   // itself keeps running for the next run, as a reused Excel would.
-  IgnoringErrors([&] { gExcelApp->SetDisplayAlerts(false); });
-  IgnoringErrors([&] { gExcelWorkbook.value().Save(); });
+  IgnoringErrors([&] { App().SetDisplayAlerts(false); });
+  IgnoringErrors([&] { Workbook().Save(); });
   IgnoringErrors([&] {
-    if (auto active = gExcelApp->ActiveWorkbook()) active->Close();
+    if (auto active = App().ActiveWorkbook()) active->Close();
   });
   gExcelWorksheet.reset();
   gExcelWorkbook.reset();
@@ -166,7 +183,7 @@ void CExcelExporter::TerminateExcelProcess() {
 
 void CExcelExporter::ApplyAutoFilter(const QString& sheetName, const QString& rangeAddress, int field,
                                      const QString& criteria1) {
-  auto sheet = gExcelWorkbook.value().Worksheets().Item(sheetName);
+  auto sheet = Workbook().Worksheets().Item(sheetName);
   sheet.Activate();
   sheet.Range(rangeAddress).AutoFilter(field, criteria1);
 }

@@ -46,9 +46,12 @@ TEST_F(ExporterTest, ExcelVisibleAfterAStoppedRunShowsACopyAndLeavesTheOutputAsI
   EXPECT_FALSE(LockFileBeside(file));
   QFile::remove(opened_[0]);
 
-  // Nothing to show: no workbook at all, and no failure either.
+  // Nothing to show (a run whose file dialog was cancelled): no failure either.
   gExcelWorkbook.reset();
   exporter_.ExcelVisible(1);
+  gExcelApp.reset();
+  exporter_.ExcelVisible(1);
+  exporter_.TerminateExcelProcess();
   EXPECT_EQ(opened_.size(), 1);
 }
 

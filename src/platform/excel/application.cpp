@@ -25,7 +25,8 @@ Application::Opener& CurrentOpener() {
 // A copy of the workbook as it is now, for a run that stopped before saving:
 // the output file stays as the run left it.
 QString SaveSnapshot(WorkbookState& book) {
-  const QString stem = book.file_name.isEmpty() ? QStringLiteral("Workbook") : QFileInfo(book.file_name).completeBaseName();
+  const QString stem =
+      book.file_name.isEmpty() ? QStringLiteral("Workbook") : QFileInfo(book.file_name).completeBaseName();
   QTemporaryFile file(QDir::tempPath() + QStringLiteral("/") + stem + QStringLiteral("-XXXXXX.xls"));
   file.setAutoRemove(false);
   if (!file.open()) RaiseApplicationDefined(QStringLiteral("cannot create a temporary copy of the workbook"));

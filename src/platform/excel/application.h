@@ -32,7 +32,8 @@ class Workbooks {
 class Application {
  public:
   // A new Application object. The office process behind it is the program's
-  // running one when it is alive, else a new one is started.
+  // running one when it is alive, else a new one is started. Call it on the
+  // GUI thread: the office is killed when the thread that started it ends.
   static std::shared_ptr<Application> Create();
   ~Application();
 

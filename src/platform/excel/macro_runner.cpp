@@ -123,8 +123,9 @@ void RunMacro(WorkbookState& book, const MacroName& name) {
   });
   if (answer == QLatin1String(kSucceeded)) return;
   if (answer.isEmpty())
-    RaiseApplicationDefined(QStringLiteral("The macro '%1' cannot be run: the workbook's macro project does not compile.")
-                                .arg(name.procedure));
+    RaiseApplicationDefined(
+        QStringLiteral("The macro '%1' cannot be run: the workbook's macro project does not compile.")
+            .arg(name.procedure));
   RaiseApplicationDefined(QStringLiteral("The macro '%1' failed. %2").arg(name.procedure, answer));
 }
 

@@ -51,7 +51,8 @@ QString OfficeProcess::ConnectUrl() const {
 pid_t OfficeProcess::Spawn() {
   const QString program = ProgramFolder() + QStringLiteral("/soffice.bin");
   if (!QFileInfo(program).isExecutable())
-    throw platform::AppError(1004, QStringLiteral("LibreOffice is not installed: ") + program + QStringLiteral(" is missing"));
+    throw platform::AppError(1004,
+                             QStringLiteral("LibreOffice is not installed: ") + program + QStringLiteral(" is missing"));
 
   std::vector<QByteArray> args = {
       QFile::encodeName(program),

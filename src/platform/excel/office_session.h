@@ -22,8 +22,6 @@ class OfficeSession {
   // none or the last one died. Must be called on the GUI thread the first time,
   // because the child dies with the thread that started it.
   static std::shared_ptr<OfficeSession> Shared();
-  // Starts the office now so that later calls need not wait.
-  static void StartEarly() { Shared(); }
 
   ~OfficeSession();
   bool IsAlive() const;
