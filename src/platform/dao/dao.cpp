@@ -1,0 +1,200 @@
+#include "platform/dao/dao.h"
+
+#include "jet/text_form.h"
+#include "platform/dao/dao_errors.h"
+
+namespace dao {
+namespace {
+
+QString Q(const std::string& s) { return QString::fromStdString(s); }
+
+std::unique_ptr<Recordset> ToRecordset(const jet::QueryResult& result) {
+  QVector<FieldInfo> fields;
+  for (const auto& c : result.columns) fields.push_back({Q(c.name), c.type, Q(c.caption)});
+  QVector<QVector<QVariant>> rows;
+  rows.reserve(static_cast<int>(result.rows.size()));
+  for (const auto& row : result.rows) {
+    QVector<QVariant> values;
+    values.reserve(static_cast<int>(row.size()));
+    for (const auto& v : row) values.push_back(ToVariant(v));
+    rows.push_back(std::move(values));
+  }
+  return std::make_unique<Recordset>(std::move(fields), std::move(rows));
+}
+
+QString PropertyText(const jet::PropertyMap& map, const char* name) {
+  const jet::Value* v = map.Find(name);
+  return v && !v->is_null() ? Q(jet::CanonicalText(*v)) : QString();
+}
+
+bool LooksLikeStatement(const QString& source) {
+  const QString s = source.trimmed();
+  for (const char* word : {"SELECT", "TRANSFORM", "PARAMETERS", "("}) {
+    if (s.startsWith(QLatin1String(word), Qt::CaseInsensitive)) return true;
+  }
+  return false;
+}
+
+long AttributesOf(const jet::CatalogEntry& e) {
+  long a = 0;
+  if (e.system) a |= dbSystemObject;
+  if (e.hidden) a |= dbHiddenObject;
+  if (e.kind == jet::ObjectKind::kLinkedTable) a |= dbAttachedTable;
+  if (e.kind == jet::ObjectKind::kLinkedOdbc) a |= dbAttachedODBC;
+  return a;
+}
+
+void FillColumnsAndIndexes(const jet::TableDef& def, TableDef* out) {
+  for (const auto& c : def.columns) {
+    out->Fields.push_back({Q(c.name), c.type, static_cast<long>(c.size), !c.nullable,
+                           PropertyText(c.properties, "Caption"), PropertyText(c.properties, "Description")});
+  }
+  for (const auto& idx : def.indexes) {
+    Index index{Q(idx.name), {}, idx.primary, idx.unique, idx.required, idx.ignore_nulls, idx.foreign_key,
+                static_cast<long>(idx.distinct_count)};
+    for (const auto& c : idx.columns) index.Fields << (c.ascending ? "" : "-") + Q(def.columns[c.column].name);
+    out->Indexes.push_back(std::move(index));
+  }
+}
+
+}  // namespace
+
+Parameter& ParameterList::Item(int index) {
+  if (index < 0 || index >= items_.size()) ThrowItemNotFound("DAO.Parameters");
+  return items_[index];
+}
+
+Parameter& ParameterList::Item(const QString& name) {
+  // A parameter may be named with or without its brackets.
+  auto bare = [](QString s) {
+    s = s.trimmed();
+    if (s.startsWith('[') && s.endsWith(']')) s = s.mid(1, s.size() - 2);
+    return s;
+  };
+  for (auto& p : items_) {
+    if (bare(p.Name).compare(bare(name), Qt::CaseInsensitive) == 0) return p;
+  }
+  ThrowItemNotFound("DAO.Parameters");
+}
+
+std::unique_ptr<Recordset> QueryDef::OpenRecordset() {
+  std::vector<jet::Value> values;
+  int missing = 0;
+  for (const auto& p : parameters_.items()) {
+    if (!p.Value.isValid()) ++missing;
+    values.push_back(ToParameterValue(p.Value, p.Type));
+  }
+  if (missing > 0) {
+    throw platform::AppError(3061, QStringLiteral("Too few parameters. Expected %1.").arg(missing),
+                             QStringLiteral("DAO.QueryDef"));
+  }
+  jet::QueryResult result;
+  ThrowIfError(engine_->RunQuery(name_.toStdString(), values, &result), "DAO.QueryDef");
+  return ToRecordset(result);
+}
+
+Database::Database(std::shared_ptr<jet::QueryEngine> engine, QString name)
+    : engine_(std::move(engine)), name_(std::move(name)) {}
+
+std::unique_ptr<Recordset> Database::OpenRecordset(const QString& source) {
+  if (!LooksLikeStatement(source)) {
+    if (engine_->database().FindTable(source.toStdString())) return OpenTable(source);
+    if (engine_->database().FindObject(source.toStdString(), jet::ObjectKind::kQuery)) {
+      return QueryDefs(source).OpenRecordset();
+    }
+  }
+  jet::QueryResult result;
+  ThrowIfError(engine_->RunSql(source.toStdString(), {}, &result), "DAO.Database");
+  return ToRecordset(result);
+}
+
+std::unique_ptr<Recordset> Database::OpenTable(const QString& name) {
+  std::unique_ptr<jet::TableCursor> cursor;
+  ThrowIfError(engine_->database().OpenTable(name.toStdString(), &cursor), "DAO.Database");
+  jet::QueryResult result;
+  for (const auto& c : cursor->def().columns) {
+    result.columns.push_back({c.name, c.type, PropertyText(c.properties, "Caption").toStdString()});
+  }
+  while (cursor->Next()) result.rows.push_back(cursor->row());
+  ThrowIfError(cursor->status(), "DAO.Database");
+  return ToRecordset(result);
+}
+
+QueryDef Database::QueryDefs(const QString& name) {
+  jet::SavedQuery saved;
+  ThrowIfError(engine_->GetQuery(name.toStdString(), &saved), "DAO.QueryDefs");
+  std::vector<jet::QueryParameterInfo> params;
+  ThrowIfError(engine_->QueryParameters(saved.name, &params), "DAO.QueryDef");
+  QueryDef q;
+  q.engine_ = engine_;
+  q.name_ = Q(saved.name);
+  q.sql_ = Q(saved.sql);
+  q.type_ = saved.type;
+  for (const auto& p : params) q.parameters_.items().push_back({Q(p.name), p.type, QVariant()});
+  return q;
+}
+
+QStringList Database::QueryDefNames() {
+  std::vector<jet::SavedQuery> queries;
+  ThrowIfError(engine_->ListQueries(&queries), "DAO.QueryDefs");
+  QStringList names;
+  for (const auto& q : queries) names << Q(q.name);
+  return names;
+}
+
+QVector<TableDef> Database::TableDefs() {
+  QVector<TableDef> defs;
+  for (const auto& e : engine_->database().catalog()) {
+    if (e.kind != jet::ObjectKind::kTable && e.kind != jet::ObjectKind::kLinkedTable &&
+        e.kind != jet::ObjectKind::kLinkedOdbc) {
+      continue;
+    }
+    TableDef def;
+    def.Name = Q(e.name);
+    def.Attributes = AttributesOf(e);
+    if (e.kind != jet::ObjectKind::kTable) {
+      def.SourceTableName = Q(e.foreign_name);
+      def.Connect = e.kind == jet::ObjectKind::kLinkedTable ? ";DATABASE=" + Q(e.database) : Q(e.connect);
+    }
+    // A link whose file is missing still lists; its fields stay empty.
+    std::shared_ptr<const jet::TableDef> table;
+    if (engine_->database().GetTableDef(e.name, &table).ok()) FillColumnsAndIndexes(*table, &def);
+    defs.push_back(std::move(def));
+  }
+  return defs;
+}
+
+TableDef Database::TableDefs(const QString& name) {
+  for (auto& def : TableDefs()) {
+    if (def.Name.compare(name, Qt::CaseInsensitive) != 0) continue;
+    if (def.Fields.isEmpty()) {  // say why, e.g. the linked file is missing
+      std::shared_ptr<const jet::TableDef> table;
+      ThrowIfError(engine_->database().GetTableDef(name.toStdString(), &table), "DAO.TableDefs");
+    }
+    return def;
+  }
+  ThrowItemNotFound("DAO.TableDefs");
+}
+
+std::shared_ptr<Database> Workspace::OpenDatabase(const QString& name, bool, bool) {
+  std::shared_ptr<jet::QueryEngine> engine;
+  jet::Status s = jet::QueryEngine::ForFile(name.toStdString(), {}, &engine);
+  if (!s.ok() && s.code() == jet::Status::Code::kNotFound) {
+    throw platform::AppError(kErrFileNotFound, QStringLiteral("Could not find file '%1'.").arg(name),
+                             QStringLiteral("DAO.Workspace"));
+  }
+  if (!s.ok() && (s.code() == jet::Status::Code::kCorruption || s.code() == jet::Status::Code::kUnsupported)) {
+    throw platform::AppError(kErrUnrecognizedFormat, QStringLiteral("Unrecognized database format '%1'.").arg(name),
+                             QStringLiteral("DAO.Workspace"));
+  }
+  ThrowIfError(s, "DAO.Workspace");
+  return std::make_shared<Database>(engine, name);
+}
+
+Workspace& DBEngine::Workspaces(int index) {
+  static Workspace workspace;
+  if (index != 0) ThrowItemNotFound("DAO.Workspaces");
+  return workspace;
+}
+
+}  // namespace dao

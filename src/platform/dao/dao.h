@@ -1,0 +1,130 @@
+// The DAO-shaped face of the Jet engine: DBEngine, Workspace, Database,
+// QueryDef with Parameters, TableDef with Fields and Indexes, Recordset.
+// Values are QVariants (see recordset.h for the mapping); failures are
+// platform::AppError with Jet's error numbers and wording.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+#include <QVector>
+#include <memory>
+
+#include "jet/query.h"
+#include "platform/dao/recordset.h"
+
+namespace dao {
+
+// TableDef.Attributes bits.
+constexpr long dbSystemObject = static_cast<long>(0x80000002u);
+constexpr long dbHiddenObject = 0x1;
+constexpr long dbAttachedTable = 0x40000000;
+constexpr long dbAttachedODBC = 0x20000000;
+
+struct Index {
+  QString Name;
+  QStringList Fields;  // in key order; "-" prefix for descending columns
+  bool Primary = false;
+  bool Unique = false;
+  bool Required = false;
+  bool IgnoreNulls = false;
+  bool Foreign = false;
+  long DistinctCount = 0;
+};
+
+struct Field {
+  QString Name;
+  jet::ColumnType Type = jet::ColumnType::kText;
+  long Size = 0;
+  bool Required = false;
+  QString Caption;      // the Caption property, empty when none
+  QString Description;  // the Description property
+};
+
+struct TableDef {
+  QString Name;
+  long Attributes = 0;
+  QString SourceTableName;  // linked tables: the table's name in its file
+  QString Connect;          // linked tables: ";DATABASE=path" or the ODBC string
+  QVector<Field> Fields;
+  QVector<Index> Indexes;
+};
+
+struct Parameter {
+  QString Name;
+  jet::ColumnType Type = jet::ColumnType::kText;
+  QVariant Value;  // set before OpenRecordset; text is converted to Type
+};
+
+class ParameterList {
+ public:
+  int Count() const { return items_.size(); }
+  // By position (0-based) or by name; 3265 when there is no such item.
+  Parameter& Item(int index);
+  Parameter& Item(const QString& name);
+  QVector<Parameter>& items() { return items_; }
+
+ private:
+  QVector<Parameter> items_;
+};
+
+class Database;
+
+class QueryDef {
+ public:
+  QString Name() const { return name_; }
+  QString SQL() const { return sql_; }
+  jet::QueryType Type() const { return type_; }
+  ParameterList& Parameters() { return parameters_; }
+  // Runs the query with the parameters' values; 3061 when some are not set.
+  std::unique_ptr<Recordset> OpenRecordset();
+
+ private:
+  friend class Database;
+  std::shared_ptr<jet::QueryEngine> engine_;
+  QString name_;
+  QString sql_;
+  jet::QueryType type_ = jet::QueryType::kSelect;
+  ParameterList parameters_;
+};
+
+class Database {
+ public:
+  // Use Workspace::OpenDatabase.
+  explicit Database(std::shared_ptr<jet::QueryEngine> engine, QString name);
+
+  QString Name() const { return name_; }
+  // A SELECT/UNION/TRANSFORM statement, or the name of a table or saved query.
+  std::unique_ptr<Recordset> OpenRecordset(const QString& source);
+  QueryDef QueryDefs(const QString& name);
+  QStringList QueryDefNames();
+  QVector<TableDef> TableDefs();
+  TableDef TableDefs(const QString& name);
+  void Close() {}
+
+  jet::QueryEngine& engine() { return *engine_; }
+
+ private:
+  std::unique_ptr<Recordset> OpenTable(const QString& name);
+  std::shared_ptr<jet::QueryEngine> engine_;
+  QString name_;
+};
+
+class Workspace {
+ public:
+  // Opens (or joins: one engine per file in the process) a database.
+  // `exclusive` and `readOnly` are accepted as DAO takes them.
+  std::shared_ptr<Database> OpenDatabase(const QString& name, bool exclusive = false, bool readOnly = false);
+};
+
+class DBEngine {
+ public:
+  // Item 0 is the default workspace; there is only ever the one.
+  static Workspace& Workspaces(int index);
+};
+
+// The QVariant a DAO field value maps to, and back for parameters.
+QVariant ToVariant(const jet::Value& value);
+jet::Value ToParameterValue(const QVariant& value, jet::ColumnType type);
+
+}  // namespace dao
