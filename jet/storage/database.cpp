@@ -41,6 +41,14 @@ struct Database::Impl {
   Status CommitNow();
   Status Relationships(Database* db, const std::vector<Relationship>** out);
   Status ShowStateBeforeInterruptedCommit();
+  // What a row change needs: the table, its relationships and (for an
+  // existing row) the row as it stands.
+  struct Change {
+    std::shared_ptr<const TableLayout> layout;
+    const std::vector<Relationship>* relationships = nullptr;
+    Row old_row;
+  };
+  Status ChangeTarget(Database* db, const std::string& table, const RowId* id, Change* change);
 };
 
 namespace {
@@ -364,40 +372,37 @@ Status Database::Rollback() {
   return Status::OK();
 }
 
+Status Database::Impl::ChangeTarget(Database* db, const std::string& table, const RowId* id, Change* change) {
+  JET_RETURN_IF_ERROR(WritableTable(db, table, &change->layout));
+  JET_RETURN_IF_ERROR(Relationships(db, &change->relationships));
+  if (id) JET_RETURN_IF_ERROR(writer->Read(change->layout, *id, &change->old_row));
+  return Status::OK();
+}
+
 Status Database::InsertRow(const std::string& table, const Row& row, RowId* id) {
-  std::shared_ptr<const TableLayout> layout;
-  JET_RETURN_IF_ERROR(impl_->WritableTable(this, table, &layout));
-  const std::vector<Relationship>* relationships = nullptr;
-  JET_RETURN_IF_ERROR(impl_->Relationships(this, &relationships));
-  if (row.size() == layout->def->columns.size()) {
-    JET_RETURN_IF_ERROR(CheckRelatedRowsExist(*this, *relationships, table, row));
+  Impl::Change c;
+  JET_RETURN_IF_ERROR(impl_->ChangeTarget(this, table, nullptr, &c));
+  if (row.size() == c.layout->def->columns.size()) {
+    JET_RETURN_IF_ERROR(CheckRelatedRowsExist(*this, *c.relationships, table, row));
   }
-  return impl_->Finish(impl_->writer->Insert(layout, row, id));
+  return impl_->Finish(impl_->writer->Insert(c.layout, row, id));
 }
 
 Status Database::UpdateRow(const std::string& table, RowId id, const Row& row) {
-  std::shared_ptr<const TableLayout> layout;
-  JET_RETURN_IF_ERROR(impl_->WritableTable(this, table, &layout));
-  const std::vector<Relationship>* relationships = nullptr;
-  JET_RETURN_IF_ERROR(impl_->Relationships(this, &relationships));
-  Row old_row;
-  JET_RETURN_IF_ERROR(impl_->writer->Read(layout, id, &old_row));
-  if (row.size() == layout->def->columns.size()) {
-    JET_RETURN_IF_ERROR(CheckRelatedRowsExist(*this, *relationships, table, row));
-    JET_RETURN_IF_ERROR(CheckNothingRefersTo(*this, *relationships, table, old_row, &row));
+  Impl::Change c;
+  JET_RETURN_IF_ERROR(impl_->ChangeTarget(this, table, &id, &c));
+  if (row.size() == c.layout->def->columns.size()) {
+    JET_RETURN_IF_ERROR(CheckRelatedRowsExist(*this, *c.relationships, table, row));
+    JET_RETURN_IF_ERROR(CheckNothingRefersTo(*this, *c.relationships, table, c.old_row, &row));
   }
-  return impl_->Finish(impl_->writer->Update(layout, id, row));
+  return impl_->Finish(impl_->writer->Update(c.layout, id, row));
 }
 
 Status Database::DeleteRow(const std::string& table, RowId id) {
-  std::shared_ptr<const TableLayout> layout;
-  JET_RETURN_IF_ERROR(impl_->WritableTable(this, table, &layout));
-  const std::vector<Relationship>* relationships = nullptr;
-  JET_RETURN_IF_ERROR(impl_->Relationships(this, &relationships));
-  Row old_row;
-  JET_RETURN_IF_ERROR(impl_->writer->Read(layout, id, &old_row));
-  JET_RETURN_IF_ERROR(CheckNothingRefersTo(*this, *relationships, table, old_row, nullptr));
-  return impl_->Finish(impl_->writer->Delete(layout, id));
+  Impl::Change c;
+  JET_RETURN_IF_ERROR(impl_->ChangeTarget(this, table, &id, &c));
+  JET_RETURN_IF_ERROR(CheckNothingRefersTo(*this, *c.relationships, table, c.old_row, nullptr));
+  return impl_->Finish(impl_->writer->Delete(c.layout, id));
 }
 
 Status Database::ReadRow(const std::string& table, RowId id, Row* row) {

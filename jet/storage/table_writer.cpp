@@ -39,6 +39,13 @@ struct RealIndexState {
   bool changed = false;
 };
 
+// A live row as stored: where its bytes are, following an overflow pointer.
+struct StoredRef {
+  std::vector<StoredRow> rows;  // of the row's own page
+  uint32_t target = 0;          // overflow: where the data lives
+  std::vector<uint8_t> bytes;   // the row data
+};
+
 struct TableState {
   std::shared_ptr<const TableLayout> layout;
   std::vector<uint32_t> tdef_pages;
@@ -156,7 +163,6 @@ Status RowChange::Prepare(Row* row, const Row* old_values, uint32_t self) {
   }
   fields_.assign(def.columns.size(), std::nullopt);
   long_values_.assign(def.columns.size(), {});
-  size_t length = 2 + def.columns.size() / 8 + 1 + 4;
   for (size_t i = 0; i < def.columns.size(); ++i) {
     const ColumnDef& c = def.columns[i];
     Value& v = (*row)[i];
@@ -178,13 +184,21 @@ Status RowChange::Prepare(Row* row, const Row* old_values, uint32_t self) {
     if (IsLongValueType(c.type)) {
       if (v.is_null()) continue;
       JET_RETURN_IF_ERROR(LongValueBytes(c, v, &long_values_[i]));
-      length += 2 + LongValueFieldSize(long_values_[i].size());
       continue;
     }
     JET_RETURN_IF_ERROR(EncodeField(c, v, &fields_[i]));
-    if (fields_[i]) length += 2 + fields_[i]->size();
   }
-  if (length > kMaxRowBytes) return Status::InvalidArgument("Record is too large", 3047);
+  // The row's size is known before any long value is stored: their fields
+  // take a fixed 12 bytes, plus the value when it stays inline.
+  std::vector<FieldBytes> sized = fields_;
+  for (size_t i = 0; i < sized.size(); ++i) {
+    if (IsLongValueType(def.columns[i].type) && !(*row)[i].is_null()) {
+      sized[i] = std::vector<uint8_t>(LongValueFieldSize(long_values_[i].size()));
+    }
+  }
+  if (BuildRow(*t_->layout, sized, *row).size() > kMaxRowBytes) {
+    return Status::InvalidArgument("Record is too large ('" + def.name + "')", 3047);
+  }
   return CheckIndexes(*row, self);
 }
 
@@ -268,13 +282,6 @@ Status RowChange::Build(const Row& row, std::vector<uint8_t>* bytes) {
   *bytes = BuildRow(*t_->layout, fields_, row);
   return Status::OK();
 }
-
-// A live row as stored: where its bytes are, following an overflow pointer.
-struct StoredRef {
-  std::vector<StoredRow> rows;  // of the row's own page
-  uint32_t target = 0;          // overflow: where the data lives
-  std::vector<uint8_t> bytes;   // the row data
-};
 
 Status LocateRow(const Pager& pager, const TableState& t, RowId id, StoredRef* ref) {
   Page page;
@@ -468,21 +475,24 @@ Status Writer::Insert(const std::shared_ptr<const TableLayout>& layout, Row row,
   return Applied(s);
 }
 
+Status Writer::Existing(const std::shared_ptr<const TableLayout>& layout, RowId id, TableState** t, StoredRef* ref,
+                        Row* values) {
+  JET_RETURN_IF_ERROR(State(layout, t));
+  JET_RETURN_IF_ERROR(LocateRow(*pager_, **t, id, ref));
+  return RowDecoder(*pager_, *text_, *layout).Decode(ByteSpan(ref->bytes), values);
+}
+
 Status Writer::Read(const std::shared_ptr<const TableLayout>& layout, RowId id, Row* row) {
   TableState* t = nullptr;
-  JET_RETURN_IF_ERROR(State(layout, &t));
   StoredRef ref;
-  JET_RETURN_IF_ERROR(LocateRow(*pager_, *t, id, &ref));
-  return RowDecoder(*pager_, *text_, *layout).Decode(ByteSpan(ref.bytes), row);
+  return Existing(layout, id, &t, &ref, row);
 }
 
 Status Writer::Update(const std::shared_ptr<const TableLayout>& layout, RowId id, Row row) {
   TableState* t = nullptr;
-  JET_RETURN_IF_ERROR(State(layout, &t));
   StoredRef ref;
-  JET_RETURN_IF_ERROR(LocateRow(*pager_, *t, id, &ref));
   Row old_values;
-  JET_RETURN_IF_ERROR(RowDecoder(*pager_, *text_, *layout).Decode(ByteSpan(ref.bytes), &old_values));
+  JET_RETURN_IF_ERROR(Existing(layout, id, &t, &ref, &old_values));
   RowChange change(pager_, text_, t);
   JET_RETURN_IF_ERROR(change.Prepare(&row, &old_values, RowPointer(id)));
   std::vector<std::string> old_keys, keys;
@@ -508,11 +518,9 @@ Status Writer::Update(const std::shared_ptr<const TableLayout>& layout, RowId id
 
 Status Writer::Delete(const std::shared_ptr<const TableLayout>& layout, RowId id) {
   TableState* t = nullptr;
-  JET_RETURN_IF_ERROR(State(layout, &t));
   StoredRef ref;
-  JET_RETURN_IF_ERROR(LocateRow(*pager_, *t, id, &ref));
   Row old_values;
-  JET_RETURN_IF_ERROR(RowDecoder(*pager_, *text_, *layout).Decode(ByteSpan(ref.bytes), &old_values));
+  JET_RETURN_IF_ERROR(Existing(layout, id, &t, &ref, &old_values));
   RowChange change(pager_, text_, t);
   std::vector<std::string> old_keys;
   JET_RETURN_IF_ERROR(change.Keys(old_values, &old_keys));

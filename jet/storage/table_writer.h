@@ -17,6 +17,7 @@
 namespace jet {
 
 struct TableState;
+struct StoredRef;
 
 class Writer {
  public:
@@ -36,6 +37,9 @@ class Writer {
 
  private:
   Status State(const std::shared_ptr<const TableLayout>& layout, TableState** state);
+  // A live row: its table's state, where it is stored and its values.
+  Status Existing(const std::shared_ptr<const TableLayout>& layout, RowId id, TableState** t, StoredRef* ref,
+                  Row* values);
   // A change that fails after it began to touch pages leaves the
   // transaction unusable: it cannot be taken back on its own.
   Status Applied(Status s);

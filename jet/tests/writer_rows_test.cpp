@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <map>
 
+#include "storage/data_page.h"
+#include "storage/row_encoder.h"
+#include "storage/table_layout.h"
 #include "writer_test_helpers.h"
 
 namespace jet::testing {
@@ -76,6 +79,51 @@ TEST(WriterRows, InsertsRowsWithEveryLongValueFormAndKeepsThePrimaryKey) {
   const std::string csv = MdbExport(path, kReports);
   EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 12) << csv.substr(0, 300);
   EXPECT_NE(csv.find(chain), std::string::npos);
+}
+
+// The storage form follows Access's limits: inline up to 64 bytes, one
+// long-value row up to 3,816, a chain beyond, whose descriptor and first
+// page carry the same stamp.
+TEST(WriterRows, LongValuesTakeTheFormAccessGivesTheirLength) {
+  const std::string path = ScratchCopy("reports-northwind.mdb", "forms.mdb");
+  const std::vector<std::pair<size_t, uint8_t>> cases = {{32, 0x80}, {33, 0x40}, {1908, 0x40}, {1909, 0x00}};
+  std::vector<RowId> ids;
+  {
+    auto db = OpenForWriting(path);
+    ASSERT_TRUE(db);
+    for (const auto& [chars, form] : cases) {
+      RowId id;
+      ASSERT_TRUE(db->InsertRow(kReports, Report("form", std::string(chars, 'q')), &id).ok());
+      ids.push_back(id);
+    }
+  }
+  auto db = OpenForReading(path);
+  std::shared_ptr<const TableDef> def;
+  ASSERT_TRUE(db->GetTableDef(kReports, &def).ok());
+  std::unique_ptr<Pager> pager;
+  ASSERT_TRUE(Pager::Open(path, &pager).ok());
+  TableLayout layout;
+  ASSERT_TRUE(ReadTableLayout(*pager, TextReader(), def->tdef_page, &layout).ok());
+  const ColumnDef& memo = layout.def->columns[4];
+  for (size_t i = 0; i < cases.size(); ++i) {
+    SCOPED_TRACE(cases[i].first);
+    Page page;
+    ASSERT_TRUE(pager->ReadPage(ids[i].page, &page).ok());
+    ByteSpan row, field;
+    ASSERT_TRUE(DataPage(page, false).RowBytes(ids[i].row, &row).ok());
+    ASSERT_TRUE(VariableField(layout, row, memo, &field).ok());
+    ASSERT_GE(field.size(), 12u);
+    EXPECT_EQ(field.U32(0) & 0x3FFFFFFF, cases[i].first * 2);
+    EXPECT_EQ(field.U8(3) & 0xC0, cases[i].second);
+    if (cases[i].second == 0x00) {
+      Page first;
+      ASSERT_TRUE(pager->ReadPage(PointerPage(field.U32(4)), &first).ok());
+      EXPECT_NE(field.U32(8), 0u);
+      EXPECT_EQ(field.U32(8), Get32(first.data() + 8));
+    }
+  }
+  const std::string csv = MdbExport(path, kReports);
+  EXPECT_NE(csv.find(std::string(1909, 'q')), std::string::npos);
 }
 
 constexpr char kEmployees[] = "Employees";
