@@ -188,6 +188,17 @@ void Range::AutoFitColumns() {
   });
 }
 
+bool Range::RowHidden() const {
+  return OfficeCall(*sheet_->book->session, [&] {
+    css::uno::Reference<css::table::XColumnRowRange> range(CellsOf(*sheet_, top_, left_, top_, left_),
+                                                           css::uno::UNO_QUERY_THROW);
+    css::uno::Reference<css::beans::XPropertySet> rows(range->getRows(), css::uno::UNO_QUERY_THROW);
+    bool visible = true;
+    rows->getPropertyValue("IsVisible") >>= visible;
+    return !visible;
+  });
+}
+
 void Range::AutoFilter(int field, const QString& criteria) {
   if (field < 1 || field > ColumnsCount()) RaiseApplicationDefined(QStringLiteral("AutoFilter field out of range"));
   OfficeCall(*sheet_->book->session, [&] {

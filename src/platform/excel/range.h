@@ -38,6 +38,8 @@ class Range {
   // rightward from the range's top-left cell, in one bulk call; the recordset
   // ends at EOF. Returns the number of rows written.
   long CopyFromRecordset(dao::Recordset& records);
+  // EntireRow.Hidden of the range's first row (a filter hides rows).
+  bool RowHidden() const;
   // EntireColumn.AutoFit for the range's columns.
   void AutoFitColumns();
   // AutoFilter(Field, Criteria1): shows the filter buttons on the range's

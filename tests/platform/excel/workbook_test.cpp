@@ -109,3 +109,27 @@ TEST(Workbook, TemplateGivesANewWorkbookWithItsSheetsAndSheetsAddLikeExcel) {
   EXPECT_EQ(reread.Worksheets().Item(QStringLiteral("Sheet4")).Cells(3, 2).FontColorIndex(), 3);
   reread.Close();
 }
+
+TEST(Workbook, AutoFilterKeepsTheMatchingRowsOfTheBlock) {
+  auto app = excel::Application::Create();
+  auto book = app->Workbooks().Add();
+  auto sheet = book.Worksheets().Item(1);
+  const QStringList species = {"Species", "Snapper", "Bream", "Snapper", "Whiting"};
+  for (int r = 0; r < species.size(); ++r) {
+    sheet.Cells(r + 2, 2).SetValue(species[r]);
+    sheet.Cells(r + 2, 3).SetValue(r == 0 ? QVariant(QStringLiteral("Count")) : QVariant(double(r * 10)));
+  }
+  sheet.Range(QStringLiteral("B2:C6")).AutoFilter(1, QStringLiteral("Snapper"));
+  QList<bool> hidden;
+  for (int r = 2; r <= 6; ++r) hidden << sheet.Cells(r, 2).RowHidden();
+  EXPECT_EQ(hidden, QList<bool>({false, false, true, false, true}));
+
+  sheet.Range(QStringLiteral("B2:C6")).AutoFilter(2, QStringLiteral(">25"));
+  hidden.clear();
+  for (int r = 2; r <= 6; ++r) hidden << sheet.Cells(r, 2).RowHidden();
+  EXPECT_EQ(hidden, QList<bool>({false, true, true, false, false}));
+  EXPECT_EQ(ErrorNumberOf([&] { sheet.Range(QStringLiteral("B2:C6")).AutoFilter(3, QStringLiteral("x")); }),
+            excel::kApplicationDefined);
+  EXPECT_EQ(ErrorNumberOf([&] { sheet.Range(QStringLiteral("NoSuchName")); }), excel::kApplicationDefined);
+  book.Close();
+}
