@@ -135,7 +135,7 @@ std::string IndexLabel(const RealIndexState& r) { return r.def ? "'" + r.def->na
 
 class RowChange {
  public:
-  RowChange(Pager* pager, const TextReader* text, TableState* t) : pager_(pager), text_(text), t_(t) {}
+  RowChange(Pager* pager, TableState* t) : pager_(pager), t_(t) {}
 
   // Checks the row against the table's rules and encodes it; touches nothing.
   Status Prepare(Row* row, const Row* old_values, uint32_t self);
@@ -148,7 +148,6 @@ class RowChange {
   Status LongValuePage(uint16_t column, size_t length, bool fresh, uint32_t* page);
 
   Pager* pager_;
-  const TextReader* text_;
   TableState* t_;
   std::vector<FieldBytes> fields_;
   std::vector<std::vector<uint8_t>> long_values_;  // per column; empty when not a long value
@@ -446,7 +445,7 @@ Status Writer::State(const std::shared_ptr<const TableLayout>& layout, TableStat
 Status Writer::Insert(const std::shared_ptr<const TableLayout>& layout, Row row, RowId* id) {
   TableState* t = nullptr;
   JET_RETURN_IF_ERROR(State(layout, &t));
-  RowChange change(pager_, text_, t);
+  RowChange change(pager_, t);
   JET_RETURN_IF_ERROR(change.Prepare(&row, nullptr, 0));
   std::vector<std::string> keys;
   JET_RETURN_IF_ERROR(change.Keys(row, &keys));
@@ -493,7 +492,7 @@ Status Writer::Update(const std::shared_ptr<const TableLayout>& layout, RowId id
   StoredRef ref;
   Row old_values;
   JET_RETURN_IF_ERROR(Existing(layout, id, &t, &ref, &old_values));
-  RowChange change(pager_, text_, t);
+  RowChange change(pager_, t);
   JET_RETURN_IF_ERROR(change.Prepare(&row, &old_values, RowPointer(id)));
   std::vector<std::string> old_keys, keys;
   JET_RETURN_IF_ERROR(change.Keys(old_values, &old_keys));
@@ -521,7 +520,7 @@ Status Writer::Delete(const std::shared_ptr<const TableLayout>& layout, RowId id
   StoredRef ref;
   Row old_values;
   JET_RETURN_IF_ERROR(Existing(layout, id, &t, &ref, &old_values));
-  RowChange change(pager_, text_, t);
+  RowChange change(pager_, t);
   std::vector<std::string> old_keys;
   JET_RETURN_IF_ERROR(change.Keys(old_values, &old_keys));
   Status s = [&]() -> Status {
