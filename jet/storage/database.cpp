@@ -30,7 +30,7 @@ struct Database::Impl {
   bool in_transaction = false;
   uint64_t commits = 0;
   std::string notice;
-  std::optional<std::vector<Relationship>> relationships;  // read on the first change
+  std::unique_ptr<IntegrityChecker> integrity;  // made on the first change
 
   Status Layout(const CatalogEntry& entry, std::shared_ptr<const TableLayout>* out);
   Status LinkedDatabase(const CatalogEntry& link, Database** db, Database* owner);
@@ -39,13 +39,13 @@ struct Database::Impl {
   // Outside a transaction each change is committed (or dropped) on its own.
   Status Finish(Status change);
   Status CommitNow();
-  Status Relationships(Database* db, const std::vector<Relationship>** out);
+  Status Integrity(Database* db, IntegrityChecker** out);
   Status ShowStateBeforeInterruptedCommit();
   // What a row change needs: the table, its relationships and (for an
   // existing row) the row as it stands.
   struct Change {
     std::shared_ptr<const TableLayout> layout;
-    const std::vector<Relationship>* relationships = nullptr;
+    IntegrityChecker* integrity = nullptr;
     Row old_row;
   };
   Status ChangeTarget(Database* db, const std::string& table, const RowId* id, Change* change);
@@ -210,19 +210,22 @@ Status Database::Impl::WritableTable(Database* db, const std::string& name,
   return Layout(*entry, layout);
 }
 
-Status Database::Impl::Relationships(Database* db, const std::vector<Relationship>** out) {
-  if (!relationships) {
+Status Database::Impl::Integrity(Database* db, IntegrityChecker** out) {
+  if (!integrity) {
     std::vector<Relationship> read;
     JET_RETURN_IF_ERROR(ReadRelationships(*db, &read));
-    relationships = std::move(read);
+    integrity = std::make_unique<IntegrityChecker>(std::move(read));
   }
-  *out = &*relationships;
+  *out = integrity.get();
   return Status::OK();
 }
 
 Status Database::Impl::CommitNow() {
   Status s = writer->Commit();
-  if (!s.ok()) writer->Rollback();
+  if (!s.ok()) {
+    writer->Rollback();
+    if (integrity) integrity->ForgetAll();
+  }
   layouts.clear();  // counts and statistics in the definitions have moved
   ++commits;
   return s;
@@ -369,12 +372,14 @@ Status Database::Rollback() {
   impl_->in_transaction = false;
   impl_->writer->Rollback();
   impl_->layouts.clear();
+  if (impl_->integrity) impl_->integrity->ForgetAll();
   return Status::OK();
 }
 
 Status Database::Impl::ChangeTarget(Database* db, const std::string& table, const RowId* id, Change* change) {
   JET_RETURN_IF_ERROR(WritableTable(db, table, &change->layout));
-  JET_RETURN_IF_ERROR(Relationships(db, &change->relationships));
+  JET_RETURN_IF_ERROR(Integrity(db, &change->integrity));
+  change->integrity->Forget(table);
   if (id) JET_RETURN_IF_ERROR(writer->Read(change->layout, *id, &change->old_row));
   return Status::OK();
 }
@@ -383,7 +388,7 @@ Status Database::InsertRow(const std::string& table, const Row& row, RowId* id) 
   Impl::Change c;
   JET_RETURN_IF_ERROR(impl_->ChangeTarget(this, table, nullptr, &c));
   if (row.size() == c.layout->def->columns.size()) {
-    JET_RETURN_IF_ERROR(CheckRelatedRowsExist(*this, *c.relationships, table, row));
+    JET_RETURN_IF_ERROR(c.integrity->CheckRelatedRowsExist(*this, table, row));
   }
   return impl_->Finish(impl_->writer->Insert(c.layout, row, id));
 }
@@ -392,8 +397,8 @@ Status Database::UpdateRow(const std::string& table, RowId id, const Row& row) {
   Impl::Change c;
   JET_RETURN_IF_ERROR(impl_->ChangeTarget(this, table, &id, &c));
   if (row.size() == c.layout->def->columns.size()) {
-    JET_RETURN_IF_ERROR(CheckRelatedRowsExist(*this, *c.relationships, table, row));
-    JET_RETURN_IF_ERROR(CheckNothingRefersTo(*this, *c.relationships, table, c.old_row, &row));
+    JET_RETURN_IF_ERROR(c.integrity->CheckRelatedRowsExist(*this, table, row));
+    JET_RETURN_IF_ERROR(c.integrity->CheckNothingRefersTo(*this, table, c.old_row, &row));
   }
   return impl_->Finish(impl_->writer->Update(c.layout, id, row));
 }
@@ -401,7 +406,7 @@ Status Database::UpdateRow(const std::string& table, RowId id, const Row& row) {
 Status Database::DeleteRow(const std::string& table, RowId id) {
   Impl::Change c;
   JET_RETURN_IF_ERROR(impl_->ChangeTarget(this, table, &id, &c));
-  JET_RETURN_IF_ERROR(CheckNothingRefersTo(*this, *c.relationships, table, c.old_row, nullptr));
+  JET_RETURN_IF_ERROR(c.integrity->CheckNothingRefersTo(*this, table, c.old_row, nullptr));
   return impl_->Finish(impl_->writer->Delete(c.layout, id));
 }
 

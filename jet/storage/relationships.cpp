@@ -35,23 +35,6 @@ Status KeyOf(Database& db, const TableDef& def, const std::vector<std::string>& 
   return Status::OK();
 }
 
-// Whether some row of `table` has `key` over `columns`.
-Status AnyRowWithKey(Database& db, const std::string& table, const std::vector<std::string>& columns,
-                     const std::string& key, bool* found) {
-  *found = false;
-  std::unique_ptr<TableCursor> cursor;
-  JET_RETURN_IF_ERROR(db.OpenTable(table, &cursor));
-  while (cursor->Next()) {
-    std::optional<std::string> k;
-    JET_RETURN_IF_ERROR(KeyOf(db, cursor->def(), columns, cursor->row(), &k));
-    if (k && *k == key) {
-      *found = true;
-      return Status::OK();
-    }
-  }
-  return cursor->status();
-}
-
 }  // namespace
 
 Status ReadRelationships(Database& db, std::vector<Relationship>* relationships) {
@@ -84,18 +67,48 @@ Status ReadRelationships(Database& db, std::vector<Relationship>* relationships)
   return Status::OK();
 }
 
-Status CheckRelatedRowsExist(Database& db, const std::vector<Relationship>& relationships, const std::string& table,
-                             const Row& row) {
+Status IntegrityChecker::Keys(Database& db, size_t relationship, bool referenced_side,
+                              const std::set<std::string>** keys) {
+  auto [it, fresh] = keys_.try_emplace({relationship, referenced_side});
+  if (fresh) {
+    const Relationship& r = relationships_[relationship];
+    const std::vector<std::string>& columns = referenced_side ? r.referenced_columns : r.columns;
+    std::unique_ptr<TableCursor> cursor;
+    Status s = db.OpenTable(referenced_side ? r.referenced_table : r.table, &cursor);
+    while (s.ok() && cursor->Next()) {
+      std::optional<std::string> key;
+      s = KeyOf(db, cursor->def(), columns, cursor->row(), &key);
+      if (key) it->second.insert(std::move(*key));
+    }
+    if (s.ok()) s = cursor->status();
+    if (!s.ok()) {
+      keys_.erase(it);
+      return s;
+    }
+  }
+  *keys = &it->second;
+  return Status::OK();
+}
+
+void IntegrityChecker::Forget(const std::string& table) {
+  for (auto it = keys_.begin(); it != keys_.end();) {
+    const Relationship& r = relationships_[it->first.first];
+    it = Same(it->first.second ? r.referenced_table : r.table, table) ? keys_.erase(it) : std::next(it);
+  }
+}
+
+Status IntegrityChecker::CheckRelatedRowsExist(Database& db, const std::string& table, const Row& row) {
   std::shared_ptr<const TableDef> def;
   JET_RETURN_IF_ERROR(db.GetTableDef(table, &def));
-  for (const Relationship& r : relationships) {
+  for (size_t i = 0; i < relationships_.size(); ++i) {
+    const Relationship& r = relationships_[i];
     if (!r.enforced() || !Same(r.table, table)) continue;
     std::optional<std::string> key;
     JET_RETURN_IF_ERROR(KeyOf(db, *def, r.columns, row, &key));
     if (!key) continue;
-    bool found = false;
-    JET_RETURN_IF_ERROR(AnyRowWithKey(db, r.referenced_table, r.referenced_columns, *key, &found));
-    if (!found) {
+    const std::set<std::string>* keys = nullptr;
+    JET_RETURN_IF_ERROR(Keys(db, i, true, &keys));
+    if (!keys->count(*key)) {
       return Status::InvalidArgument(
           "You cannot add or change a record because a related record is required in table '" + r.referenced_table + "'",
           3201);
@@ -104,11 +117,12 @@ Status CheckRelatedRowsExist(Database& db, const std::vector<Relationship>& rela
   return Status::OK();
 }
 
-Status CheckNothingRefersTo(Database& db, const std::vector<Relationship>& relationships, const std::string& table,
-                            const Row& old_row, const Row* new_row) {
+Status IntegrityChecker::CheckNothingRefersTo(Database& db, const std::string& table, const Row& old_row,
+                                              const Row* new_row) {
   std::shared_ptr<const TableDef> def;
   JET_RETURN_IF_ERROR(db.GetTableDef(table, &def));
-  for (const Relationship& r : relationships) {
+  for (size_t i = 0; i < relationships_.size(); ++i) {
+    const Relationship& r = relationships_[i];
     if (!r.enforced() || !Same(r.referenced_table, table)) continue;
     std::optional<std::string> old_key, new_key;
     JET_RETURN_IF_ERROR(KeyOf(db, *def, r.referenced_columns, old_row, &old_key));
@@ -117,9 +131,9 @@ Status CheckNothingRefersTo(Database& db, const std::vector<Relationship>& relat
       JET_RETURN_IF_ERROR(KeyOf(db, *def, r.referenced_columns, *new_row, &new_key));
       if (new_key == old_key) continue;
     }
-    bool found = false;
-    JET_RETURN_IF_ERROR(AnyRowWithKey(db, r.table, r.columns, *old_key, &found));
-    if (!found) continue;
+    const std::set<std::string>* keys = nullptr;
+    JET_RETURN_IF_ERROR(Keys(db, i, false, &keys));
+    if (!keys->count(*old_key)) continue;
     if (r.cascades()) {
       return Status::Unsupported("relationship '" + r.name + "' cascades changes to table '" + r.table +
                                  "', which this engine does not do; change the related records first");

@@ -4,6 +4,8 @@
 // the file would hold orphans Access itself could never have written.
 #pragma once
 
+#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -24,12 +26,27 @@ struct Relationship {
 
 Status ReadRelationships(Database& db, std::vector<Relationship>* relationships);
 
-// 3201 when `row` of `table` names a related row that does not exist.
-Status CheckRelatedRowsExist(Database& db, const std::vector<Relationship>& relationships, const std::string& table,
-                             const Row& row);
-// 3200 when rows of other tables still name `old_row` of `table`, which is
-// being deleted (`new_row` null) or given another key.
-Status CheckNothingRefersTo(Database& db, const std::vector<Relationship>& relationships, const std::string& table,
-                            const Row& old_row, const Row* new_row);
+class IntegrityChecker {
+ public:
+  explicit IntegrityChecker(std::vector<Relationship> relationships) : relationships_(std::move(relationships)) {}
+
+  // 3201 when `row` of `table` names a related row that does not exist.
+  Status CheckRelatedRowsExist(Database& db, const std::string& table, const Row& row);
+  // 3200 when rows of other tables still name `old_row` of `table`, which is
+  // being deleted (`new_row` null) or given another key.
+  Status CheckNothingRefersTo(Database& db, const std::string& table, const Row& old_row, const Row* new_row);
+  // Rows of `table` changed (or a transaction was rolled back: every table).
+  void Forget(const std::string& table);
+  void ForgetAll() { keys_.clear(); }
+
+ private:
+  // The keys the rows of one side of a relationship have, read once and
+  // kept until that table changes, so bulk inserts do not scan the related
+  // table for every row.
+  Status Keys(Database& db, size_t relationship, bool referenced_side, const std::set<std::string>** keys);
+
+  std::vector<Relationship> relationships_;
+  std::map<std::pair<size_t, bool>, std::set<std::string>> keys_;
+};
 
 }  // namespace jet

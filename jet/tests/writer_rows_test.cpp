@@ -267,8 +267,12 @@ TEST(WriterRows, RefusedChangesCarryJetsErrorAndLeaveTheFileAsItWas) {
   ASSERT_TRUE(db->ReadRow(kEmployees, kept, &clash).ok());
   clash[0] = rows[0][0];
   EXPECT_EQ(db->UpdateRow(kEmployees, kept, clash).jet_error(), 3022);
-  order[orders->FindColumn("EmployeeID")] = Value(ColumnType::kLong, int64_t{1});
+  // Related rows added in the same transaction count at once, both ways.
+  order[orders->FindColumn("EmployeeID")] = clash[0] = Value(ColumnType::kLong, int64_t{77});
+  EXPECT_EQ(db->InsertRow("Orders", order).jet_error(), 3201);
+  ASSERT_TRUE(db->UpdateRow(kEmployees, kept, clash).ok());
   ASSERT_TRUE(db->InsertRow("Orders", order).ok());
+  EXPECT_EQ(db->DeleteRow(kEmployees, kept).jet_error(), 3200);
   ASSERT_TRUE(db->Commit().ok());
   db.reset();
   auto reader = OpenForReading(path);
