@@ -9,7 +9,7 @@ namespace jet {
 namespace {
 
 constexpr char kMagic[8] = {'J', 'E', 'T', 'J', 'R', 'N', 'L', '1'};
-constexpr size_t kHeaderSize = 8 + 4 + 4 + 8 + 8;
+constexpr size_t kHeaderSize = 8 + 4 + 4 + 8 + 8 + 8;
 constexpr size_t kEntrySize = 4 + 8 + 8 + 1;
 
 uint64_t Hash(const uint8_t* data, size_t length) {
@@ -40,6 +40,7 @@ struct Journal {
   uint32_t page_size = 0;
   uint64_t original_size = 0;
   uint64_t new_size = 0;
+  uint64_t header_hash = 0;  // of page 0 before the commit
   std::vector<JournalEntry> entries;
 };
 
@@ -50,6 +51,9 @@ Status BuildJournal(const Pager& pager, std::vector<uint8_t>* out) {
   Put32(out, static_cast<uint32_t>(pager.changed_pages().size()));
   Put64(out, uint64_t(pager.committed_page_count()) * ps);
   Put64(out, uint64_t(pager.page_count()) * ps);
+  Page header;
+  JET_RETURN_IF_ERROR(pager.ReadCommittedPage(0, &header));
+  Put64(out, Hash(header.data(), ps));
   std::vector<const uint8_t*> originals;
   for (const auto& [number, data] : pager.changed_pages()) {
     const bool existing = number < pager.committed_page_count();
@@ -79,6 +83,7 @@ bool ParseJournal(const std::vector<uint8_t>& bytes, Journal* journal) {
   const uint32_t count = Get32(p + 4);
   journal->original_size = Get64(p + 8);
   journal->new_size = Get64(p + 16);
+  journal->header_hash = Get64(p + 24);
   if (journal->page_size != 2048 && journal->page_size != 4096) return false;
   size_t pos = kHeaderSize;
   if (uint64_t(count) * kEntrySize > body - pos) return false;
@@ -117,6 +122,14 @@ Status MatchesJournal(File* database, const Journal& journal, bool* matches) {
   JET_RETURN_IF_ERROR(database->Size(&size));
   if (size < journal.original_size || size > std::max(journal.original_size, journal.new_size)) return Status::OK();
   std::vector<uint8_t> page(journal.page_size);
+  // The header page tells whether anyone else has been at the file, even
+  // when the commit did not touch it.
+  const bool header_changed = std::any_of(journal.entries.begin(), journal.entries.end(),
+                                          [](const JournalEntry& e) { return e.page == 0; });
+  if (!header_changed) {
+    JET_RETURN_IF_ERROR(database->Read(0, page.size(), page.data()));
+    if (Hash(page.data(), page.size()) != journal.header_hash) return Status::OK();
+  }
   for (const JournalEntry& e : journal.entries) {
     const uint64_t offset = uint64_t(e.page) * journal.page_size;
     if (offset + journal.page_size > size) {

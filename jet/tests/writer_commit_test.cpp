@@ -56,8 +56,8 @@ struct States {
   std::vector<Row> before, after;
 };
 
-States ReferenceStates() {
-  const std::string path = ScratchCopy(kFixture, "reference.mdb");
+States ReferenceStates(const std::string& scratch_name) {
+  const std::string path = ScratchCopy(kFixture, scratch_name);
   States states{RowsOf(path), {}};
   {
     auto db = OpenForWriting(path);
@@ -88,7 +88,7 @@ void ExpectOldOrNew(const std::string& path, const States& states, const std::st
 }
 
 TEST(WriterCommit, PowerLossAtEveryPointLeavesTheOldOrTheNewState) {
-  const States states = ReferenceStates();
+  const States states = ReferenceStates("reference-power.mdb");
   const std::string dir = ::testing::TempDir() + "jet-writer-tests/power/";
   std::filesystem::create_directories(dir);
   const std::string path = dir + "db.mdb";
@@ -167,7 +167,7 @@ Status KillingFileSystem::Open(const std::string& path, Mode mode, std::unique_p
 }
 
 TEST(WriterCommit, AWriterKilledAtEveryWriteAndSyncLeavesTheOldOrTheNewState) {
-  const States states = ReferenceStates();
+  const States states = ReferenceStates("reference-killed.mdb");
   bool finished = false;
   for (int kill_at = 0; !finished && kill_at < 200; ++kill_at) {
     const std::string path = ScratchCopy(kFixture, "killed.mdb");
@@ -197,31 +197,34 @@ TEST(WriterCommit, AWriterKilledAtEveryWriteAndSyncLeavesTheOldOrTheNewState) {
 }
 
 TEST(WriterCommit, AJournalIsSetAsideWhenTheFileChangedSince) {
-  const std::string path = ScratchCopy(kFixture, "changed-since.mdb");
-  FaultFileSystem fs;
-  fs.AddFile(path, FileBytes(path));
-  {
-    auto db = OpenForWriting(path, &fs);
+  // Someone else writes to a page the journal recorded, or to the header page.
+  for (const bool header : {false, true}) {
+    SCOPED_TRACE(header ? "header changed" : "journaled page changed");
+    const std::string path = ScratchCopy(kFixture, "changed-since.mdb");
+    FaultFileSystem fs;
+    fs.AddFile(path, FileBytes(path));
+    {
+      auto db = OpenForWriting(path, &fs);
+      ASSERT_TRUE(db);
+      fs.CrashAfter(fs.operations() + 4);  // the journal is durable; the database untouched
+      EXPECT_FALSE(ChangeCategories(*db).ok());
+    }
+    ASSERT_TRUE(fs.Exists(JournalPath(path)));
+    std::filesystem::remove(JournalPath(path) + ".set-aside");
+    for (const auto& [name, bytes] : fs.PowerLossImage(1)) WriteFile(name, bytes);
+    std::vector<uint8_t> bytes = FileBytes(path);
+    const std::vector<uint8_t> journal = FileBytes(JournalPath(path));
+    ASSERT_GE(journal.size(), 48u);
+    const uint32_t page = header ? 0 : Get32(journal.data() + 40);  // the first page the journal names
+    bytes[size_t(page) * 4096 + 0xD00] ^= 0xFF;
+    WriteFile(path, bytes);
+    auto db = OpenForWriting(path);
     ASSERT_TRUE(db);
-    // Stop right after the journal is durable and the first page is written.
-    fs.CrashAfter(fs.operations() + 4);
-    EXPECT_FALSE(ChangeCategories(*db).ok());
+    EXPECT_NE(db->open_notice().find("set aside"), std::string::npos) << db->open_notice();
+    EXPECT_FALSE(std::filesystem::exists(JournalPath(path)));
+    EXPECT_TRUE(std::filesystem::exists(JournalPath(path) + ".set-aside"));
+    EXPECT_EQ(FileBytes(path), bytes);
   }
-  ASSERT_TRUE(fs.Exists(JournalPath(path)));
-  for (const auto& [name, bytes] : fs.PowerLossImage(1)) WriteFile(name, bytes);
-  // Someone else writes to a page the journal recorded.
-  std::vector<uint8_t> bytes = FileBytes(path);
-  std::vector<uint8_t> journal = FileBytes(JournalPath(path));
-  ASSERT_GE(journal.size(), 40u);
-  const uint32_t page = Get32(journal.data() + 32);  // the first page the journal names
-  bytes[size_t(page) * 4096 + 100] ^= 0xFF;
-  WriteFile(path, bytes);
-  auto db = OpenForWriting(path);
-  ASSERT_TRUE(db);
-  EXPECT_NE(db->open_notice().find("set aside"), std::string::npos) << db->open_notice();
-  EXPECT_FALSE(std::filesystem::exists(JournalPath(path)));
-  EXPECT_TRUE(std::filesystem::exists(JournalPath(path) + ".set-aside"));
-  EXPECT_EQ(FileBytes(path), bytes);
 }
 
 TEST(WriterCommit, ADiskThatFillsUpLeavesTheFileAsItWas) {
