@@ -319,7 +319,10 @@ TEST(WriterCommit, WritesAreRefusedWhereTheyCannotBeDoneSafely) {
   ASSERT_EQ(entry.size(), 64u);
   EXPECT_EQ(std::string(reinterpret_cast<const char*>(entry.data() + 32)), "Admin");
   std::unique_ptr<Database> second;
+  const std::vector<uint8_t> held = FileBytes(path), held_ldb = FileBytes(ldb);
   Status s = Database::Open(path, options, &second);
+  EXPECT_EQ(FileBytes(path), held);
+  EXPECT_EQ(FileBytes(ldb), held_ldb);
   EXPECT_EQ(s.code(), Status::Code::kBusy);
   EXPECT_EQ(s.jet_error(), 3260);
   EXPECT_NE(s.message().find("locked by user 'Admin'"), std::string::npos) << s.ToString();
