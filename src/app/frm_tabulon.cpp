@@ -1,0 +1,220 @@
+#include "app/frm_tabulon.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QCoreApplication>
+#include <QLabel>
+#include <QListWidget>
+#include <QMenuBar>
+#include <QStatusBar>
+#include <QToolBar>
+
+#include "app/end_program.h"
+#include "app/error_guard.h"
+#include "app/fill_list_from_db.h"
+#include "app/frm_about_qor.h"
+#include "app/instance_channel.h"
+#include "app/mglobals.h"
+#include "export/bas_exporter.h"
+#include "export/excel_slots.h"
+#include "platform/ui/desktop_window.h"
+#include "platform/ui/dialogs.h"
+#include "platform/ui/login_name.h"
+#include "platform/ui/mouse_pointer.h"
+
+namespace {
+
+const QString kCrLf = QStringLiteral("\r\n");
+const QString kDatabaseFilter = QStringLiteral("Access Database (*.mdb)|*.mdb");
+// Names of one or two characters cannot be a database file.
+constexpr int kShortestFileName = 3;
+constexpr int kYesNoQuestionNoDefault = platform::vbYesNo | platform::vbQuestion | platform::vbDefaultButton2;
+
+QString RunQuestion() {
+  return QStringLiteral(
+             "The selected report will be run with the currently defined parameters (if needed) and destination "
+             "settings.") +
+         kCrLf + kCrLf + QStringLiteral("*Use the Tabulon Export Assistant to find and change report parameters.") +
+         kCrLf + kCrLf + QStringLiteral("Run the report now?");
+}
+
+}  // namespace
+
+frmTabulon::frmTabulon(QWidget* parent) : QMainWindow(parent) {
+  setObjectName(QStringLiteral("frmTabulon"));
+  setWindowTitle(gApp ? gApp->ProductName() : QStringLiteral("Tabulon"));
+  resize(480, 360);
+  lstAvailableQueries = new QListWidget(this);
+  lstAvailableQueries->setObjectName(QStringLiteral("lstAvailableQueries"));
+  setCentralWidget(lstAvailableQueries);
+  connect(lstAvailableQueries, &QListWidget::itemDoubleClicked, this, [this] { lstAvailableQueries_DblClick(); });
+  BuildMenus();
+  BuildStatusBar();
+  app::ListenForActivation(this, windowTitle(), [this] {
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    show();
+    raise();
+    activateWindow();
+  });
+}
+
+void frmTabulon::BuildMenus() {
+  QMenu* file = menuBar()->addMenu(tr("&File"));
+  mnuFileOpen = file->addAction(tr("&Open..."), this, [this] { mnuFileOpen_Click(); });
+  file->addSeparator();
+  mnuFileExit = file->addAction(tr("E&xit"), this, [this] { mnuFileExit_Click(); });
+  // The Export Assistant arrives later; until then neither the menu command
+  // nor the toolbar button that would open it is shown.
+  QMenu* edit = menuBar()->addMenu(tr("&Edit"));
+  mnuEditExcelTemplates = edit->addAction(tr("Excel Export &Assistant..."));
+  mnuEditExcelTemplates->setVisible(false);
+  edit->menuAction()->setVisible(false);
+  QMenu* help = menuBar()->addMenu(tr("&Help"));
+  mnuHelpContents = help->addAction(tr("&Contents"), this, [this] { mnuHelpContents_Click(); });
+  mnuHelpContents->setShortcut(QKeySequence::HelpContents);
+  mnuHelpAbout = help->addAction(tr("&About Tabulon..."), this, [this] { mnuHelpAbout_Click(); });
+
+  tbToolBar = addToolBar(tr("Tools"));
+  tbToolBar->setObjectName(QStringLiteral("tbToolBar"));
+  tbToolBar->addAction(mnuFileOpen);
+  QAction* xl = tbToolBar->addAction(tr("Export Assistant"));
+  xl->setObjectName(QStringLiteral("xl"));
+  xl->setVisible(false);
+  tbToolBar->addAction(mnuHelpContents);
+}
+
+void frmTabulon::BuildStatusBar() {
+  sbExcelExporter = statusBar();
+  sbExcelExporter->setObjectName(QStringLiteral("sbExcelExporter"));
+  for (const QString& key : {QStringLiteral("Source"), QStringLiteral("User"), QStringLiteral("Status")}) {
+    auto* panel = new QLabel(this);
+    panel->setObjectName(key);
+    sbExcelExporter->addWidget(panel, key == QStringLiteral("Source") ? 2 : 1);
+    panels_.insert(key, panel);
+  }
+}
+
+QString frmTabulon::PanelText(const QString& key) const {
+  const QLabel* panel = panels_.value(key);
+  return panel ? panel->text() : QString();
+}
+
+void frmTabulon::SetPanelText(const QString& key, const QString& text) {
+  if (QLabel* panel = panels_.value(key)) panel->setText(text);
+}
+
+void frmTabulon::Load() {
+  gRegistry = std::make_unique<CRegistry>();
+  gRegistry->SetRegMainKey(QString::fromLatin1(kFamilyMainKey));
+  // Only the family's other programs record this path; a choice made here
+  // is asked for again at the next start.
+  const QString path = gRegistry->ReadRegistry(QStringLiteral("StartUp"), QStringLiteral("DatabasePath"), QString());
+  gFile->SetCurrentFile(path);
+  gFile->SetCurrentPath(CFile::FilePath(path));
+  if (gFile->CurrentFile().size() < kShortestFileName) {
+    gFile->SetCurrentFile(AskForDatabaseAtLoad(path));
+    if (gFile->CurrentFile().size() < kShortestFileName) {
+      platform::dialogs().MsgBox(QStringLiteral("Please locate a valid Access database"), platform::vbExclamation,
+                                 QStringLiteral("Tabulon"));
+      return;
+    }
+  }
+  OpenReportDatabase(gFile->CurrentFile());
+  gDatabaseLoaded = true;
+}
+
+QString frmTabulon::AskForDatabaseAtLoad(const QString& recordedPath) {
+  return gFile->FileOpen(QStringLiteral("Location of database"), kDatabaseFilter, recordedPath,
+                         QStringLiteral("Exit?"), QString());
+}
+
+void frmTabulon::OpenReportDatabase(const QString& fileName) {
+  gWorkspace = &dao::DBEngine::Workspaces(0);
+  gDatabase = gWorkspace->OpenDatabase(fileName, false, false);
+  // Templates named by the report tables are looked for beside the database.
+  gTemplateSearch.database_folder = CFile::FilePath(fileName);
+  basExportAssistantUtilities::FillListFromDB(*gDatabase, *lstAvailableQueries, QStringLiteral("tblExportableResults"),
+                                              QStringLiteral("OutputID"), QStringLiteral("Abbreviation"));
+  ShowSourceAndUser();
+}
+
+void frmTabulon::ShowSourceAndUser() {
+  SetPanelText(QStringLiteral("Source"), QStringLiteral("Source: ") + gFile->CurrentFile().trimmed());
+  SetPanelText(QStringLiteral("User"), QStringLiteral("User: ") + platform::LoginName().trimmed());
+  sbExcelExporter->repaint();
+}
+
+void frmTabulon::lstAvailableQueries_DblClick() {
+  QListWidgetItem* item = lstAvailableQueries->currentItem();
+  if (!item || !gDatabase) return;
+  const int answer = platform::dialogs().MsgBox(RunQuestion(), platform::vbYesNo | platform::vbQuestion,
+                                                gApp->Title());
+  // Until the Export Assistant exists, No only closes the question.
+  if (answer != platform::vbYes) return;
+  platform::SetMousePointer(platform::vbHourglass);
+  const QString reportName = item->text();
+  const qint32 outputId = item->data(Qt::UserRole).toInt();
+  basExporter::RunContext context{*gDatabase, gFile->CurrentFile(), [this](const QString& text) {
+                                    SetPanelText(QStringLiteral("Status"), text);
+                                    repaint();
+                                  }};
+  basExporter::ExportReport(reportName, outputId, context);
+  platform::SetMousePointer(platform::vbDefault);
+}
+
+void frmTabulon::mnuFileOpen_Click() {
+  try {
+    platform::FileDialogRequest request;
+    request.title = QStringLiteral("Location of Database");
+    request.filter = kDatabaseFilter;
+    request.initialDir = gRegistry ? gRegistry->ReadRegistry(QStringLiteral("File"),
+                                                             QStringLiteral("LatestDatabasePath"), QString())
+                                   : QString();
+    const QString chosen = platform::dialogs().ShowOpen(request).value_or(QString());
+    if (chosen.isEmpty()) {
+      ++fileOpenCancels_;
+      if (fileOpenCancels_ >= 1 &&
+          platform::dialogs().MsgBox(QStringLiteral("Close Excel Export Assistant?"), kYesNoQuestionNoDefault,
+                                     QStringLiteral("Close?")) == platform::vbYes) {
+        app::EndProgramNow();
+      }
+      return;
+    }
+    if (chosen.size() < kShortestFileName) return;
+    gFile->SetCurrentFile(chosen);
+    OpenReportDatabase(chosen);
+  } catch (const platform::AppError&) {
+    platform::dialogs().MsgBox(
+        QStringLiteral("Unexpected error accessing the database.  Contact system provider if you are unable to "
+                       "resolve this problem.  Operation cancelled."),
+        platform::vbCritical, QStringLiteral("Excel Export Assistant"));
+  }
+}
+
+void frmTabulon::mnuFileExit_Click() { app::EndProgramNow(); }
+
+void frmTabulon::mnuHelpContents_Click() {
+  if (!platform::DisplayHelp(this, gApp->HelpFile())) {
+    platform::dialogs().MsgBox(QStringLiteral("The help file ") + gApp->HelpFile() +
+                                   QStringLiteral(" could not be shown."),
+                               platform::vbExclamation, gApp->Title());
+  }
+}
+
+void frmTabulon::mnuHelpAbout_Click() {
+  frmAboutQor about(this);
+  about.exec();
+}
+
+void frmTabulon::SavePlacement() {
+  // A minimised window's size says nothing about where the user wants it.
+  if (isMinimized()) return;
+  platform::SaveWindowPlacement(gApp->Title(), QStringLiteral("Settings"), platform::PlacementInTwips(*this));
+}
+
+void frmTabulon::closeEvent(QCloseEvent* event) {
+  SavePlacement();
+  gMainWindow = nullptr;
+  event->accept();
+  QCoreApplication::quit();
+}

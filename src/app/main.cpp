@@ -1,0 +1,18 @@
+#include <QApplication>
+
+#include "app/mmain.h"
+#include "export/excel_slots.h"
+
+int main(int argc, char** argv) {
+  QApplication application(argc, argv);
+  QApplication::setApplicationName(QStringLiteral("Tabulon"));
+  QApplication::setOrganizationName(QStringLiteral("Varnel Technologies"));
+  // The windows close the program themselves: closing the main window ends
+  // it, and a dialog left last must not.
+  QApplication::setQuitOnLastWindowClosed(false);
+  MMain::Main();
+  const int status = QApplication::exec();
+  // The office outlives nothing of ours.
+  gExcelAppInUse.reset();
+  return status;
+}

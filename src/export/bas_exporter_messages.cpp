@@ -1,0 +1,92 @@
+#include "export/bas_exporter_messages.h"
+
+#include "export/cexcel_exporter.h"
+#include "platform/errors/app_error.h"
+#include "platform/ui/dialogs.h"
+
+namespace basExporter {
+namespace {
+
+const QString kTitle = QStringLiteral("Excel Exporter");
+const QString kCrLf = QStringLiteral("\r\n");
+
+void Show(const QString& text, int icon) { platform::dialogs().MsgBox(text, icon, kTitle); }
+
+QString TemplateOrTargetText() {
+  return QStringLiteral(
+             "Cannot access the template or create the target Excel file.  An Excel file with the same name may be "
+             "open, or the path and file name for the template may be out of date.  ") +
+         QStringLiteral(
+             "This error may also occur when there is a problem with User Query settings (e.g., an Excel Macro is "
+             "referenced that does not exist in the template).  ") +
+         kCrLf + kCrLf +
+         QStringLiteral(
+             "First try closing open Excel applications, ensure template path and file names are correct, and then "
+             "repeat the Export.  ") +
+         kCrLf + kCrLf +
+         QStringLiteral(
+             "If this doesn't resolve the problem, you can also use the Excel Export Assistant to verify other "
+             "settings for the User Report.");
+}
+
+QString MacroText() {
+  return QStringLiteral("Cannot execute a macro in the Excel file.  ") +
+         QStringLiteral("Ensure that the Excel Macro exists.  ") + kCrLf + kCrLf +
+         QStringLiteral(
+             "Alternatively, the default settings for the template in the applicaton's database may be incorrect.");
+}
+
+// The runtime names the program itself when an error carries no source.
+QString SourceOf(const platform::AppError& error) {
+  return error.Source().isEmpty() ? QStringLiteral("Tabulon") : error.Source();
+}
+
+}  // namespace
+
+void ShowMissingParameters(const QString& queryName) {
+  Show(QStringLiteral("Missing query parameters for: '") + queryName +
+           QStringLiteral("'.  Operation cancelled.  Please check defaults."),
+       platform::vbCritical);
+}
+
+void ShowWrongParameterCount(const QString& queryName) {
+  Show(QStringLiteral("Wrong number of query parameters for: '") + queryName +
+           QStringLiteral("'.  Operation cancelled.  Please check defaults."),
+       platform::vbCritical);
+}
+
+void ShowNoResults() {
+  Show(QStringLiteral("Operation cancelled.  No results available for the specified parameter(s).  Use valid "
+                      "parameter value(s) and try again."),
+       platform::vbInformation);
+}
+
+void ShowTooManyRows(long recordCount) {
+  Show(QStringLiteral("The maximum number or rows allowed per worksheet is 65,536.  ") +
+           QStringLiteral("Your query contains ") + QString::number(recordCount) + QStringLiteral(" records.") +
+           kCrLf + kCrLf + QStringLiteral("Operation cancelled by system."),
+       platform::vbCritical);
+}
+
+void ShowRunError(const platform::AppError& error) {
+  switch (error.Number()) {
+    case kErrNoFileName:
+      return Show(QStringLiteral("A new file name must be specified to Export results.  Operation cancelled by user."),
+                  platform::vbInformation);
+    case kErrTemplateOrTarget:
+      return Show(TemplateOrTargetText(), platform::vbExclamation);
+    case kErrMacro:
+      return Show(MacroText(), platform::vbExclamation);
+    case kErrBadInstruction:
+      return Show(QStringLiteral("Export incomplete.  Invalid instruction encountered during export.  Ensure template "
+                                 "is in the expected directory, and that the worksheet name for the template was "
+                                 "specified correctly (etc.)."),
+                  platform::vbExclamation);
+    default:
+      return Show(QStringLiteral("Unexpected Error: ") + error.Description() + QStringLiteral(" in ") +
+                      SourceOf(error) + QStringLiteral("  Operation cancelled."),
+                  platform::vbCritical);
+  }
+}
+
+}  // namespace basExporter

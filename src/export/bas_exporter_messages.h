@@ -1,0 +1,20 @@
+// The messages an export run shows, worded as the family's exporter has
+// always worded them, slips included: users and their notes know them so.
+#pragma once
+
+#include <QString>
+
+namespace platform {
+class AppError;
+}
+
+namespace basExporter {
+
+void ShowMissingParameters(const QString& queryName);
+void ShowWrongParameterCount(const QString& queryName);
+void ShowNoResults();
+void ShowTooManyRows(long recordCount);
+// The run's error handler: one message chosen by the error's number.
+void ShowRunError(const platform::AppError& error);
+
+}  // namespace basExporter

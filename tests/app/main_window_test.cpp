@@ -1,0 +1,137 @@
+// The main window once started: changing the database, leaving, where the
+// window's placement is kept, and the question before a run.
+#include <QFile>
+#include <QListWidget>
+
+#include "app/frm_tabulon.h"
+#include "app/mglobals.h"
+#include "app/mmain.h"
+#include "platform/settings/application_settings.h"
+#include "platform/ui/desktop_window.h"
+#include "shell_fixture.h"
+
+namespace {
+
+const QString kCloseQuestion = QStringLiteral("Close Excel Export Assistant?");
+const QString kDatabaseError = QStringLiteral(
+    "Unexpected error accessing the database.  Contact system provider if you are unable to resolve this problem.  "
+    "Operation cancelled.");
+const platform::WindowPlacement kEarlierPlacement{111, 222, 3333, 4444};
+
+class MainWindowTest : public ShellTest {
+ protected:
+  void SetUp() override {
+    ShellTest::SetUp();
+    database_ = CopyOfReportsDatabase();
+    RecordDatabasePath(database_);
+    MMain::Main();
+    ASSERT_NE(gMainWindow, nullptr);
+    ASSERT_EQ(gMainWindow->lstAvailableQueries->count(), 7);
+  }
+
+  static platform::WindowPlacement SavedPlacement() {
+    return platform::ReadWindowPlacement(QStringLiteral("Tabulon"), QStringLiteral("Settings"), {});
+  }
+
+  QString database_;
+};
+
+TEST_F(MainWindowTest, FileOpenCancelAsksToCloseEveryTimeAndNoKeepsTheDatabase) {
+  CRegistry family;
+  family.SetRegMainKey(QString::fromLatin1(kFamilyMainKey));
+  family.WriteRegistry(QStringLiteral("File"), QStringLiteral("LatestDatabasePath"), QStringLiteral("/srv/surveys"));
+  script.AnswerFileDialog(std::nullopt);
+  script.AnswerMessageBox(platform::vbNo);
+  gMainWindow->mnuFileOpen_Click();
+  script.AnswerFileDialog(std::nullopt);
+  script.AnswerMessageBox(platform::vbYes);
+  EXPECT_THROW(gMainWindow->mnuFileOpen_Click(), ProgramEnded);
+
+  ASSERT_EQ(script.FileDialogsShown().size(), 2);
+  const auto& request = script.FileDialogsShown()[0].request;
+  EXPECT_EQ(request.title, QStringLiteral("Location of Database"));
+  EXPECT_EQ(request.filter, QStringLiteral("Access Database (*.mdb)|*.mdb"));
+  EXPECT_EQ(request.initialDir, QStringLiteral("/srv/surveys"));
+  EXPECT_EQ(request.fileName, QString());
+  ASSERT_EQ(script.MessageBoxes().size(), 2);
+  for (const auto& box : script.MessageBoxes()) {
+    EXPECT_EQ(box.prompt, kCloseQuestion);
+    EXPECT_EQ(box.title, QStringLiteral("Close?"));
+    EXPECT_EQ(box.style, 292);
+  }
+  EXPECT_EQ(gMainWindow->PanelText(QStringLiteral("Source")), QStringLiteral("Source: ") + database_);
+  EXPECT_EQ(gMainWindow->lstAvailableQueries->count(), 7);
+}
+
+TEST_F(MainWindowTest, FileOpenSwitchesToTheChosenDatabaseAndADamagedOneKeepsTheOld) {
+  const QString second = CopyOfReportsDatabase(QStringLiteral("second.mdb"));
+  script.AnswerFileDialog(second);
+  gMainWindow->mnuFileOpen_Click();
+  EXPECT_EQ(gMainWindow->PanelText(QStringLiteral("Source")), QStringLiteral("Source: ") + second);
+  EXPECT_EQ(gFile->CurrentFile(), second);
+  EXPECT_EQ(gMainWindow->lstAvailableQueries->count(), 7);
+
+  const QString damaged = TempFile(QStringLiteral("damaged.mdb"));
+  QFile file(damaged);
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  file.write("not a database");
+  file.close();
+  script.AnswerFileDialog(damaged);
+  gMainWindow->mnuFileOpen_Click();
+
+  ASSERT_EQ(script.MessageBoxes().size(), 1);
+  EXPECT_EQ(script.MessageBoxes()[0].prompt, kDatabaseError);
+  EXPECT_EQ(script.MessageBoxes()[0].title, QStringLiteral("Excel Export Assistant"));
+  EXPECT_EQ(gMainWindow->PanelText(QStringLiteral("Source")), QStringLiteral("Source: ") + second);
+  EXPECT_EQ(gMainWindow->lstAvailableQueries->count(), 7);
+}
+
+TEST_F(MainWindowTest, ClosingSavesThePlacementInTwipsButNotWhenMinimised) {
+  gMainWindow->setGeometry(40, 60, 500, 300);
+  const platform::WindowPlacement shown = platform::PlacementInTwips(*gMainWindow);
+  frmTabulon* first = gMainWindow;
+  first->close();
+  EXPECT_EQ(SavedPlacement(), shown);
+  EXPECT_EQ(gMainWindow, nullptr);
+  delete first;
+
+  platform::SaveWindowPlacement(QStringLiteral("Tabulon"), QStringLiteral("Settings"), kEarlierPlacement);
+  gMainWindow = new frmTabulon();
+  gMainWindow->show();
+  gMainWindow->showMinimized();
+  frmTabulon* window = gMainWindow;
+  window->close();
+  delete window;
+  EXPECT_EQ(SavedPlacement(), kEarlierPlacement);
+}
+
+TEST_F(MainWindowTest, FileExitEndsAtOnceWithoutSavingThePlacement) {
+  platform::SaveWindowPlacement(QStringLiteral("Tabulon"), QStringLiteral("Settings"), kEarlierPlacement);
+  EXPECT_THROW(gMainWindow->mnuFileExit_Click(), ProgramEnded);
+  EXPECT_EQ(SavedPlacement(), kEarlierPlacement);
+}
+
+TEST_F(MainWindowTest, RunQuestionNoOnlyClosesTheQuestion) {
+  gMainWindow->lstAvailableQueries->setCurrentRow(5);
+  script.AnswerMessageBox(platform::vbNo);
+  gMainWindow->lstAvailableQueries_DblClick();
+
+  ASSERT_EQ(script.MessageBoxes().size(), 1);
+  EXPECT_EQ(script.MessageBoxes()[0].prompt,
+            QStringLiteral("The selected report will be run with the currently defined parameters (if needed) and "
+                           "destination settings.\r\n\r\n*Use the Tabulon Export Assistant to find and change report "
+                           "parameters.\r\n\r\nRun the report now?"));
+  EXPECT_EQ(script.MessageBoxes()[0].style, platform::vbYesNo | platform::vbQuestion);
+  EXPECT_EQ(script.MessageBoxes()[0].title, QStringLiteral("Tabulon"));
+  EXPECT_TRUE(script.FileDialogsShown().isEmpty());
+  EXPECT_EQ(gMainWindow->PanelText(QStringLiteral("Status")), QString());
+  EXPECT_TRUE(gMainWindow->isVisible());
+}
+
+TEST_F(MainWindowTest, TheAssistantsCommandsAreNotShownYetAndHelpIsOnF1) {
+  EXPECT_FALSE(gMainWindow->mnuEditExcelTemplates->isVisible());
+  EXPECT_EQ(gMainWindow->mnuHelpContents->shortcut(), QKeySequence(Qt::Key_F1));
+  EXPECT_TRUE(QFile::exists(gApp->HelpFile())) << gApp->HelpFile().toStdString();
+}
+
+}  // namespace

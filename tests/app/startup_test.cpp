@@ -1,0 +1,141 @@
+// From an empty process to the main window: which database is opened, what
+// the person is asked when none is recorded, and what a bad choice gives.
+#include <QFile>
+#include <QListWidget>
+
+#include "app/frm_tabulon.h"
+#include "app/mglobals.h"
+#include "app/mmain.h"
+#include "platform/ui/login_name.h"
+#include "platform/ui/mouse_pointer.h"
+#include "shell_fixture.h"
+
+using platform::ScriptedDialogs;
+
+namespace {
+
+const QStringList kFixtureReports = {
+    QStringLiteral("Broken Parameters=5"), QStringLiteral("Contacts=2"),      QStringLiteral("Empty Report=4"),
+    QStringLiteral("Missing Query=6"),     QStringLiteral("O'Neil catch=3"),  QStringLiteral("Quarterly=7"),
+    QStringLiteral("Sales Review=1")};
+constexpr int kExitQuestionStyle = 292;
+
+class StartupTest : public ShellTest {
+ protected:
+  void ExpectDatabaseDialogs(int count, const QString& initialDir) {
+    ASSERT_EQ(script.FileDialogsShown().size(), count);
+    for (const auto& shown : script.FileDialogsShown()) {
+      EXPECT_EQ(shown.kind, ScriptedDialogs::FileDialogKind::kOpen);
+      EXPECT_EQ(shown.request.title, QStringLiteral("Location of database"));
+      EXPECT_EQ(shown.request.filter, QStringLiteral("Access Database (*.mdb)|*.mdb"));
+      EXPECT_EQ(shown.request.initialDir, initialDir);
+    }
+  }
+  void ExpectExitQuestions(int count) {
+    ASSERT_EQ(script.MessageBoxes().size(), count);
+    for (const auto& box : script.MessageBoxes()) {
+      EXPECT_EQ(box.prompt, QStringLiteral("Exit?"));
+      EXPECT_EQ(box.style, kExitQuestionStyle);
+      EXPECT_EQ(box.title, QStringLiteral("Tabulon"));
+    }
+  }
+};
+
+TEST_F(StartupTest, RecordedDatabaseIsOpenedAndItsReportsListedByName) {
+  const QString database = CopyOfReportsDatabase();
+  RecordDatabasePath(database);
+
+  MMain::Main();
+
+  EXPECT_TRUE(script.MessageBoxes().isEmpty());
+  EXPECT_TRUE(script.FileDialogsShown().isEmpty());
+  ASSERT_NE(gMainWindow, nullptr);
+  EXPECT_TRUE(gMainWindow->isVisible());
+  EXPECT_EQ(ListedReports(), kFixtureReports);
+  EXPECT_EQ(gMainWindow->PanelText(QStringLiteral("Source")), QStringLiteral("Source: ") + database);
+  EXPECT_EQ(gMainWindow->PanelText(QStringLiteral("User")), QStringLiteral("User: ") + platform::LoginName());
+  EXPECT_TRUE(gDatabaseLoaded);
+  EXPECT_EQ(gFile->CurrentFile(), database);
+  EXPECT_EQ(gApp->UserName(), platform::LoginName());
+  EXPECT_EQ(platform::MousePointer(), platform::vbDefault);
+}
+
+TEST_F(StartupTest, WithoutARecordedDatabaseCancellingAsksExitUntilYesEndsTheProgram) {
+  script.AnswerFileDialog(std::nullopt);
+  script.AnswerMessageBox(platform::vbNo);
+  script.AnswerFileDialog(std::nullopt);
+  script.AnswerMessageBox(platform::vbYes);
+
+  EXPECT_THROW(MMain::Main(), ProgramEnded);
+
+  ExpectDatabaseDialogs(2, QString());
+  ExpectExitQuestions(2);
+  ASSERT_NE(gMainWindow, nullptr);
+  EXPECT_FALSE(gMainWindow->isVisible());
+}
+
+TEST_F(StartupTest, WithoutARecordedDatabaseNoAsksAgainAndTheChosenFileIsOpenedButNotRecorded) {
+  const QString database = CopyOfReportsDatabase();
+  script.AnswerFileDialog(std::nullopt);
+  script.AnswerMessageBox(platform::vbNo);
+  script.AnswerFileDialog(database);
+
+  MMain::Main();
+
+  ExpectDatabaseDialogs(2, QString());
+  ExpectExitQuestions(1);
+  EXPECT_EQ(ListedReports(), kFixtureReports);
+  EXPECT_TRUE(gDatabaseLoaded);
+  EXPECT_EQ(gRegistry->ReadRegistry(QStringLiteral("StartUp"), QStringLiteral("DatabasePath")), QString());
+}
+
+TEST_F(StartupTest, ShortRecordedPathIsAskedForAndAShortChoiceLeavesAnEmptyWindow) {
+  RecordDatabasePath(QStringLiteral("C:"));
+  script.AnswerFileDialog(QStringLiteral("ab"));
+
+  MMain::Main();
+
+  ExpectDatabaseDialogs(1, QStringLiteral("C:"));
+  ASSERT_EQ(script.MessageBoxes().size(), 1);
+  EXPECT_EQ(script.MessageBoxes()[0].prompt, QStringLiteral("Please locate a valid Access database"));
+  EXPECT_EQ(script.MessageBoxes()[0].style, platform::vbExclamation);
+  EXPECT_EQ(script.MessageBoxes()[0].title, QStringLiteral("Tabulon"));
+  EXPECT_TRUE(gMainWindow->isVisible());
+  EXPECT_EQ(gMainWindow->lstAvailableQueries->count(), 0);
+  EXPECT_EQ(gMainWindow->PanelText(QStringLiteral("Source")), QString());
+  EXPECT_FALSE(gDatabaseLoaded);
+}
+
+TEST_F(StartupTest, OneCharacterRecordedFolderIsNotOfferedAsTheStartFolder) {
+  RecordDatabasePath(QStringLiteral("C"));
+  script.AnswerFileDialog(QStringLiteral("x"));
+
+  MMain::Main();
+
+  ExpectDatabaseDialogs(1, QString());
+  EXPECT_EQ(BoxPrompts(), QStringList{QStringLiteral("Please locate a valid Access database")});
+}
+
+TEST_F(StartupTest, DamagedDatabaseIsReportedOnceAndTheWindowStillOpens) {
+  const QString damaged = TempFile(QStringLiteral("damaged.mdb"));
+  QFile file(damaged);
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  file.write(QByteArray(4096, '\x5a'));
+  file.close();
+  RecordDatabasePath(damaged);
+
+  MMain::Main();
+
+  ASSERT_EQ(script.MessageBoxes().size(), 1);
+  const auto& box = script.MessageBoxes()[0];
+  EXPECT_TRUE(box.prompt.startsWith(QStringLiteral("There was an error launching this application. Please try again.")))
+      << box.prompt.toStdString();
+  EXPECT_EQ(box.style, platform::vbCritical);
+  EXPECT_EQ(box.title, QStringLiteral("Tabulon"));
+  EXPECT_TRUE(gMainWindow->isVisible());
+  EXPECT_EQ(gMainWindow->lstAvailableQueries->count(), 0);
+  EXPECT_FALSE(gDatabaseLoaded);
+  EXPECT_EQ(platform::MousePointer(), platform::vbDefault);
+}
+
+}  // namespace
