@@ -4,6 +4,7 @@
 #include <QUrl>
 
 #include <com/sun/star/beans/PropertyValue.hpp>
+#include <com/sun/star/container/XIndexAccess.hpp>
 #include <com/sun/star/container/XNamed.hpp>
 #include <com/sun/star/document/MacroExecMode.hpp>
 #include <com/sun/star/document/UpdateDocMode.hpp>
@@ -69,10 +70,13 @@ bool LoadedAsWorkbook(const css::uno::Reference<css::lang::XComponent>& componen
   return false;
 }
 
-// Excel 97-2003 opens a new workbook with three sheets.
+// Excel 97-2003 opens a new workbook with three sheets, Sheet1 to Sheet3,
+// whatever the language; the office names its one sheet in the user's.
 void MakeDefaultSheets(WorkbookState& book) {
   const auto sheets = book.document->getSheets();
-  for (int n = 1; n <= 3; ++n) {
+  css::uno::Reference<css::container::XIndexAccess> by_index(sheets, css::uno::UNO_QUERY_THROW);
+  css::uno::Reference<css::container::XNamed>(by_index->getByIndex(0), css::uno::UNO_QUERY_THROW)->setName("Sheet1");
+  for (int n = 2; n <= 3; ++n) {
     const auto name = ToOUString(QStringLiteral("Sheet%1").arg(n));
     if (!sheets->hasByName(name)) sheets->insertNewByName(name, static_cast<sal_Int16>(n - 1));
   }
