@@ -1,0 +1,255 @@
+// A report run from the report tables to the saved workbook, read back with
+// a reader that shares nothing with the office; and every way a run stops.
+#include <QDir>
+#include <QFile>
+#include <ostream>
+
+#include "export/bas_exporter.h"
+#include "export_run_fixture.h"
+#include "platform/dao/dao.h"
+#include "platform/settings/cregistry.h"
+
+inline void PrintTo(const QString& text, std::ostream* out) { *out << '"' << text.toStdString() << '"'; }
+
+namespace {
+
+using platform::ScriptedDialogs;
+
+const QString kWorking = QStringLiteral("Status: Working.  Please wait...");
+const QString kComplete = QStringLiteral("Status: Complete!");
+const QStringList kFinished = {QStringLiteral("Status"), kWorking, kComplete};
+const QStringList kLeftEarly = {QStringLiteral("Status"), kWorking};
+const QString kCatchTemplate = QStringLiteral(TABULON_SAMPLE_TEMPLATES "/CatchSummary.xls");
+// "Broken Parameters": its one user query runs "Sales by Year".
+constexpr int kSalesByYearReport = 5;
+constexpr int kSalesByYearQuery = 7;
+
+QString LatestReportTargetPath() {
+  CRegistry family;
+  family.SetRegMainKey(QStringLiteral("Software\\Varnel Technologies\\Ondara3\\"));
+  return family.ReadRegistry(QStringLiteral("Tabulon"), QStringLiteral("LatestReportTargetPath"));
+}
+
+// What the saved query gives, to compare the pasted block with.
+std::unique_ptr<dao::Recordset> QueryResult(const QString& database, const QString& query, const QStringList& values) {
+  auto db = dao::DBEngine::Workspaces(0).OpenDatabase(database);
+  dao::QueryDef def = db->QueryDefs(query);
+  for (int k = 0; k < values.size(); ++k) def.Parameters().Item(k).Value = values[k];
+  return def.OpenRecordset();
+}
+
+void ExpectBlockAt(const XlsSheet& sheet, const dao::Recordset& records, int row, int column) {
+  // The header shows a field's caption where it has one, as Access does.
+  for (int f = 0; f < records.FieldCount(); ++f) {
+    const dao::FieldInfo& field = records.Field(f);
+    EXPECT_EQ(sheet.Text(row, column + f), field.caption.isEmpty() ? field.name : field.caption) << "header " << f;
+  }
+  EXPECT_EQ(sheet.Text(row + 1, column), records.Rows().first().first().toString());
+  EXPECT_EQ(sheet.Text(row + records.RecordCount(), column), records.Rows().last().first().toString());
+  EXPECT_EQ(sheet.At(row + records.RecordCount() + 1, column).kind, XlsCell::Kind::kEmpty);
+}
+
+class ExportRunFlow : public ExportRunTest {
+ protected:
+  // "Sales by Year" into the sample template's Catch sheet with its macros.
+  void SalesByYearIntoCatchTemplate(const QString& macros, const QString& parameters) {
+    ChangeUserQuery(kSalesByYearQuery, {{"ExcelTemplate", Text(kCatchTemplate)},
+                                        {"ExcelSheetName", Text(QStringLiteral("Catch"))},
+                                        {"ExcelTargetRow", Number(4)},
+                                        {"ExcelTargetColumn", Number(1)},
+                                        {"ExcelMacros", Text(macros)},
+                                        {"DefaultQueryParameters", Text(parameters)}});
+  }
+};
+
+TEST_F(ExportRunFlow, AReportRunWritesEveryBlockAtItsPlaceAndDescribesItselfOnTheInformationSheet) {
+  const QString file = OutputFile(QStringLiteral("Quarterly.xls"));
+  script.AnswerFileDialog(file);
+
+  Run(QStringLiteral("Quarterly"), 7);
+
+  EXPECT_TRUE(script.MessageBoxes().isEmpty()) << script.MessageBoxes().value(0).prompt.toStdString();
+  EXPECT_EQ(statuses, kFinished);
+  ASSERT_EQ(script.FileDialogsShown().size(), 1);
+  const ScriptedDialogs::FileDialogShown& save = script.FileDialogsShown()[0];
+  EXPECT_EQ(save.kind, ScriptedDialogs::FileDialogKind::kSave);
+  EXPECT_EQ(save.request.title, QStringLiteral("Specify a New Name for the Excel Output File"));
+  EXPECT_EQ(save.request.filter, QStringLiteral("All Files (*.*)|*.*|Excel Files (*.xls)|*.xls"));
+  EXPECT_EQ(save.request.filterIndex, 2);
+  EXPECT_EQ(save.request.fileName, QStringLiteral("Quarterly"));
+  EXPECT_EQ(save.request.flags, 0x802);
+  EXPECT_TRUE(save.request.cancelError);
+  EXPECT_EQ(LatestReportTargetPath(), OutputFolder() + QStringLiteral("/"));
+  EXPECT_EQ(opened, QStringList{file});
+
+  const XlsBook book = ReadXls(file);
+  ASSERT_TRUE(book.SheetNames().contains(QStringLiteral("Information"))) << book.SheetNames().join(',').toStdString();
+  const XlsSheet& data = book.Sheet(QStringLiteral("Sheet1"));
+  ExpectBlockAt(data, *QueryResult(Database(), QStringLiteral("Quarterly Orders by Product"), {}), 5, 3);
+  ExpectBlockAt(data, *QueryResult(Database(), QStringLiteral("Invoices Filter"), {QStringLiteral("10250")}), 1, 1);
+
+  const XlsSheet& info = book.Sheet(QStringLiteral("Information"));
+  EXPECT_EQ(info.Text(2, 3), QStringLiteral("mfisher"));
+  EXPECT_EQ(info.Text(4, 3), Database());
+  EXPECT_EQ(info.Text(6, 3), QStringLiteral("Quarterly"));
+  EXPECT_EQ(info.Text(7, 3), QStringLiteral("Crosstab at row 5, column 3; then the invoice of order 10250."));
+  EXPECT_EQ(info.Text(11, 3), QStringLiteral("- Quarterly Orders by Product"));
+  EXPECT_EQ(info.Text(13, 3), QStringLiteral("- Invoices Filter"));
+  EXPECT_EQ(info.Text(13, 7), QStringLiteral("- Forms!Orders![OrderID]"));
+  EXPECT_EQ(info.Text(14, 7), QStringLiteral("- 10250"));
+}
+
+TEST_F(ExportRunFlow, TheNextRunStartsInTheRememberedFolderAndCancellingItsDialogWritesNothing) {
+  CRegistry family;
+  family.SetRegMainKey(QStringLiteral("Software\\Varnel Technologies\\Ondara3\\"));
+  family.WriteRegistry(QStringLiteral("Tabulon"), QStringLiteral("LatestReportTargetPath"), OutputFolder() + "/");
+  script.AnswerFileDialog(std::nullopt);
+
+  Run(QStringLiteral("Quarterly"), 7);
+
+  ASSERT_EQ(script.FileDialogsShown().size(), 1);
+  EXPECT_EQ(script.FileDialogsShown()[0].request.initialDir, OutputFolder() + "/");
+  EXPECT_TRUE(script.MessageBoxes().isEmpty());
+  EXPECT_EQ(statuses, kFinished);
+  EXPECT_TRUE(QDir(OutputFolder()).isEmpty());
+}
+
+TEST_F(ExportRunFlow, ATemplatesMacrosRunOnTheBlockAndAMissingMacroIsNamed) {
+  SalesByYearIntoCatchTemplate(QStringLiteral("FormatCatchBlock/ AddTotals "), QStringLiteral("01-Jan-1997/31-Mar-1997"));
+  const QString file = OutputFile(QStringLiteral("catch.xls"));
+  script.AnswerFileDialog(file);
+  Run(QStringLiteral("Broken Parameters"), kSalesByYearReport);
+  EXPECT_TRUE(script.MessageBoxes().isEmpty()) << script.MessageBoxes().value(0).prompt.toStdString();
+  auto records = QueryResult(Database(), QStringLiteral("Sales by Year"),
+                             {QStringLiteral("01-Jan-1997"), QStringLiteral("31-Mar-1997")});
+  const XlsSheet& sheet = ReadXls(file).Sheet(QStringLiteral("Catch"));
+  EXPECT_EQ(sheet.Text(4, 1), records->Field(0).caption.isEmpty() ? records->Field(0).name : records->Field(0).caption);
+  EXPECT_EQ(sheet.Text(1, 1), QStringLiteral("Catch summary")) << "the template's title stays";
+  EXPECT_EQ(sheet.Text(5 + records->RecordCount(), 1), QStringLiteral("Total")) << "AddTotals ran";
+
+  SalesByYearIntoCatchTemplate(QStringLiteral("FormatCatchBlock/NoSuchMacro"), QStringLiteral("01-Jan-1997/31-Mar-1997"));
+  script.AnswerFileDialog(OutputFile(QStringLiteral("catch2.xls")));
+  statuses.clear();
+  Run(QStringLiteral("Broken Parameters"), kSalesByYearReport);
+  const auto box = OnlyBox();
+  EXPECT_EQ(box.prompt, QStringLiteral("Cannot execute a macro in the Excel file.  Ensure that the Excel Macro exists.  "
+                                       "\r\n\r\nAlternatively, the default settings for the template in the "
+                                       "applicaton's database may be incorrect."));
+  EXPECT_EQ(box.style, 48);
+  EXPECT_EQ(box.title, QStringLiteral("Excel Exporter"));
+  EXPECT_EQ(statuses, kFinished);
+}
+
+TEST_F(ExportRunFlow, StoredParametersMissingOrMiscountedStopTheRunBeforeAnyFile) {
+  // The fixture stores an empty list for the query's two parameters.
+  Run(QStringLiteral("Broken Parameters"), kSalesByYearReport);
+  ChangeUserQuery(kSalesByYearQuery, {{"DefaultQueryParameters", Null()}});
+  Run(QStringLiteral("Broken Parameters"), kSalesByYearReport);
+
+  ASSERT_EQ(script.MessageBoxes().size(), 2);
+  EXPECT_EQ(script.MessageBoxes()[0].prompt,
+            QStringLiteral("Wrong number of query parameters for: 'Sales by Year'.  Operation cancelled.  Please check "
+                           "defaults."));
+  EXPECT_EQ(script.MessageBoxes()[1].prompt,
+            QStringLiteral("Missing query parameters for: 'Sales by Year'.  Operation cancelled.  Please check "
+                           "defaults."));
+  for (const auto& box : script.MessageBoxes()) {
+    EXPECT_EQ(box.style, 16);
+    EXPECT_EQ(box.title, QStringLiteral("Excel Exporter"));
+  }
+  EXPECT_TRUE(script.FileDialogsShown().isEmpty());
+  EXPECT_EQ(statuses, kLeftEarly + kLeftEarly) << "both leave without the finishing steps";
+}
+
+TEST_F(ExportRunFlow, AnEmptyFirstQueryCancelsTheRunAndLeavesTheCreatedFile) {
+  SalesByYearIntoCatchTemplate(QString(), QStringLiteral("01-Jan-1990/31-Jan-1990"));
+  const QString file = OutputFile(QStringLiteral("empty.xls"));
+  script.AnswerFileDialog(file);
+
+  Run(QStringLiteral("Broken Parameters"), kSalesByYearReport);
+
+  const auto box = OnlyBox();
+  EXPECT_EQ(box.prompt, QStringLiteral("Operation cancelled.  No results available for the specified parameter(s).  "
+                                       "Use valid parameter value(s) and try again."));
+  EXPECT_EQ(box.style, 64);
+  EXPECT_EQ(statuses, kLeftEarly);
+  EXPECT_TRUE(QFile::exists(file));
+  EXPECT_TRUE(opened.isEmpty());
+}
+
+TEST_F(ExportRunFlow, ABlockThatWouldRunPastTheSheetsLastColumnIsRefusedWholeWithTheRowLimitMessage) {
+  auto records = QueryResult(Database(), QStringLiteral("Sales by Year"),
+                             {QStringLiteral("01-Jan-1997"), QStringLiteral("31-Mar-1997")});
+  const QString expected = QStringLiteral("The maximum number or rows allowed per worksheet is 65,536.  Your query "
+                                          "contains %1 records.\r\n\r\nOperation cancelled by system.")
+                               .arg(records->RecordCount());
+  // A stored row is a 16-bit Integer, so below row 32767 only a block of
+  // more than 32,769 records could overrun; the columns run out sooner.
+  // The query has four columns: from column 253 they end at the sheet's last.
+  for (const auto& [column, fits] : {std::pair{254, false}, std::pair{253, true}}) {
+    SalesByYearIntoCatchTemplate(QString(), QStringLiteral("01-Jan-1997/31-Mar-1997"));
+    ChangeUserQuery(kSalesByYearQuery, {{"ExcelTargetRow", Number(2)}, {"ExcelTargetColumn", Number(column)}});
+    const QString file = OutputFile(QStringLiteral("limit%1.xls").arg(column));
+    script.AnswerFileDialog(file);
+    statuses.clear();
+    Run(QStringLiteral("Broken Parameters"), kSalesByYearReport);
+    EXPECT_EQ(statuses, kFinished);
+    EXPECT_EQ(ReadXls(file).SheetNames().contains(QStringLiteral("Information")), fits) << column;
+  }
+  ASSERT_EQ(script.MessageBoxes().size(), 1);
+  EXPECT_EQ(script.MessageBoxes()[0].prompt, expected);
+  EXPECT_EQ(script.MessageBoxes()[0].style, 16);
+  EXPECT_EQ(ReadXls(OutputFile(QStringLiteral("limit253.xls"))).Sheet(QStringLiteral("Catch")).Text(3, 256),
+            records->Rows().first().last().toString());
+}
+
+TEST_F(ExportRunFlow, WriterErrorsGetTheirOwnMessagesAndTheRunStillFinishes) {
+  // "Sales Review" names a Windows template that is not here; "Contacts"
+  // writes to a sheet a new workbook does not have.
+  script.AnswerFileDialog(OutputFile(QStringLiteral("sales.xls")));
+  Run(QStringLiteral("Sales Review"), 1);
+  script.AnswerFileDialog(OutputFile(QStringLiteral("contacts.xls")));
+  Run(QStringLiteral("Contacts"), 2);
+
+  ASSERT_EQ(script.MessageBoxes().size(), 2);
+  EXPECT_TRUE(script.MessageBoxes()[0].prompt.startsWith(
+      QStringLiteral("Cannot access the template or create the target Excel file.  An Excel file with the same name "
+                     "may be open")))
+      << script.MessageBoxes()[0].prompt.toStdString();
+  EXPECT_EQ(script.MessageBoxes()[1].prompt,
+            QStringLiteral("Export incomplete.  Invalid instruction encountered during export.  Ensure template is in "
+                           "the expected directory, and that the worksheet name for the template was specified "
+                           "correctly (etc.)."));
+  for (const auto& box : script.MessageBoxes()) EXPECT_EQ(box.style, 48);
+  EXPECT_EQ(statuses, kFinished + kFinished);
+}
+
+TEST_F(ExportRunFlow, OtherErrorsAreUnexpectedAndTheRunStillFinishes) {
+  Run(QStringLiteral("Empty Report"), 4);     // no queries: nothing to describe or save
+  Run(QStringLiteral("Missing Query"), 6);    // qryRetired is not a saved query
+  Run(QStringLiteral("O'Neil catch"), 3);     // a Null description cannot be read as text
+
+  ASSERT_EQ(script.MessageBoxes().size(), 3);
+  for (const auto& box : script.MessageBoxes()) {
+    EXPECT_TRUE(box.prompt.startsWith(QStringLiteral("Unexpected Error: "))) << box.prompt.toStdString();
+    EXPECT_TRUE(box.prompt.endsWith(QStringLiteral("  Operation cancelled."))) << box.prompt.toStdString();
+    EXPECT_EQ(box.style, 16);
+    EXPECT_EQ(box.title, QStringLiteral("Excel Exporter"));
+  }
+  EXPECT_EQ(script.MessageBoxes()[2].prompt,
+            QStringLiteral("Unexpected Error: Invalid use of Null in Tabulon  Operation cancelled."));
+  EXPECT_TRUE(script.FileDialogsShown().isEmpty());
+  EXPECT_EQ(statuses, kFinished + kFinished + kFinished);
+}
+
+TEST(OutputDate, DropsTheSecondsTheSameWayInEveryLocale) {
+  const QDateTime now(QDate(2004, 6, 3), QTime(14, 25, 59));
+  const QLocale before;
+  QLocale::setDefault(QLocale(QLocale::German));
+  const QDateTime german = basExporter::OutputDate(now);
+  QLocale::setDefault(before);
+  EXPECT_EQ(german, QDateTime(QDate(2004, 6, 3), QTime(14, 25)));
+  EXPECT_EQ(basExporter::OutputDate(now), german);
+}
+
+}  // namespace
