@@ -38,7 +38,8 @@ std::unique_ptr<dao::Recordset> QueryResult(const QString& database, const QStri
   return def.OpenRecordset();
 }
 
-void ExpectBlockAt(const XlsSheet& sheet, const dao::Recordset& records, int row, int column) {
+// `alone`: nothing written below the block.
+void ExpectBlockAt(const XlsSheet& sheet, const dao::Recordset& records, int row, int column, bool alone = true) {
   // The header shows a field's caption where it has one, as Access does.
   for (int f = 0; f < records.FieldCount(); ++f) {
     const dao::FieldInfo& field = records.Field(f);
@@ -46,7 +47,9 @@ void ExpectBlockAt(const XlsSheet& sheet, const dao::Recordset& records, int row
   }
   EXPECT_EQ(sheet.Text(row + 1, column), records.Rows().first().first().toString());
   EXPECT_EQ(sheet.Text(row + records.RecordCount(), column), records.Rows().last().first().toString());
-  EXPECT_EQ(sheet.At(row + records.RecordCount() + 1, column).kind, XlsCell::Kind::kEmpty);
+  if (alone) {
+    EXPECT_EQ(sheet.At(row + records.RecordCount() + 1, column).kind, XlsCell::Kind::kEmpty);
+  }
 }
 
 class ExportRunFlow : public ExportRunTest {
@@ -138,6 +141,49 @@ TEST_F(ExportRunFlow, ATemplatesMacrosRunOnTheBlockAndAMissingMacroIsNamed) {
   EXPECT_EQ(box.style, 48);
   EXPECT_EQ(box.title, QStringLiteral("Excel Exporter"));
   EXPECT_EQ(statuses, kFinished);
+}
+
+TEST_F(ExportRunFlow, QueriesWithoutATemplateWriteToTheLastTemplatesSheetAndWithoutAColumnAtA1) {
+  // "Sales Review": query 1 names the template; 2 and 3 name none, and 3
+  // has no target column, so both land at A1 of the template's sheet.
+  ChangeUserQuery(1, {{"ExcelTemplate", Text(kCatchTemplate)},
+                      {"ExcelSheetName", Text(QStringLiteral("Catch"))},
+                      {"ExcelMacros", Null()}});
+  const QString file = OutputFile(QStringLiteral("review.xls"));
+  script.AnswerFileDialog(file);
+
+  Run(QStringLiteral("Sales Review"), 1);
+
+  EXPECT_TRUE(script.MessageBoxes().isEmpty()) << script.MessageBoxes().value(0).prompt.toStdString();
+  const XlsBook book = ReadXls(file);
+  EXPECT_EQ(book.SheetNames(), QStringList({"Information", "Catch", "Notes", "Summary"}));
+  const XlsSheet& sheet = book.Sheet(QStringLiteral("Catch"));
+  auto tenMostExpensive = QueryResult(Database(), QStringLiteral("Ten Most Expensive Products"), {});
+  // Query 2's longer block at A1 shows below query 3's, which wrote over it.
+  ExpectBlockAt(sheet, *tenMostExpensive, 1, 1, false);
+  auto salesByCategory = QueryResult(Database(), QStringLiteral("Sales by Category"), {});
+  EXPECT_EQ(sheet.Text(1 + salesByCategory->RecordCount(), 1), salesByCategory->Rows().last().first().toString());
+  auto salesByCountry = QueryResult(Database(), QStringLiteral("Employee Sales by Country"),
+                                    {QStringLiteral("01-Dec-1996"), QStringLiteral("31-Dec-1996")});
+  EXPECT_EQ(sheet.Text(3, 2 + salesByCountry->FieldCount() - 1),
+            salesByCountry->Field(salesByCountry->FieldCount() - 1).name)
+      << "query 1's header, at row 3 column 2, keeps its last column";
+}
+
+TEST_F(ExportRunFlow, AnEmptyLaterQueryWritesItsHeaderAloneAndTheRunGoesOn) {
+  ChangeUserQuery(6, {{"DefaultQueryParameters", Text(QStringLiteral("99999"))}});
+  const QString file = OutputFile(QStringLiteral("quarterly.xls"));
+  script.AnswerFileDialog(file);
+
+  Run(QStringLiteral("Quarterly"), 7);
+
+  EXPECT_TRUE(script.MessageBoxes().isEmpty()) << script.MessageBoxes().value(0).prompt.toStdString();
+  EXPECT_EQ(statuses, kFinished);
+  const XlsBook book = ReadXls(file);
+  const XlsSheet& sheet = book.Sheet(QStringLiteral("Sheet1"));
+  EXPECT_EQ(sheet.Text(1, 1), QStringLiteral("Ship Name"));
+  EXPECT_EQ(sheet.At(2, 1).kind, XlsCell::Kind::kEmpty);
+  EXPECT_EQ(book.Sheet(QStringLiteral("Information")).Text(14, 7), QStringLiteral("- 99999"));
 }
 
 TEST_F(ExportRunFlow, StoredParametersMissingOrMiscountedStopTheRunBeforeAnyFile) {
