@@ -2,6 +2,8 @@
 // Access shows it in SQL view.
 #pragma once
 
+#include "jet/query.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -21,17 +23,7 @@ struct QueryRow {
 };
 
 // Jet's query kinds, numbered as the type row's flag stores them.
-enum class QueryKind {
-  kSelect = 1,
-  kMakeTable = 2,
-  kAppend = 3,
-  kUpdate = 4,
-  kDelete = 5,
-  kCrosstab = 6,
-  kDataDefinition = 7,
-  kPassThrough = 8,
-  kUnion = 9,
-};
+using QueryKind = ::jet::QueryType;
 
 // The kind from the catalogue flags (high nibble) or, when those say
 // select, from the type row; many select queries have no type row.

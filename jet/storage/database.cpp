@@ -34,6 +34,9 @@ struct Database::Impl {
 
   Status Layout(const CatalogEntry& entry, std::shared_ptr<const TableLayout>* out);
   Status LinkedDatabase(const CatalogEntry& link, Database** db, Database* owner);
+  // A readable table by name: its catalogue entry and, for a Jet link, the
+  // linked database that holds it (nullptr for a local table).
+  Status Locate(const std::string& name, Database* owner, const CatalogEntry** entry, Database** linked);
   Status OpenForWriting(FileSystem* fs);
   Status WritableTable(Database* db, const std::string& name, std::shared_ptr<const TableLayout>* layout);
   // Outside a transaction each change is committed (or dropped) on its own.
@@ -240,6 +243,19 @@ Status Database::Impl::Finish(Status change) {
   return CommitNow();
 }
 
+Status Database::Impl::Locate(const std::string& name, Database* owner, const CatalogEntry** entry,
+                              Database** linked) {
+  *entry = owner->FindTable(name);
+  *linked = nullptr;
+  if (!*entry) return Status::NotFound("no table named '" + name + "'", 3078);
+  if ((*entry)->kind == ObjectKind::kLinkedOdbc) {
+    return Status::Unsupported("'" + name + "' is linked through '" + (*entry)->connect +
+                               "', which cannot be read here");
+  }
+  if ((*entry)->kind == ObjectKind::kLinkedTable) return LinkedDatabase(**entry, linked, owner);
+  return Status::OK();
+}
+
 Database::Database(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 Database::~Database() = default;
 
@@ -293,16 +309,10 @@ Status Database::ResolveLink(const CatalogEntry& link, std::string* local_path) 
 }
 
 Status Database::GetTableDef(const std::string& name, std::shared_ptr<const TableDef>* def) {
-  const CatalogEntry* entry = FindTable(name);
-  if (!entry) return Status::NotFound("no table named '" + name + "'", 3078);
-  if (entry->kind == ObjectKind::kLinkedOdbc) {
-    return Status::Unsupported("'" + name + "' is linked through '" + entry->connect + "', which cannot be read here");
-  }
-  if (entry->kind == ObjectKind::kLinkedTable) {
-    Database* linked = nullptr;
-    JET_RETURN_IF_ERROR(impl_->LinkedDatabase(*entry, &linked, this));
-    return linked->GetTableDef(entry->foreign_name, def);
-  }
+  const CatalogEntry* entry = nullptr;
+  Database* linked = nullptr;
+  JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
+  if (linked) return linked->GetTableDef(entry->foreign_name, def);
   std::shared_ptr<const TableLayout> layout;
   JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
   *def = layout->def;
@@ -310,16 +320,10 @@ Status Database::GetTableDef(const std::string& name, std::shared_ptr<const Tabl
 }
 
 Status Database::OpenTable(const std::string& name, std::unique_ptr<TableCursor>* cursor) {
-  const CatalogEntry* entry = FindTable(name);
-  if (!entry) return Status::NotFound("no table named '" + name + "'", 3078);
-  if (entry->kind == ObjectKind::kLinkedOdbc) {
-    return Status::Unsupported("'" + name + "' is linked through '" + entry->connect + "', which cannot be read here");
-  }
-  if (entry->kind == ObjectKind::kLinkedTable) {
-    Database* linked = nullptr;
-    JET_RETURN_IF_ERROR(impl_->LinkedDatabase(*entry, &linked, this));
-    return linked->OpenTable(entry->foreign_name, cursor);
-  }
+  const CatalogEntry* entry = nullptr;
+  Database* linked = nullptr;
+  JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
+  if (linked) return linked->OpenTable(entry->foreign_name, cursor);
   std::shared_ptr<const TableLayout> layout;
   JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
   std::unique_ptr<TableScan> scan;
