@@ -1,0 +1,261 @@
+#include <algorithm>
+#include <cstring>
+#include <set>
+
+#include "jet/create.h"
+#include "storage/catalog_reader.h"
+#include "storage/journal.h"
+#include "storage/page_rows.h"
+#include "storage/property_blob_writer.h"
+#include "storage/row_decoder.h"
+#include "storage/table_layout.h"
+#include "storage/table_writer.h"
+#include "storage/tdef_writer.h"
+#include "storage/usage_map_writer.h"
+
+namespace jet {
+namespace {
+
+constexpr uint32_t kCatalogTdef = 2;
+constexpr int64_t kTablesContainer = 0x0F000001;
+constexpr size_t kInlineMapBytes = 64;
+constexpr size_t kIndexLeafEntries = 0x1E0;
+
+bool Same(const std::string& a, const std::string& b) {
+  return a.size() == b.size() &&
+         std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return std::tolower(x) == std::tolower(y); });
+}
+
+int FindColumn(const TableSpec& t, const std::string& name) {
+  for (size_t i = 0; i < t.columns.size(); ++i) {
+    if (Same(t.columns[i].name, name)) return static_cast<int>(i);
+  }
+  return -1;
+}
+
+Status Bad(const TableSpec& t, const std::string& why) {
+  return Status::InvalidArgument("cannot create table '" + t.name + "': " + why);
+}
+
+Status CheckColumns(const TableSpec& t) {
+  for (size_t i = 0; i < t.columns.size(); ++i) {
+    const ColumnSpec& c = t.columns[i];
+    if (c.name.empty() || c.name.size() > 64) return Bad(t, "a column name must have 1 to 64 characters");
+    if (FindColumn(t, c.name) != static_cast<int>(i)) return Bad(t, "the column '" + c.name + "' appears twice");
+    const bool sized = c.type == ColumnType::kText || c.type == ColumnType::kBinary;
+    if (sized && (c.size < 1 || c.size > 255)) {
+      return Bad(t, "the column '" + c.name + "' needs a size from 1 to 255");
+    }
+    if (!sized && FixedSize(c.type) == 0 && c.type != ColumnType::kBoolean && c.type != ColumnType::kMemo &&
+        c.type != ColumnType::kOle) {
+      return Bad(t, "the column '" + c.name + "' has a type new tables cannot have");
+    }
+    if (c.autonumber && c.type != ColumnType::kLong) {
+      return Bad(t, "only a Long Integer column can be an autonumber ('" + c.name + "')");
+    }
+  }
+  return Status::OK();
+}
+
+Status CheckIndexes(const TableSpec& t) {
+  int primaries = 0;
+  for (size_t i = 0; i < t.indexes.size(); ++i) {
+    const IndexSpec& idx = t.indexes[i];
+    if (idx.name.empty()) return Bad(t, "an index needs a name");
+    for (size_t j = 0; j < i; ++j) {
+      if (Same(t.indexes[j].name, idx.name)) return Bad(t, "the index '" + idx.name + "' appears twice");
+    }
+    if (idx.columns.empty() || idx.columns.size() > 10) {
+      return Bad(t, "the index '" + idx.name + "' must have 1 to 10 columns");
+    }
+    for (const std::string& col : idx.columns) {
+      const int n = FindColumn(t, col);
+      if (n < 0) return Bad(t, "the index '" + idx.name + "' names a missing column '" + col + "'");
+      const ColumnType type = t.columns[n].type;
+      if (type == ColumnType::kMemo || type == ColumnType::kOle) {
+        return Bad(t, "Memo and OLE columns cannot be indexed ('" + col + "')");
+      }
+    }
+    primaries += idx.primary;
+  }
+  if (primaries > 1) return Bad(t, "a table has at most one primary key");
+  return Status::OK();
+}
+
+Status CheckSpec(const TableSpec& t, const std::set<std::string>& taken) {
+  if (t.name.empty() || t.name.size() > 64) return Bad(t, "a table name must have 1 to 64 characters");
+  std::string lower = t.name;
+  std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char ch) { return std::tolower(ch); });
+  if (taken.count(lower)) return Bad(t, "an object of that name already exists");
+  if (t.columns.empty() || t.columns.size() > 255) return Bad(t, "a table has 1 to 255 columns");
+  if (t.indexes.size() > 32) return Bad(t, "a table has at most 32 indexes");
+  JET_RETURN_IF_ERROR(CheckColumns(t));
+  return CheckIndexes(t);
+}
+
+NewTable Describe(const TableSpec& t) {
+  NewTable out;
+  out.name = t.name;
+  for (const ColumnSpec& c : t.columns) {
+    NewColumn n;
+    n.name = c.name;
+    n.type = c.type;
+    n.size = c.type == ColumnType::kText ? static_cast<uint16_t>(c.size * 2)
+              : c.type == ColumnType::kBinary ? static_cast<uint16_t>(c.size)
+                                              : static_cast<uint16_t>(FixedSize(c.type));
+    n.nullable = !c.required && !c.autonumber;
+    n.autonumber = c.autonumber;
+    out.columns.push_back(std::move(n));
+  }
+  for (const IndexSpec& i : t.indexes) {
+    NewIndex n;
+    n.name = i.name;
+    for (const std::string& col : i.columns) n.columns.push_back(FindColumn(t, col));
+    n.primary = i.primary;
+    n.unique = i.unique || i.primary;
+    n.ignore_nulls = i.ignore_nulls;
+    n.required = i.primary;
+    out.indexes.push_back(std::move(n));
+  }
+  return out;
+}
+
+Bytes Properties(const TableSpec& t) {
+  std::vector<PropertyBlock> blocks;
+  if (!t.description.empty()) blocks.push_back({"", {{"Description", Value(ColumnType::kText, t.description)}}});
+  for (const ColumnSpec& c : t.columns) {
+    PropertyBlock b{c.name, {}};
+    if (!c.caption.empty()) b.values.push_back({"Caption", Value(ColumnType::kText, c.caption)});
+    if (!c.description.empty()) b.values.push_back({"Description", Value(ColumnType::kText, c.description)});
+    if (!c.format.empty()) b.values.push_back({"Format", Value(ColumnType::kText, c.format)});
+    if (c.required) b.values.push_back({"Required", Value(ColumnType::kBoolean, true)});
+    if (!b.values.empty()) blocks.push_back(std::move(b));
+  }
+  return blocks.empty() ? Bytes{} : EncodePropertyBlob(blocks);
+}
+
+uint32_t RowPointer(uint32_t page, size_t row) { return page << 8 | static_cast<uint32_t>(row); }
+
+// An inline map row that already covers `start` and the pages after it.
+StoredRow InlineMap(uint32_t start, uint32_t owned) {
+  StoredRow r;
+  r.bytes.assign(1 + 4 + kInlineMapBytes, 0);
+  start &= ~7u;
+  for (int i = 0; i < 4; ++i) r.bytes[1 + i] = uint8_t(start >> (8 * i));
+  if (owned >= start && owned < start + kInlineMapBytes * 8) {
+    r.bytes[5 + (owned - start) / 8] |= uint8_t(1u << ((owned - start) % 8));
+  }
+  return r;
+}
+
+// Writes the definition, its maps page and an empty root per index; returns
+// the definition's page.
+Status LayOut(Pager* pager, const NewTable& table, uint32_t* tdef_page) {
+  uint32_t map_page = 0;
+  JET_RETURN_IF_ERROR(AllocatePage(pager, tdef_page));
+  JET_RETURN_IF_ERROR(AllocatePage(pager, &map_page));
+  const uint32_t start = std::min(*tdef_page, map_page);
+  std::vector<StoredRow> rows{InlineMap(start, 0), InlineMap(start, 0)};
+  TdefPlacement where{RowPointer(map_page, 0), RowPointer(map_page, 1), {}, {}};
+  for (size_t i = 0; i < table.indexes.size(); ++i) {
+    uint32_t root = 0;
+    JET_RETURN_IF_ERROR(AllocatePage(pager, &root));
+    uint8_t* leaf = nullptr;
+    JET_RETURN_IF_ERROR(pager->MutablePage(root, &leaf));
+    std::memset(leaf, 0, pager->page_size());
+    leaf[0] = static_cast<uint8_t>(PageType::kIndexLeaf);
+    leaf[1] = 0x01;
+    const uint32_t free_bytes = pager->page_size() - kIndexLeafEntries;
+    leaf[2] = uint8_t(free_bytes);
+    leaf[3] = uint8_t(free_bytes >> 8);
+    for (int k = 0; k < 4; ++k) leaf[4 + k] = uint8_t(*tdef_page >> (8 * k));
+    where.index_roots.push_back(root);
+    where.index_maps.push_back(RowPointer(map_page, rows.size()));
+    rows.push_back(InlineMap(root, root));
+  }
+  uint8_t* maps = nullptr;
+  JET_RETURN_IF_ERROR(pager->MutablePage(map_page, &maps));
+  std::memset(maps, 0, pager->page_size());
+  maps[0] = static_cast<uint8_t>(PageType::kData);
+  maps[1] = 0x01;
+  JET_RETURN_IF_ERROR(StoreRows(rows, maps, pager->page_size()));
+  std::vector<uint8_t> tdef;
+  JET_RETURN_IF_ERROR(EncodeTableDef(table, where, pager->page_size(), &tdef));
+  uint8_t* page = nullptr;
+  JET_RETURN_IF_ERROR(pager->MutablePage(*tdef_page, &page));
+  std::memcpy(page, tdef.data(), tdef.size());
+  return Status::OK();
+}
+
+Row CatalogRow(const TableDef& def, const TableSpec& spec, uint32_t tdef_page, double created) {
+  Row row;
+  for (const ColumnDef& c : def.columns) row.push_back(Value::Null(c.type));
+  auto set = [&](const char* column, Value v) {
+    const int n = def.FindColumn(column);
+    if (n >= 0) row[n] = std::move(v);
+  };
+  set("Id", Value(ColumnType::kLong, int64_t{tdef_page}));
+  set("ParentId", Value(ColumnType::kLong, kTablesContainer));
+  set("Name", Value(ColumnType::kText, spec.name));
+  set("Type", Value(ColumnType::kInteger, int64_t{1}));
+  set("DateCreate", Value(ColumnType::kDateTime, DateTime{created}));
+  set("DateUpdate", Value(ColumnType::kDateTime, DateTime{created}));
+  set("Flags", Value(ColumnType::kLong, int64_t{0}));
+  Bytes props = Properties(spec);
+  if (!props.empty()) set("LvProp", Value(ColumnType::kOle, std::move(props)));
+  return row;
+}
+
+Status AddTables(Pager* pager, FileSystem* fs, const std::string& path, const std::vector<TableSpec>& tables,
+                 double created) {
+  TextReader text;
+  CatalogContents catalog;
+  JET_RETURN_IF_ERROR(ReadCatalog(*pager, text, &catalog));
+  std::set<std::string> taken;
+  for (const CatalogEntry& e : catalog.entries) {
+    std::string lower = e.name;
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char ch) { return std::tolower(ch); });
+    taken.insert(lower);
+  }
+  for (const TableSpec& t : tables) {
+    JET_RETURN_IF_ERROR(CheckSpec(t, taken));
+    std::string lower = t.name;
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char ch) { return std::tolower(ch); });
+    taken.insert(lower);
+  }
+  auto layout = std::make_shared<TableLayout>();
+  JET_RETURN_IF_ERROR(ReadTableLayout(*pager, text, kCatalogTdef, layout.get()));
+  std::shared_ptr<const TableLayout> objects = layout;
+  Writer writer(pager, &text, fs, path);
+  for (const TableSpec& t : tables) {
+    uint32_t tdef_page = 0;
+    Status s = LayOut(pager, Describe(t), &tdef_page);
+    if (s.ok()) s = writer.Insert(objects, CatalogRow(*layout->def, t, tdef_page, created), nullptr);
+    if (!s.ok()) {
+      writer.Rollback();
+      return s;
+    }
+  }
+  return writer.Commit();
+}
+
+}  // namespace
+
+Status CreateTables(const std::string& path, const std::vector<TableSpec>& tables, const CreateOptions& options) {
+  FileSystem* fs = options.file_system ? options.file_system : DefaultFileSystem();
+  if (!fs->Exists(path)) return Status::NotFound("file not found: " + path);
+  if (fs->Exists(JournalPath(path))) {
+    return Status::Busy("the database " + path + " has an unfinished commit; open it for writing first");
+  }
+  std::unique_ptr<File> file;
+  JET_RETURN_IF_ERROR(fs->Open(path, FileSystem::Mode::kReadWrite, &file));
+  JET_RETURN_IF_ERROR(file->LockForWriting());
+  std::unique_ptr<Pager> pager;
+  JET_RETURN_IF_ERROR(Pager::OpenFile(std::move(file), &pager));
+  if (pager->is_jet3() || pager->sort_order() != 0x0409 || pager->sort_order_version() != 0) {
+    return Status::Unsupported("tables can only be added to Jet 4 databases in the General sort order");
+  }
+  return AddTables(pager.get(), fs, path, tables, options.created);
+}
+
+}  // namespace jet
