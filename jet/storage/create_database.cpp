@@ -3,6 +3,7 @@
 #include <cstring>
 #include <vector>
 
+#include "storage/catalog_writer.h"
 #include "storage/page_rows.h"
 #include "storage/pager.h"
 #include "storage/row_decoder.h"
@@ -20,12 +21,7 @@ constexpr size_t kInlineMapBytes = 64;  // 512 pages per inline map row
 constexpr uint16_t kWesternCodePage = 1252;
 constexpr uint16_t kGeneralSortOrder = 0x0409;
 
-// Catalogue ids of the three containers Jet itself needs, and of the
-// database's own property row.
-constexpr int64_t kRootContainer = 0x0F000000;
-constexpr int64_t kTablesContainer = 0x0F000001;
-constexpr int64_t kDatabasesContainer = 0x0F000002;
-constexpr int64_t kRelationshipsContainer = 0x0F000003;
+// The catalogue id of the database's own property row.
 constexpr int64_t kDatabaseObject = 0x10000000;
 constexpr int64_t kSystemFlag = int64_t(int32_t(0x80000000));
 
@@ -69,7 +65,7 @@ std::vector<NewTable> SystemTables() {
   aces.indexes[0].required = true;
   NewTable queries{"MSysQueries", true,
                    {Col("Attribute", ColumnType::kByte), Col("Expression", kMemo), Col("Flag", ColumnType::kInteger),
-                    Col("LvExtra", kOle), Col("Name1", kText, 510), Col("Name2", kText, 510),
+                    Col("LvExtra", kLong), Col("Name1", kText, 510), Col("Name2", kText, 510),
                     Col("ObjectId", kLong), Col("Order", kBin, 510)},
                    {Idx("ObjectIdAttribute", {6, 0, 7})}};
   queries.indexes[0].primary = true;
@@ -174,27 +170,6 @@ Status BuildPages(double created, std::vector<uint8_t>* file) {
   return StoreRows(map_rows, map_page, kPageSize);
 }
 
-Value Long(int64_t v) { return Value(ColumnType::kLong, v); }
-
-Row CatalogRow(const TableDef& def, int64_t id, int64_t parent, const std::string& name, int64_t type,
-               int64_t flags, double created) {
-  Row row;
-  for (const ColumnDef& c : def.columns) row.push_back(Value::Null(c.type));
-  auto set = [&](const char* column, Value v) {
-    for (size_t i = 0; i < def.columns.size(); ++i) {
-      if (def.columns[i].name == column) row[i] = std::move(v);
-    }
-  };
-  set("Id", Long(id));
-  set("ParentId", Long(parent));
-  set("Name", Value(ColumnType::kText, name));
-  set("Type", Value(ColumnType::kInteger, type));
-  set("DateCreate", Value(ColumnType::kDateTime, DateTime{created}));
-  set("DateUpdate", Value(ColumnType::kDateTime, DateTime{created}));
-  set("Flags", Long(flags));
-  return row;
-}
-
 // The catalogue rows: containers, the database object and the system tables.
 Status FillCatalog(Pager* pager, FileSystem* fs, const std::string& path, double created) {
   TextReader text;
@@ -202,28 +177,28 @@ Status FillCatalog(Pager* pager, FileSystem* fs, const std::string& path, double
   JET_RETURN_IF_ERROR(ReadTableLayout(*pager, text, kFirstTdefPage, layout.get()));
   std::shared_ptr<const TableLayout> objects = layout;
   const TableDef& def = *layout->def;
-  constexpr int64_t kContainer = 3, kDatabase = 2, kTable = 1;
+  constexpr int64_t kContainer = kCatalogTypeContainer, kDatabase = kCatalogTypeDatabase, kTable = kCatalogTypeTable;
   struct Entry { int64_t id, parent; const char* name; int64_t type, flags; };
   const Entry entries[] = {
-      {kTablesContainer, kRootContainer, "Tables", kContainer, kSystemFlag},
-      {kDatabasesContainer, kRootContainer, "Databases", kContainer, kSystemFlag},
-      {kRelationshipsContainer, kRootContainer, "Relationships", kContainer, kSystemFlag},
-      {kDatabaseObject, kDatabasesContainer, "MSysDb", kDatabase, kSystemFlag},
-      {2, kTablesContainer, "MSysObjects", kTable, kSystemFlag},
-      {3, kTablesContainer, "MSysACEs", kTable, kSystemFlag},
-      {4, kTablesContainer, "MSysQueries", kTable, kSystemFlag},
-      {5, kTablesContainer, "MSysRelationships", kTable, kSystemFlag},
+      {kTablesContainerId, kRootContainerId, "Tables", kContainer, kSystemFlag},
+      {kDatabasesContainerId, kRootContainerId, "Databases", kContainer, kSystemFlag},
+      {kRelationshipsContainerId, kRootContainerId, "Relationships", kContainer, kSystemFlag},
+      {kDatabaseObject, kDatabasesContainerId, "MSysDb", kDatabase, kSystemFlag},
+      {2, kTablesContainerId, "MSysObjects", kTable, kSystemFlag},
+      {3, kTablesContainerId, "MSysACEs", kTable, kSystemFlag},
+      {4, kTablesContainerId, "MSysQueries", kTable, kSystemFlag},
+      {5, kTablesContainerId, "MSysRelationships", kTable, kSystemFlag},
       // The containers Access adds for its own objects.
-      {kSystemFlag + 0, kRootContainer, "DataAccessPages", kContainer, 0},
-      {kSystemFlag + 1, kRootContainer, "Forms", kContainer, 0},
-      {kSystemFlag + 2, kRootContainer, "Modules", kContainer, 0},
-      {kSystemFlag + 3, kRootContainer, "Reports", kContainer, 0},
-      {kSystemFlag + 4, kRootContainer, "Scripts", kContainer, 0},
-      {kSystemFlag + 5, kRootContainer, "SysRel", kContainer, 0},
+      {kSystemFlag + 0, kRootContainerId, "DataAccessPages", kContainer, 0},
+      {kSystemFlag + 1, kRootContainerId, "Forms", kContainer, 0},
+      {kSystemFlag + 2, kRootContainerId, "Modules", kContainer, 0},
+      {kSystemFlag + 3, kRootContainerId, "Reports", kContainer, 0},
+      {kSystemFlag + 4, kRootContainerId, "Scripts", kContainer, 0},
+      {kSystemFlag + 5, kRootContainerId, "SysRel", kContainer, 0},
   };
   Writer writer(pager, &text, fs, path);
   for (const Entry& e : entries) {
-    JET_RETURN_IF_ERROR(writer.Insert(objects, CatalogRow(def, e.id, e.parent, e.name, e.type, e.flags, created),
+    JET_RETURN_IF_ERROR(writer.Insert(objects, NewCatalogRow(def, e.id, e.parent, e.name, e.type, e.flags, created),
                                       nullptr));
   }
   return writer.Commit();

@@ -4,7 +4,7 @@
 
 #include "jet/create.h"
 #include "storage/catalog_reader.h"
-#include "storage/journal.h"
+#include "storage/catalog_writer.h"
 #include "storage/page_rows.h"
 #include "storage/property_blob_writer.h"
 #include "storage/row_decoder.h"
@@ -16,8 +16,6 @@
 namespace jet {
 namespace {
 
-constexpr uint32_t kCatalogTdef = 2;
-constexpr int64_t kTablesContainer = 0x0F000001;
 constexpr size_t kInlineMapBytes = 64;
 constexpr size_t kIndexLeafEntries = 0x1E0;
 
@@ -188,21 +186,9 @@ Status LayOut(Pager* pager, const NewTable& table, uint32_t* tdef_page) {
 }
 
 Row CatalogRow(const TableDef& def, const TableSpec& spec, uint32_t tdef_page, double created) {
-  Row row;
-  for (const ColumnDef& c : def.columns) row.push_back(Value::Null(c.type));
-  auto set = [&](const char* column, Value v) {
-    const int n = def.FindColumn(column);
-    if (n >= 0) row[n] = std::move(v);
-  };
-  set("Id", Value(ColumnType::kLong, int64_t{tdef_page}));
-  set("ParentId", Value(ColumnType::kLong, kTablesContainer));
-  set("Name", Value(ColumnType::kText, spec.name));
-  set("Type", Value(ColumnType::kInteger, int64_t{1}));
-  set("DateCreate", Value(ColumnType::kDateTime, DateTime{created}));
-  set("DateUpdate", Value(ColumnType::kDateTime, DateTime{created}));
-  set("Flags", Value(ColumnType::kLong, int64_t{0}));
+  Row row = NewCatalogRow(def, tdef_page, kTablesContainerId, spec.name, kCatalogTypeTable, 0, created);
   Bytes props = Properties(spec);
-  if (!props.empty()) set("LvProp", Value(ColumnType::kOle, std::move(props)));
+  if (!props.empty()) SetCatalogValue(def, "LvProp", Value(ColumnType::kOle, std::move(props)), &row);
   return row;
 }
 
@@ -224,7 +210,7 @@ Status AddTables(Pager* pager, FileSystem* fs, const std::string& path, const st
     taken.insert(lower);
   }
   auto layout = std::make_shared<TableLayout>();
-  JET_RETURN_IF_ERROR(ReadTableLayout(*pager, text, kCatalogTdef, layout.get()));
+  JET_RETURN_IF_ERROR(ReadTableLayout(*pager, text, kCatalogTdefPageNumber, layout.get()));
   std::shared_ptr<const TableLayout> objects = layout;
   Writer writer(pager, &text, fs, path);
   for (const TableSpec& t : tables) {
@@ -243,18 +229,8 @@ Status AddTables(Pager* pager, FileSystem* fs, const std::string& path, const st
 
 Status CreateTables(const std::string& path, const std::vector<TableSpec>& tables, const CreateOptions& options) {
   FileSystem* fs = options.file_system ? options.file_system : DefaultFileSystem();
-  if (!fs->Exists(path)) return Status::NotFound("file not found: " + path);
-  if (fs->Exists(JournalPath(path))) {
-    return Status::Busy("the database " + path + " has an unfinished commit; open it for writing first");
-  }
-  std::unique_ptr<File> file;
-  JET_RETURN_IF_ERROR(fs->Open(path, FileSystem::Mode::kReadWrite, &file));
-  JET_RETURN_IF_ERROR(file->LockForWriting());
   std::unique_ptr<Pager> pager;
-  JET_RETURN_IF_ERROR(Pager::OpenFile(std::move(file), &pager));
-  if (pager->is_jet3() || pager->sort_order() != 0x0409 || pager->sort_order_version() != 0) {
-    return Status::Unsupported("tables can only be added to Jet 4 databases in the General sort order");
-  }
+  JET_RETURN_IF_ERROR(OpenForDefinitions(path, fs, &pager));
   return AddTables(pager.get(), fs, path, tables, options.created);
 }
 

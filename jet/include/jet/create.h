@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "jet/file_system.h"
+#include "jet/query.h"
 #include "jet/status.h"
 #include "jet/types.h"
 
@@ -61,5 +62,53 @@ struct TableSpec {
 // commit: either all of them exist afterwards or none.
 Status CreateTables(const std::string& path, const std::vector<TableSpec>& tables,
                     const CreateOptions& options);
+
+// A saved query, described by its parts as Access stores them (one
+// MSysQueries row per part). Expressions are Jet SQL text.
+struct QuerySpec {
+  struct Source {
+    std::string table;  // a table or another saved query
+    std::string alias;
+  };
+  struct JoinSpec {
+    std::string left, right;  // table names or aliases
+    int kind = 1;             // 1 inner, 2 left, 3 right
+    std::string on;
+  };
+  // What a crosstab makes of an output column.
+  enum class Role { kPlain, kRowHeading, kColumnHeading, kValue };
+  struct Output {
+    std::string expression;
+    std::string alias;
+    Role role = Role::kPlain;
+  };
+  struct Order {
+    std::string expression;
+    bool descending = false;
+  };
+
+  std::string name;
+  QueryType type = QueryType::kSelect;
+  std::vector<std::pair<std::string, ColumnType>> parameters;
+  std::vector<Source> from;
+  std::vector<JoinSpec> joins;
+  std::vector<Output> columns;
+  std::string where;
+  std::vector<std::string> group_by;  // a crosstab's row headings go here too
+  std::string having;
+  std::vector<Order> order_by;
+  bool distinct = false;
+  int top = 0;  // 0: all rows
+  // Union: the two SELECT statements; a plain UNION drops duplicates.
+  std::string union_first, union_second;
+  bool union_all = false;
+  // Make-table and append queries: the table written to.
+  std::string target;
+};
+
+// Adds saved queries in one commit; names must be new among queries and
+// tables. Select, crosstab, union, make-table, append, update and delete.
+Status CreateQueries(const std::string& path, const std::vector<QuerySpec>& queries,
+                     const CreateOptions& options);
 
 }  // namespace jet

@@ -1,0 +1,37 @@
+// Helpers shared by the code that adds objects to a database's catalogue:
+// opening the file for such a change, and building one MSysObjects row.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "jet/create.h"
+#include "jet/schema.h"
+#include "storage/pager.h"
+
+namespace jet {
+
+// Catalogue ids of the containers and the row type of each kind of object.
+constexpr int64_t kRootContainerId = 0x0F000000;
+constexpr int64_t kTablesContainerId = 0x0F000001;
+constexpr int64_t kDatabasesContainerId = 0x0F000002;
+constexpr int64_t kRelationshipsContainerId = 0x0F000003;
+constexpr int64_t kCatalogTypeTable = 1;
+constexpr int64_t kCatalogTypeDatabase = 2;
+constexpr int64_t kCatalogTypeContainer = 3;
+constexpr int64_t kCatalogTypeQuery = 5;
+constexpr uint32_t kCatalogTdefPageNumber = 2;
+
+// Opens `path` for adding objects: a Jet 4 file in the General sort order,
+// with no unfinished commit, locked against other writers while `pager` lives.
+Status OpenForDefinitions(const std::string& path, FileSystem* fs, std::unique_ptr<Pager>* pager);
+
+// An MSysObjects row (one value per column of `def`) with the given
+// identity; the rest Null. Both dates are `created`.
+Row NewCatalogRow(const TableDef& def, int64_t id, int64_t parent, const std::string& name, int64_t type,
+                  int64_t flags, double created);
+
+// Sets one column of a row built by NewCatalogRow, when the column exists.
+void SetCatalogValue(const TableDef& def, const char* column, Value value, Row* row);
+
+}  // namespace jet
