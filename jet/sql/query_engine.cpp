@@ -3,13 +3,17 @@
 // into the statement that uses them.
 #include <sqlite3.h>
 
+#include <cctype>
 #include <chrono>
 #include <climits>
 #include <cmath>
 #include <map>
 #include <mutex>
+#include <set>
 
 #include "jet/query.h"
+#include "sql/action_plan.h"
+#include "sql/column_fit.h"
 #include "sql/function_support.h"
 #include "sql/parser.h"
 #include "sql/query_text.h"
@@ -167,6 +171,29 @@ Status SqliteError(sqlite3* db, const std::string& context) {
 
 std::string Folded(const std::string& s) { return sql::FoldCase(s); }
 
+int64_t RowPlace(RowId id) { return static_cast<int64_t>(id.page) << 16 | id.row; }
+RowId FromRowPlace(int64_t place) {
+  return RowId{static_cast<uint32_t>(place >> 16), static_cast<uint16_t>(place & 0xFFFF)};
+}
+
+std::string ColumnList(size_t n) {
+  std::string s;
+  for (size_t i = 0; i < n; ++i) s += ", c" + std::to_string(i);
+  return s;
+}
+
+int FindColumn(const TableDef& def, const std::string& name) {
+  for (size_t i = 0; i < def.columns.size(); ++i)
+    if (Folded(def.columns[i].name) == Folded(name)) return static_cast<int>(i);
+  return -1;
+}
+
+Status UnknownField(const std::string& name) {
+  return Status::InvalidArgument("The statement contains the following unknown field name: '" + name +
+                                     "'.  Make sure you have typed the name correctly, and try the operation again.",
+                                 3127);
+}
+
 }  // namespace
 
 struct QueryEngine::Impl : public sql::TranslationCatalog {
@@ -203,10 +230,12 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     std::unique_ptr<TableCursor> cursor;
     JET_RETURN_IF_ERROR(db->OpenTable(name, &cursor));
     std::string create = "CREATE TABLE " + t->sqlite_name + " (";
-    std::string insert = "INSERT INTO " + t->sqlite_name + " VALUES (";
+    // The rowid is the row's place in the file, so a statement that changes
+    // rows can name them to the writer.
+    std::string insert = "INSERT INTO " + t->sqlite_name + " (rowid" + ColumnList(t->types.size()) + ") VALUES (?";
     for (size_t i = 0; i < t->types.size(); ++i) {
       create += (i ? ", c" : "c") + std::to_string(i) + " " + DeclaredType(t->types[i]);
-      insert += i ? ", ?" : "?";
+      insert += ", ?";
     }
     if (t->types.empty()) create += "c0";
     create += ")";
@@ -218,7 +247,8 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     sqlite3_exec(lite, "BEGIN", nullptr, nullptr, nullptr);
     while (cursor->Next()) {
       const Row& row = cursor->row();
-      for (size_t i = 0; i < t->types.size() && i < row.size(); ++i) Bind(stmt, static_cast<int>(i + 1), row[i]);
+      sqlite3_bind_int64(stmt, 1, RowPlace(cursor->row_id()));
+      for (size_t i = 0; i < t->types.size() && i < row.size(); ++i) Bind(stmt, static_cast<int>(i + 2), row[i]);
       sqlite3_step(stmt);
       sqlite3_reset(stmt);
     }
@@ -381,7 +411,8 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     return Status::OK();
   }
 
-  void CheckCommits(uint64_t now) {
+  void CheckCommits(uint64_t noted) {
+    const uint64_t now = noted + db->commit_count();  // both only grow
     if (now != cached_at) {
       DropCache();
       cached_at = now;
@@ -392,11 +423,16 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     JET_RETURN_IF_ERROR(sql::ParseStatement(sql_text, st));
     if (st->kind != sql::StatementKind::kSelect && st->kind != sql::StatementKind::kCrosstab) {
       return Status::Unsupported("Only SELECT, UNION and TRANSFORM statements return records; action statements "
-                                 "are run by the writer.");
+                                 "are run by Execute.");
     }
+    return PrepareParsed(sql_text, *st, tr, given);
+  }
+
+  Status PrepareParsed(const std::string& sql_text, const sql::Statement& st, sql::Translation* tr,
+                       const std::vector<Value>* given) {
     values = given;
     parameters = &tr->parameters;
-    Status s = sql::Translate(*st, sql_text, this, tr);
+    Status s = sql::Translate(st, sql_text, this, tr);
     values = nullptr;
     parameters = nullptr;
     return s;
@@ -407,6 +443,10 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     sql::Translation tr;
     load_tables = true;
     JET_RETURN_IF_ERROR(Prepare(sql_text, &st, &tr, &given));
+    return RunTranslated(tr, given, result);
+  }
+
+  Status RunTranslated(const sql::Translation& tr, const std::vector<Value>& given, QueryResult* result) {
     size_t needed = tr.parameters.items().size();
     if (given.size() < needed) {
       return Status::InvalidArgument("Too few parameters. Expected " + std::to_string(needed - given.size()) + ".",
@@ -442,6 +482,100 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
           result->columns[i].type = row[i].type();
           break;
         }
+    }
+    return Status::OK();
+  }
+
+  // --- Statements that change rows ---
+
+  Status Execute(const std::string& sql_text, const std::vector<Value>& given, int64_t* affected) {
+    *affected = 0;
+    sql::Statement st;
+    JET_RETURN_IF_ERROR(sql::ParseStatement(sql_text, &st));
+    sql::ActionPlan plan;
+    JET_RETURN_IF_ERROR(sql::PlanAction(std::move(st), &plan));
+    if (!db->FindTable(plan.table)) {
+      return Status::NotFound("The Microsoft Jet database engine cannot find the input table or query '" +
+                                  plan.table + "'.  Make sure it exists and that its name is spelled correctly.",
+                              3078);
+    }
+    std::shared_ptr<const TableDef> def;
+    JET_RETURN_IF_ERROR(db->GetTableDef(plan.table, &def));
+    // Every row the statement touches is found before the first one changes,
+    // so a change never feeds back into what the statement reads.
+    sql::Translation tr;
+    load_tables = true;
+    JET_RETURN_IF_ERROR(PrepareParsed(sql_text, plan.select, &tr, &given));
+    QueryResult found;
+    JET_RETURN_IF_ERROR(RunTranslated(tr, given, &found));
+    const bool own_transaction = !db->in_transaction();
+    if (own_transaction) JET_RETURN_IF_ERROR(db->BeginTransaction());
+    Status s = Apply(plan, *def, found, affected);
+    if (own_transaction) s = s.ok() ? db->Commit() : (db->Rollback(), s);
+    DropCache();  // what the cache holds no longer matches the file
+    if (!s.ok()) *affected = 0;
+    return s;
+  }
+
+  Status Apply(const sql::ActionPlan& plan, const TableDef& def, const QueryResult& found, int64_t* affected) {
+    switch (plan.kind) {
+      case sql::StatementKind::kInsert: return InsertRows(plan, def, found, affected);
+      case sql::StatementKind::kUpdate: return UpdateRows(plan, def, found, affected);
+      default: return DeleteRows(plan, found, affected);
+    }
+  }
+
+  Status InsertRows(const sql::ActionPlan& plan, const TableDef& def, const QueryResult& found, int64_t* affected) {
+    std::vector<int> targets;
+    if (plan.columns.empty()) {
+      for (size_t i = 0; i < found.columns.size() && i < def.columns.size(); ++i) targets.push_back(static_cast<int>(i));
+    } else {
+      for (const std::string& name : plan.columns) {
+        targets.push_back(FindColumn(def, name));
+        if (targets.back() < 0) return UnknownField(name);
+      }
+    }
+    if (targets.size() != found.columns.size()) {
+      return Status::InvalidArgument("Number of query values and destination fields are not the same.", 3346);
+    }
+    for (const Row& values : found.rows) {
+      Row row;
+      for (const ColumnDef& c : def.columns) row.push_back(Value::Null(c.type));
+      for (size_t i = 0; i < targets.size(); ++i)
+        JET_RETURN_IF_ERROR(sql::FitToColumn(values[i], def.columns[targets[i]], &row[targets[i]]));
+      JET_RETURN_IF_ERROR(db->InsertRow(plan.table, row));
+      ++*affected;
+    }
+    return Status::OK();
+  }
+
+  Status UpdateRows(const sql::ActionPlan& plan, const TableDef& def, const QueryResult& found, int64_t* affected) {
+    std::vector<int> targets;
+    for (const std::string& name : plan.columns) {
+      targets.push_back(FindColumn(def, name));
+      if (targets.back() < 0) return UnknownField(name);
+    }
+    std::set<int64_t> done;  // a join may bring one row more than once
+    for (const Row& values : found.rows) {
+      const int64_t place = values[0].as_int();
+      if (!done.insert(place).second) continue;
+      Row row;
+      JET_RETURN_IF_ERROR(db->ReadRow(plan.table, FromRowPlace(place), &row));
+      for (size_t i = 0; i < targets.size(); ++i)
+        JET_RETURN_IF_ERROR(sql::FitToColumn(values[i + 1], def.columns[targets[i]], &row[targets[i]]));
+      JET_RETURN_IF_ERROR(db->UpdateRow(plan.table, FromRowPlace(place), row));
+      ++*affected;
+    }
+    return Status::OK();
+  }
+
+  Status DeleteRows(const sql::ActionPlan& plan, const QueryResult& found, int64_t* affected) {
+    std::set<int64_t> done;
+    for (const Row& values : found.rows) {
+      const int64_t place = values[0].as_int();
+      if (!done.insert(place).second) continue;
+      JET_RETURN_IF_ERROR(db->DeleteRow(plan.table, FromRowPlace(place)));
+      ++*affected;
     }
     return Status::OK();
   }
@@ -493,6 +627,12 @@ Status QueryEngine::ForFile(const std::string& path, const OpenOptions& options,
   std::lock_guard<std::mutex> lock(g_registry_mutex);
   std::string key = CanonicalPath(path);
   if (auto existing = Registry()[key].lock()) {
+    if (options.writable && !existing->impl_->db->writable()) {
+      std::unique_ptr<Database> writer;
+      JET_RETURN_IF_ERROR(Database::Open(path, options, &writer));
+      existing->impl_->DropCache();
+      existing->impl_->db = std::move(writer);
+    }
     *engine = existing;
     return Status::OK();
   }
@@ -552,6 +692,51 @@ Status QueryEngine::RunQuery(const std::string& name, const std::vector<Value>& 
 Status QueryEngine::RunSql(const std::string& sql, const std::vector<Value>& parameters, QueryResult* result) {
   impl_->CheckCommits(commit_count());
   return impl_->Run(sql, parameters, result);
+}
+
+Status QueryEngine::Execute(const std::string& sql, const std::vector<Value>& parameters, int64_t* affected) {
+  impl_->CheckCommits(commit_count());
+  return impl_->Execute(sql, parameters, affected);
+}
+
+Status QueryEngine::ExecuteQuery(const std::string& name, const std::vector<Value>& parameters, int64_t* affected) {
+  SavedQuery q;
+  JET_RETURN_IF_ERROR(GetQuery(name, &q));
+  if (q.type != QueryType::kAppend && q.type != QueryType::kUpdate && q.type != QueryType::kDelete) {
+    return Status::InvalidArgument("Query '" + name + "' is a " + std::string(QueryTypeName(q.type)) +
+                                       " query; only append, update and delete queries can be executed.",
+                                   3065);
+  }
+  return impl_->Execute(q.sql, parameters, affected);
+}
+
+bool QueryEngine::ChangesData(const std::string& sql) {
+  sql::Statement st;
+  if (sql::ParseStatement(sql, &st).ok()) {
+    return st.kind == sql::StatementKind::kInsert || st.kind == sql::StatementKind::kUpdate ||
+           st.kind == sql::StatementKind::kDelete;
+  }
+  // Text that does not parse still says by its first word what it meant to do.
+  size_t i = 0;
+  while (i < sql.size() && (std::isspace(static_cast<unsigned char>(sql[i])) || sql[i] == '(')) ++i;
+  std::string word;
+  while (i < sql.size() && std::isalpha(static_cast<unsigned char>(sql[i]))) word += sql[i++];
+  word = sql::FoldCase(word);
+  return word == "insert" || word == "update" || word == "delete";
+}
+
+Status QueryEngine::BeginTransaction() { return impl_->db->BeginTransaction(); }
+
+Status QueryEngine::Commit() {
+  Status s = impl_->db->Commit();
+  NoteCommit();
+  return s;
+}
+
+Status QueryEngine::Rollback() {
+  Status s = impl_->db->Rollback();
+  NoteCommit();  // the cache may hold rows that are now undone
+  return s;
 }
 
 size_t QueryEngine::cached_table_count() const { return impl_->tables.size(); }

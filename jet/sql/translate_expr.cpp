@@ -214,6 +214,10 @@ Status Translator::Name(const sql::Expr& e, Scope* scope, TypedSql* out) {
     for (const Source& src : s->sources) {
       if (parts.size() == 2 && !NamesEqual(src.alias, parts[0])) continue;
       if (parts.size() > 2) continue;
+      if (src.stored_table && parts.back() == kRowPlaceField) {
+        *out = {src.sqlite_alias + ".rowid", SqlType::kBigInt, 0, {}};
+        return Status::OK();
+      }
       for (size_t i = 0; i < src.columns.size(); ++i) {
         if (NamesEqual(src.columns[i].name, parts.back())) {
           const SourceColumn& c = src.columns[i];

@@ -348,6 +348,7 @@ Status Translator::TranslateNamedSource(const TableRef& ref, Scope* scope, std::
   JET_RETURN_IF_ERROR(catalog_->ResolveTable(ref.name, &found, &table, &s.columns));
   if (found) {
     *sql = table + " AS " + s.sqlite_alias;
+    s.stored_table = true;
     bool listed = false;
     for (const auto& t : out_->tables) listed = listed || t == table;
     if (!listed) out_->tables.push_back(table);

@@ -19,6 +19,10 @@ struct SourceColumn {
   int decimal_scale = 0;
 };
 
+// A name no Jet SQL text can spell: statements built by the engine use it
+// as a table's field to get at the place of each row they change.
+inline constexpr const char* kRowPlaceField = "\x01RowPlace";
+
 // A crosstab column heading found in the data.
 struct PivotValue {
   std::string literal_sql;  // the value as an SQLite literal, NULL for Null

@@ -21,6 +21,7 @@ struct Source {
   std::string alias;         // the name the query qualifies it by
   std::string sqlite_alias;  // s1, s2, ...
   std::vector<SourceColumn> columns;
+  bool stored_table = false;  // a copied table, whose SQLite rowid is the Jet row's place
 };
 
 struct Scope {

@@ -67,12 +67,34 @@ int RunSavedQuery(const std::string& file, const jet::OpenOptions& options, cons
 
 int RunStatements(const std::string& file, const jet::OpenOptions& options,
                   const std::vector<std::string>& statements) {
+  // The file is opened for writing only when some statement changes data,
+  // so plain queries still run on read-only and locked files.
+  jet::OpenOptions open = options;
+  for (const auto& sql : statements) open.writable = open.writable || jet::QueryEngine::ChangesData(sql);
   std::shared_ptr<jet::QueryEngine> engine;
-  if (auto s = jet::QueryEngine::ForFile(file, options, &engine); !s.ok()) return Fail(s);
+  if (auto s = jet::QueryEngine::ForFile(file, open, &engine); !s.ok()) return Fail(s);
+  // All statements of one call succeed together or leave the file as it was.
+  if (open.writable) {
+    if (auto s = engine->BeginTransaction(); !s.ok()) return Fail(s);
+  }
   for (const auto& sql : statements) {
-    jet::QueryResult result;
-    if (auto s = engine->RunSql(sql, {}, &result); !s.ok()) return Fail(s);
-    PrintResult(result);
+    jet::Status s;
+    if (jet::QueryEngine::ChangesData(sql)) {
+      int64_t affected = 0;
+      s = engine->Execute(sql, {}, &affected);
+      if (s.ok()) std::printf("%lld row(s) affected\n", static_cast<long long>(affected));
+    } else {
+      jet::QueryResult result;
+      s = engine->RunSql(sql, {}, &result);
+      if (s.ok()) PrintResult(result);
+    }
+    if (!s.ok()) {
+      if (open.writable) engine->Rollback();
+      return Fail(s);
+    }
+  }
+  if (open.writable) {
+    if (auto s = engine->Commit(); !s.ok()) return Fail(s);
   }
   return 0;
 }

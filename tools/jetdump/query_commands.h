@@ -13,7 +13,9 @@ int PrintQueries(const std::string& file, const jet::OpenOptions& options);
 // Runs a saved query with parameter values by position; prints canonical CSV.
 int RunSavedQuery(const std::string& file, const jet::OpenOptions& options, const std::string& query,
                   const std::vector<std::string>& values);
-// Runs each statement in turn; prints each result as canonical CSV.
+// Runs each statement in turn, all in one transaction when any of them
+// changes data: prints each query's result as canonical CSV and each
+// change's count of rows; on a failure nothing is changed.
 int RunStatements(const std::string& file, const jet::OpenOptions& options,
                   const std::vector<std::string>& statements);
 

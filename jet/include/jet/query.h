@@ -64,7 +64,8 @@ Status ConvertParameterText(const std::string& text, ColumnType type, Value* out
 class QueryEngine {
  public:
   // The engine of the file at `path`, shared by every caller in the process
-  // while any of them holds it.
+  // while any of them holds it. Asking for `writable` reopens a shared engine
+  // that was opened for reading, so one writer serves the whole process.
   static Status ForFile(const std::string& path, const OpenOptions& options,
                         std::shared_ptr<QueryEngine>* engine);
   ~QueryEngine();
@@ -89,8 +90,25 @@ class QueryEngine {
   // Runs a SELECT, UNION or TRANSFORM statement.
   Status RunSql(const std::string& sql, const std::vector<Value>& parameters, QueryResult* result);
 
-  // The writer bumps this after every commit; cached tables are dropped
-  // when it has moved since they were copied.
+  // Runs an INSERT, UPDATE or DELETE statement (or a saved append, update or
+  // delete query) inside the database's open transaction, or in one of its
+  // own. *affected receives the number of rows it changed. A failure leaves
+  // the rows as they were when the statement ran in a transaction of its own;
+  // inside the caller's transaction, rows it changed before failing stay
+  // changed until the caller rolls back.
+  Status Execute(const std::string& sql, const std::vector<Value>& parameters, int64_t* affected);
+  Status ExecuteQuery(const std::string& name, const std::vector<Value>& parameters, int64_t* affected);
+  // Whether `sql` is an INSERT, UPDATE or DELETE (by its first words alone).
+  static bool ChangesData(const std::string& sql);
+
+  // The database's transaction, with the table cache kept in step.
+  Status BeginTransaction();
+  Status Commit();
+  Status Rollback();
+
+  // Bumped by whatever changes rows outside the engine's own statements;
+  // cached tables are dropped when this or the database's commit counter has
+  // moved since they were copied.
   void NoteCommit() { commits_.fetch_add(1); }
   uint64_t commit_count() const { return commits_.load(); }
 
