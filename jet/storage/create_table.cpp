@@ -18,6 +18,9 @@ namespace {
 
 constexpr size_t kInlineMapBytes = 64;
 constexpr size_t kIndexLeafEntries = 0x1E0;
+// A reference map names one bitmap page per slot; each covers 32,736 pages,
+// so 17 slots reach the 2 GB a Jet 4 file may have.
+constexpr size_t kReferenceSlots = 17;
 
 bool Same(const std::string& a, const std::string& b) {
   return a.size() == b.size() &&
@@ -134,15 +137,21 @@ Bytes Properties(const TableSpec& t) {
 
 uint32_t RowPointer(uint32_t page, size_t row) { return page << 8 | static_cast<uint32_t>(row); }
 
-// An inline map row that already covers `start` and the pages after it.
-StoredRow InlineMap(uint32_t start, uint32_t owned) {
+// An empty inline map row whose window starts at `start`.
+StoredRow InlineMap(uint32_t start) {
   StoredRow r;
   r.bytes.assign(1 + 4 + kInlineMapBytes, 0);
   start &= ~7u;
   for (int i = 0; i < 4; ++i) r.bytes[1 + i] = uint8_t(start >> (8 * i));
-  if (owned >= start && owned < start + kInlineMapBytes * 8) {
-    r.bytes[5 + (owned - start) / 8] |= uint8_t(1u << ((owned - start) % 8));
-  }
+  return r;
+}
+
+// The owned-pages maps of a table and of its indexes name bitmap pages, so
+// they can record pages anywhere in the file however big the table grows.
+StoredRow ReferenceMap() {
+  StoredRow r;
+  r.bytes.assign(1 + 4 * kReferenceSlots, 0);
+  r.bytes[0] = 0x01;
   return r;
 }
 
@@ -153,7 +162,7 @@ Status LayOut(Pager* pager, const NewTable& table, uint32_t* tdef_page) {
   JET_RETURN_IF_ERROR(AllocatePage(pager, tdef_page));
   JET_RETURN_IF_ERROR(AllocatePage(pager, &map_page));
   const uint32_t start = std::min(*tdef_page, map_page);
-  std::vector<StoredRow> rows{InlineMap(start, 0), InlineMap(start, 0)};
+  std::vector<StoredRow> rows{ReferenceMap(), InlineMap(start)};
   TdefPlacement where{RowPointer(map_page, 0), RowPointer(map_page, 1), {}, {}};
   for (size_t i = 0; i < table.indexes.size(); ++i) {
     uint32_t root = 0;
@@ -169,7 +178,7 @@ Status LayOut(Pager* pager, const NewTable& table, uint32_t* tdef_page) {
     for (int k = 0; k < 4; ++k) leaf[4 + k] = uint8_t(*tdef_page >> (8 * k));
     where.index_roots.push_back(root);
     where.index_maps.push_back(RowPointer(map_page, rows.size()));
-    rows.push_back(InlineMap(root, root));
+    rows.push_back(ReferenceMap());
   }
   uint8_t* maps = nullptr;
   JET_RETURN_IF_ERROR(pager->MutablePage(map_page, &maps));
@@ -177,6 +186,10 @@ Status LayOut(Pager* pager, const NewTable& table, uint32_t* tdef_page) {
   maps[0] = static_cast<uint8_t>(PageType::kData);
   maps[1] = 0x01;
   JET_RETURN_IF_ERROR(StoreRows(rows, maps, pager->page_size()));
+  auto allocate = [pager](uint32_t* p) { return AllocatePage(pager, p); };
+  for (size_t i = 0; i < where.index_roots.size(); ++i) {
+    JET_RETURN_IF_ERROR(SetMapBit(pager, where.index_maps[i], where.index_roots[i], true, MapKind::kOwned, allocate));
+  }
   std::vector<uint8_t> tdef;
   JET_RETURN_IF_ERROR(EncodeTableDef(table, where, pager->page_size(), &tdef));
   uint8_t* page = nullptr;
