@@ -1,11 +1,10 @@
-#include "sql/column_fit.h"
-
 #include <cmath>
 #include <limits>
 
+#include "jet/query.h"
 #include "jet/text_form.h"
 
-namespace jet::sql {
+namespace jet {
 namespace {
 
 Status Mismatch(const ColumnDef& column) {
@@ -140,4 +139,4 @@ Status FitToColumn(const Value& value, const ColumnDef& column, Value* out) {
   return FitNumber(n, column, out);
 }
 
-}  // namespace jet::sql
+}  // namespace jet

@@ -13,7 +13,6 @@
 
 #include "jet/query.h"
 #include "sql/action_plan.h"
-#include "sql/column_fit.h"
 #include "sql/function_support.h"
 #include "sql/parser.h"
 #include "sql/query_text.h"
@@ -542,7 +541,7 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
       Row row;
       for (const ColumnDef& c : def.columns) row.push_back(Value::Null(c.type));
       for (size_t i = 0; i < targets.size(); ++i)
-        JET_RETURN_IF_ERROR(sql::FitToColumn(values[i], def.columns[targets[i]], &row[targets[i]]));
+        JET_RETURN_IF_ERROR(FitToColumn(values[i], def.columns[targets[i]], &row[targets[i]]));
       JET_RETURN_IF_ERROR(db->InsertRow(plan.table, row));
       ++*affected;
     }
@@ -562,7 +561,7 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
       Row row;
       JET_RETURN_IF_ERROR(db->ReadRow(plan.table, FromRowPlace(place), &row));
       for (size_t i = 0; i < targets.size(); ++i)
-        JET_RETURN_IF_ERROR(sql::FitToColumn(values[i + 1], def.columns[targets[i]], &row[targets[i]]));
+        JET_RETURN_IF_ERROR(FitToColumn(values[i + 1], def.columns[targets[i]], &row[targets[i]]));
       JET_RETURN_IF_ERROR(db->UpdateRow(plan.table, FromRowPlace(place), row));
       ++*affected;
     }

@@ -61,6 +61,13 @@ struct QueryResult {
 // mismatch) when the text does not fit.
 Status ConvertParameterText(const std::string& text, ColumnType type, Value* out);
 
+// Makes a value into the type of `column` as Jet converts on INSERT and
+// UPDATE: numbers round half to even into integer columns, text that reads
+// as a date or number goes into date and number columns, anything goes into
+// text. 3464 (data type mismatch) when it cannot, 3349 (numeric field
+// overflow) when a number is outside the column's range.
+Status FitToColumn(const Value& value, const ColumnDef& column, Value* out);
+
 class QueryEngine {
  public:
   // The engine of the file at `path`, shared by every caller in the process

@@ -1,5 +1,7 @@
 #include "platform/dao/dao.h"
 
+#include <algorithm>
+
 #include "jet/text_form.h"
 #include "platform/dao/dao_errors.h"
 
@@ -57,6 +59,20 @@ void FillColumnsAndIndexes(const jet::TableDef& def, TableDef* out) {
   }
 }
 
+// The engine of `path` reopened for writing; ForFile upgrades the one engine
+// every handle on the file shares.
+void OpenForWriting(jet::QueryEngine& engine, const QString& path, bool read_only) {
+  if (read_only) {
+    throw platform::AppError(3027, QStringLiteral("Cannot update. Database or object is read-only."),
+                             QStringLiteral("DAO.Database"));
+  }
+  if (engine.database().writable()) return;
+  jet::OpenOptions options;
+  options.writable = true;
+  std::shared_ptr<jet::QueryEngine> writing;
+  ThrowIfError(jet::QueryEngine::ForFile(path.toStdString(), options, &writing), "DAO.Database");
+}
+
 }  // namespace
 
 Parameter& ParameterList::Item(int index) {
@@ -93,8 +109,31 @@ std::unique_ptr<Recordset> QueryDef::OpenRecordset() {
   return ToRecordset(result);
 }
 
-Database::Database(std::shared_ptr<jet::QueryEngine> engine, QString name)
-    : engine_(std::move(engine)), name_(std::move(name)) {}
+Database::Database(std::shared_ptr<jet::QueryEngine> engine, QString name, bool read_only)
+    : engine_(std::move(engine)), name_(std::move(name)), read_only_(read_only) {}
+
+void Database::PrepareWrite() { OpenForWriting(*engine_, name_, read_only_); }
+
+void Database::Execute(const QString& sql, int) {
+  const std::string text = sql.toStdString();
+  records_affected_ = 0;
+  const bool saved = !jet::QueryEngine::ChangesData(text) &&
+                     engine_->database().FindObject(text, jet::ObjectKind::kQuery) != nullptr;
+  if (saved || jet::QueryEngine::ChangesData(text)) PrepareWrite();
+  int64_t affected = 0;
+  jet::Status s = saved ? engine_->ExecuteQuery(text, {}, &affected) : engine_->Execute(text, {}, &affected);
+  ThrowIfError(s, "DAO.Database");
+  records_affected_ = static_cast<long>(affected);
+}
+
+std::unique_ptr<Recordset> Database::OpenRecordset(const QString& source, int type) {
+  if (type != dbOpenTable) return OpenRecordset(source);
+  const jet::CatalogEntry* entry = engine_->database().FindTable(source.toStdString());
+  if (!entry || entry->kind != jet::ObjectKind::kTable) {
+    throw platform::AppError(3219, QStringLiteral("Invalid operation."), QStringLiteral("DAO.Database"));
+  }
+  return OpenTable(source);
+}
 
 std::unique_ptr<Recordset> Database::OpenRecordset(const QString& source) {
   if (!LooksLikeStatement(source)) {
@@ -115,9 +154,24 @@ std::unique_ptr<Recordset> Database::OpenTable(const QString& name) {
   for (const auto& c : cursor->def().columns) {
     result.columns.push_back({c.name, c.type, PropertyText(c.properties, "Caption").toStdString()});
   }
-  while (cursor->Next()) result.rows.push_back(cursor->row());
+  QVector<qint64> places;
+  while (cursor->Next()) {
+    result.rows.push_back(cursor->row());
+    places.push_back(static_cast<qint64>(cursor->row_id().page) << 16 | cursor->row_id().row);
+  }
   ThrowIfError(cursor->status(), "DAO.Database");
-  return ToRecordset(result);
+  auto records = ToRecordset(result);
+  const jet::CatalogEntry* entry = engine_->database().FindTable(name.toStdString());
+  if (entry && entry->kind == jet::ObjectKind::kTable) {
+    auto target = std::make_shared<TableTarget>();
+    target->engine = engine_;
+    target->table = entry->name;
+    target->prepare_write = [engine = engine_.get(), path = name_, read_only = read_only_] {
+      OpenForWriting(*engine, path, read_only);
+    };
+    records->SetTable(std::move(target), std::move(places));
+  }
+  return records;
 }
 
 QueryDef Database::QueryDefs(const QString& name) {
@@ -176,7 +230,7 @@ TableDef Database::TableDefs(const QString& name) {
   ThrowItemNotFound("DAO.TableDefs");
 }
 
-std::shared_ptr<Database> Workspace::OpenDatabase(const QString& name, bool, bool) {
+std::shared_ptr<Database> Workspace::OpenDatabase(const QString& name, bool, bool readOnly) {
   std::shared_ptr<jet::QueryEngine> engine;
   jet::Status s = jet::QueryEngine::ForFile(name.toStdString(), {}, &engine);
   if (!s.ok() && s.code() == jet::Status::Code::kNotFound) {
@@ -188,7 +242,66 @@ std::shared_ptr<Database> Workspace::OpenDatabase(const QString& name, bool, boo
                              QStringLiteral("DAO.Workspace"));
   }
   ThrowIfError(s, "DAO.Workspace");
-  return std::make_shared<Database>(engine, name);
+  auto db = std::make_shared<Database>(engine, name, readOnly);
+  databases_.erase(std::remove_if(databases_.begin(), databases_.end(), [](const auto& d) { return d.expired(); }),
+                   databases_.end());
+  databases_.push_back(db);
+  return db;
+}
+
+void Workspace::BeginTrans() {
+  if (transaction_open_) {
+    throw platform::AppError(3003, QStringLiteral("Could not start transaction; too many transactions already nested."),
+                             QStringLiteral("DAO.Workspace"));
+  }
+  std::vector<std::shared_ptr<jet::QueryEngine>> begun;
+  for (const auto& weak : databases_) {
+    auto db = weak.lock();
+    if (!db) continue;
+    // A database that cannot be written stays out: its changes fail anyway.
+    try {
+      db->PrepareWrite();
+    } catch (const platform::AppError&) {
+      continue;
+    }
+    jet::QueryEngine* engine = &db->engine();
+    if (std::any_of(begun.begin(), begun.end(), [&](const auto& e) { return e.get() == engine; })) continue;
+    jet::Status s = engine->BeginTransaction();
+    if (!s.ok()) {
+      for (auto& e : begun) e->Rollback();
+      ThrowIfError(s, "DAO.Workspace");
+    }
+    begun.push_back(std::shared_ptr<jet::QueryEngine>(db, engine));
+  }
+  in_transaction_ = std::move(begun);
+  transaction_open_ = true;
+}
+
+void Workspace::CommitTrans() {
+  if (!transaction_open_) {
+    throw platform::AppError(3034, QStringLiteral("You tried to commit or rollback without first beginning a transaction."),
+                             QStringLiteral("DAO.Workspace"));
+  }
+  transaction_open_ = false;
+  auto engines = std::move(in_transaction_);
+  in_transaction_.clear();
+  jet::Status first;
+  for (auto& e : engines) {
+    jet::Status s = e->Commit();
+    if (first.ok() && !s.ok()) first = s;
+  }
+  ThrowIfError(first, "DAO.Workspace");
+}
+
+void Workspace::Rollback() {
+  if (!transaction_open_) {
+    throw platform::AppError(3034, QStringLiteral("You tried to commit or rollback without first beginning a transaction."),
+                             QStringLiteral("DAO.Workspace"));
+  }
+  transaction_open_ = false;
+  auto engines = std::move(in_transaction_);
+  in_transaction_.clear();
+  for (auto& e : engines) e->Rollback();
 }
 
 Workspace& DBEngine::Workspaces(int index) {

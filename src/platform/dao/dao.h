@@ -15,6 +15,12 @@
 
 namespace dao {
 
+// OpenRecordset types and Execute options, with DAO's values.
+constexpr int dbOpenTable = 1;
+constexpr int dbOpenDynaset = 2;
+constexpr int dbOpenSnapshot = 4;
+constexpr int dbFailOnError = 128;
+
 // TableDef.Attributes bits.
 constexpr long dbSystemObject = static_cast<long>(0x80000002u);
 constexpr long dbHiddenObject = 0x1;
@@ -91,11 +97,30 @@ class QueryDef {
 class Database {
  public:
   // Use Workspace::OpenDatabase.
-  explicit Database(std::shared_ptr<jet::QueryEngine> engine, QString name);
+  explicit Database(std::shared_ptr<jet::QueryEngine> engine, QString name, bool read_only = false);
 
   QString Name() const { return name_; }
   // A SELECT/UNION/TRANSFORM statement, or the name of a table or saved query.
+  // A local table's recordset can add and change rows.
   std::unique_ptr<Recordset> OpenRecordset(const QString& source);
+  // dbOpenTable: a local table by name (3219 for anything else); the other
+  // types open as above.
+  std::unique_ptr<Recordset> OpenRecordset(const QString& source, int type);
+
+  // Runs an INSERT, UPDATE or DELETE statement, or a saved action query by
+  // name, in the workspace's transaction if one is open. Jet's errors come
+  // as AppError with Jet's number and wording (3022, 3061, 3075, 3078, ...);
+  // a failed statement changes nothing unless a transaction is open, when
+  // rows it changed before failing stay until the transaction rolls back.
+  // Every failure is raised, as with dbFailOnError.
+  void Execute(const QString& sql, int options = 0);
+  // The rows the last Execute changed.
+  long RecordsAffected() const { return records_affected_; }
+
+  // Gets the file opened for writing (on first need: reading leaves the file
+  // and its folder untouched). 3027 for a database opened read-only or a
+  // file that cannot be written.
+  void PrepareWrite();
   QueryDef QueryDefs(const QString& name);
   QStringList QueryDefNames();
   QVector<TableDef> TableDefs();
@@ -108,13 +133,28 @@ class Database {
   std::unique_ptr<Recordset> OpenTable(const QString& name);
   std::shared_ptr<jet::QueryEngine> engine_;
   QString name_;
+  bool read_only_ = false;
+  long records_affected_ = 0;
 };
 
 class Workspace {
  public:
   // Opens (or joins: one engine per file in the process) a database.
-  // `exclusive` and `readOnly` are accepted as DAO takes them.
+  // `exclusive` is accepted as DAO takes it; `readOnly` refuses every change.
   std::shared_ptr<Database> OpenDatabase(const QString& name, bool exclusive = false, bool readOnly = false);
+
+  // One transaction over every database of the workspace that may be
+  // written: changes made through Execute and recordsets between BeginTrans
+  // and CommitTrans are written together, or not at all after Rollback.
+  // Transactions do not nest (3003 for a second BeginTrans).
+  void BeginTrans();
+  void CommitTrans();  // 3034 without BeginTrans
+  void Rollback();     // 3034 without BeginTrans
+
+ private:
+  std::vector<std::weak_ptr<Database>> databases_;
+  std::vector<std::shared_ptr<jet::QueryEngine>> in_transaction_;
+  bool transaction_open_ = false;
 };
 
 class DBEngine {
