@@ -537,9 +537,10 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     if (targets.size() != found.columns.size()) {
       return Status::InvalidArgument("Number of query values and destination fields are not the same.", 3346);
     }
+    Row fresh;
+    if (!found.rows.empty()) NewRow(def, &fresh);
     for (const Row& values : found.rows) {
-      Row row;
-      for (const ColumnDef& c : def.columns) row.push_back(Value::Null(c.type));
+      Row row = fresh;
       for (size_t i = 0; i < targets.size(); ++i)
         JET_RETURN_IF_ERROR(FitToColumn(values[i], def.columns[targets[i]], &row[targets[i]]));
       JET_RETURN_IF_ERROR(db->InsertRow(plan.table, row));
@@ -577,6 +578,23 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
       ++*affected;
     }
     return Status::OK();
+  }
+
+  // Defaults that do not evaluate here (a function this engine lacks) are
+  // left Null rather than refusing every new row of the table.
+  void NewRow(const TableDef& def, Row* row) {
+    row->clear();
+    for (const ColumnDef& c : def.columns) {
+      row->push_back(Value::Null(c.type));
+      const Value* d = c.properties.Find("DefaultValue");
+      if (c.autonumber || !d || d->is_null() || !std::holds_alternative<std::string>(d->data())) continue;
+      std::string expr = d->as_text();
+      if (!expr.empty() && expr[0] == '=') expr.erase(0, 1);
+      QueryResult r;
+      if (!Run("SELECT (" + expr + ")", {}, &r).ok() || r.rows.size() != 1 || r.rows[0].size() != 1) continue;
+      Value fitted;
+      if (FitToColumn(r.rows[0][0], c, &fitted).ok()) row->back() = fitted;
+    }
   }
 
   Status Parameters(const std::string& sql_text, std::vector<QueryParameterInfo>* out) {
@@ -707,6 +725,14 @@ Status QueryEngine::ExecuteQuery(const std::string& name, const std::vector<Valu
                                    3065);
   }
   return impl_->Execute(q.sql, parameters, affected);
+}
+
+Status QueryEngine::NewRow(const std::string& table, Row* row) {
+  impl_->CheckCommits(commit_count());
+  std::shared_ptr<const TableDef> def;
+  JET_RETURN_IF_ERROR(impl_->db->GetTableDef(table, &def));
+  impl_->NewRow(*def, row);
+  return Status::OK();
 }
 
 bool QueryEngine::ChangesData(const std::string& sql) {

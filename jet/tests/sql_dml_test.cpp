@@ -110,6 +110,25 @@ TEST(SqlDml, UpdatesThroughJoinsAndConvertsValuesToTheColumnsTypes) {
   for (const char* table : {kReports, kQueries}) ExpectIndexesInStep(path, table);
 }
 
+TEST(SqlDml, NewRowsTakeTheColumnsDefaultValues) {
+  const std::string path = ScratchCopy("reports-northwind.mdb", "dml-defaults.mdb");
+  auto engine = Writer(path);
+  ASSERT_TRUE(engine);
+  EXPECT_EQ(1, Exec(*engine, "INSERT INTO Products (ProductName, UnitsInStock) VALUES ('Kelp', 40)"));
+  auto rows = Select(*engine, "SELECT UnitsInStock, UnitsOnOrder, ReorderLevel, Discontinued, UnitPrice "
+                              "FROM Products WHERE ProductName = 'Kelp'");
+  ASSERT_EQ(1u, rows.size());
+  // Given values win; the others are the defaults 0, 0, 0, =No and 0.
+  EXPECT_EQ(std::vector<std::string>({"40", "0", "0", "0", "0"}),
+            std::vector<std::string>({CanonicalText(rows[0][0]), CanonicalText(rows[0][1]), CanonicalText(rows[0][2]),
+                                      CanonicalText(rows[0][3]), CanonicalText(rows[0][4])}));
+  Row fresh;
+  ASSERT_TRUE(engine->NewRow("Products", &fresh).ok());
+  EXPECT_TRUE(fresh[0].is_null());  // the autonumber comes at insert
+  engine.reset();
+  ExpectIndexesInStep(path, "Products");
+}
+
 TEST(SqlDml, TakesParametersAndRunsSavedActionQueriesByName) {
   const std::string path = ScratchCopy("psc-adoquery-Northwind.mdb", "dml-saved.mdb");
   auto engine = Writer(path);

@@ -105,6 +105,10 @@ class QueryEngine {
   // changed until the caller rolls back.
   Status Execute(const std::string& sql, const std::vector<Value>& parameters, int64_t* affected);
   Status ExecuteQuery(const std::string& name, const std::vector<Value>& parameters, int64_t* affected);
+  // A new row for `table` as Jet starts one: each column's DefaultValue
+  // (an expression such as 0, "text", =No or Now()) where it has one that
+  // this engine can evaluate, Null elsewhere and for autonumbers.
+  Status NewRow(const std::string& table, Row* row);
   // Whether `sql` is an INSERT, UPDATE or DELETE (by its first words alone).
   static bool ChangesData(const std::string& sql);
 

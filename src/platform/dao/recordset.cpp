@@ -81,10 +81,15 @@ void Recordset::RequireCurrentRow() const {
 }
 
 void Recordset::AddNew() {
-  Target("add a row");
+  TableTarget& target = Target("add a row");
+  // The new row starts with the columns' default values, as DAO shows them.
+  jet::Row fresh;
+  ThrowIfError(target.engine->NewRow(target.table, &fresh), kSource);
   mode_ = EditMode::kAdd;
   edit_values_ = QVector<QVariant>(fields_.size());
+  for (int i = 0; i < fields_.size() && i < static_cast<int>(fresh.size()); ++i) edit_values_[i] = ToVariant(fresh[i]);
   edit_set_ = QVector<bool>(fields_.size(), false);
+  fresh_ = std::move(fresh);
 }
 
 void Recordset::Edit() {
@@ -108,7 +113,8 @@ void Recordset::Update() {
   const bool adding = mode_ == EditMode::kAdd;
   jet::RowId id{};
   if (adding) {
-    for (const auto& c : def->columns) row.push_back(jet::Value::Null(c.type));
+    row = fresh_;
+    row.resize(def->columns.size());
   } else {
     id = ToRowId(places_.at(position_));
     ThrowIfError(db.ReadRow(target.table, id, &row), kSource);

@@ -14,6 +14,7 @@
 #include <string>
 
 #include "jet/types.h"
+#include "jet/value.h"
 
 namespace jet {
 class QueryEngine;
@@ -122,6 +123,7 @@ class Recordset {
   EditMode mode_ = EditMode::kNone;
   QVector<QVariant> edit_values_;
   QVector<bool> edit_set_;
+  std::vector<jet::Value> fresh_;  // AddNew: the row with its default values
   qint64 last_modified_ = -1;
 };
 

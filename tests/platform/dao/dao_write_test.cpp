@@ -166,6 +166,25 @@ TEST(DaoWrite, AddNewGivesTheNewAutonumberThroughLastModified) {
   ExpectReportTablesInStep(path);
 }
 
+TEST(DaoWrite, AddNewStartsFromTheDefaultValues) {
+  const std::string path = Copy("dao-defaults.mdb");
+  auto db = Open(path);
+  auto rs = db->OpenRecordset("Products", dao::dbOpenTable);
+  rs->AddNew();
+  EXPECT_EQ(0, rs->Fields("UnitsOnOrder").Value().toInt());
+  EXPECT_FALSE(rs->Fields("Discontinued").Value().toBool());
+  rs->Fields("ProductName") = QStringLiteral("Dulse");
+  rs->Fields("UnitsOnOrder") = 12;
+  rs->Update();
+  rs->SetBookmark(rs->LastModified());
+  EXPECT_EQ(12, rs->Fields("UnitsOnOrder").Value().toInt());
+  EXPECT_EQ(0, rs->Fields("UnitsInStock").Value().toInt());
+  EXPECT_EQ(78, rs->Fields("ProductID").Value().toInt());
+  db.reset();
+  rs.reset();
+  ExpectIndexesInStep(path, "Products");
+}
+
 TEST(DaoWrite, WorkspaceTransactionsSpanExecuteAndAddNew) {
   const std::string path = Copy("dao-transaction.mdb");
   const std::vector<uint8_t> before = FileBytes(path);
