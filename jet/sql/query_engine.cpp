@@ -509,22 +509,50 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     JET_RETURN_IF_ERROR(RunTranslated(tr, given, &found));
     const bool own_transaction = !db->in_transaction();
     if (own_transaction) JET_RETURN_IF_ERROR(db->BeginTransaction());
-    Status s = Apply(plan, *def, found, affected);
+    std::vector<UndoStep> undo;
+    Status s = Apply(plan, *def, found, affected, &undo);
     if (own_transaction) s = s.ok() ? db->Commit() : (db->Rollback(), s);
+    else if (!s.ok()) s = Undo(plan.table, undo, s);
     DropCache();  // what the cache holds no longer matches the file
     if (!s.ok()) *affected = 0;
     return s;
   }
 
-  Status Apply(const sql::ActionPlan& plan, const TableDef& def, const QueryResult& found, int64_t* affected) {
+  // How to take back one row change of a statement that failed part way
+  // inside the caller's transaction: Jet undoes the whole statement.
+  struct UndoStep {
+    enum class Kind { kRemove, kRestore, kReinsert } kind;
+    RowId id;
+    Row old_row;
+  };
+
+  Status Undo(const std::string& table, const std::vector<UndoStep>& undo, const Status& failure) {
+    for (auto step = undo.rbegin(); step != undo.rend(); ++step) {
+      Status s;
+      switch (step->kind) {
+        case UndoStep::Kind::kRemove: s = db->DeleteRow(table, step->id); break;
+        case UndoStep::Kind::kRestore: s = db->UpdateRow(table, step->id, step->old_row); break;
+        case UndoStep::Kind::kReinsert: s = db->InsertRow(table, step->old_row); break;
+      }
+      if (!s.ok()) {
+        return Status::IOError(failure.message() + "; the rows changed before it could not all be restored (" +
+                               s.message() + "): roll the transaction back");
+      }
+    }
+    return failure;
+  }
+
+  Status Apply(const sql::ActionPlan& plan, const TableDef& def, const QueryResult& found, int64_t* affected,
+               std::vector<UndoStep>* undo) {
     switch (plan.kind) {
-      case sql::StatementKind::kInsert: return InsertRows(plan, def, found, affected);
-      case sql::StatementKind::kUpdate: return UpdateRows(plan, def, found, affected);
-      default: return DeleteRows(plan, found, affected);
+      case sql::StatementKind::kInsert: return InsertRows(plan, def, found, affected, undo);
+      case sql::StatementKind::kUpdate: return UpdateRows(plan, def, found, affected, undo);
+      default: return DeleteRows(plan, found, affected, undo);
     }
   }
 
-  Status InsertRows(const sql::ActionPlan& plan, const TableDef& def, const QueryResult& found, int64_t* affected) {
+  Status InsertRows(const sql::ActionPlan& plan, const TableDef& def, const QueryResult& found, int64_t* affected,
+                    std::vector<UndoStep>* undo) {
     std::vector<int> targets;
     if (plan.columns.empty()) {
       for (size_t i = 0; i < found.columns.size() && i < def.columns.size(); ++i) targets.push_back(static_cast<int>(i));
@@ -543,13 +571,16 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
       Row row = fresh;
       for (size_t i = 0; i < targets.size(); ++i)
         JET_RETURN_IF_ERROR(FitToColumn(values[i], def.columns[targets[i]], &row[targets[i]]));
-      JET_RETURN_IF_ERROR(db->InsertRow(plan.table, row));
+      RowId id;
+      JET_RETURN_IF_ERROR(db->InsertRow(plan.table, row, &id));
+      undo->push_back({UndoStep::Kind::kRemove, id, {}});
       ++*affected;
     }
     return Status::OK();
   }
 
-  Status UpdateRows(const sql::ActionPlan& plan, const TableDef& def, const QueryResult& found, int64_t* affected) {
+  Status UpdateRows(const sql::ActionPlan& plan, const TableDef& def, const QueryResult& found, int64_t* affected,
+                    std::vector<UndoStep>* undo) {
     std::vector<int> targets;
     for (const std::string& name : plan.columns) {
       targets.push_back(FindColumn(def, name));
@@ -561,20 +592,26 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
       if (!done.insert(place).second) continue;
       Row row;
       JET_RETURN_IF_ERROR(db->ReadRow(plan.table, FromRowPlace(place), &row));
+      Row old_row = row;
       for (size_t i = 0; i < targets.size(); ++i)
         JET_RETURN_IF_ERROR(FitToColumn(values[i + 1], def.columns[targets[i]], &row[targets[i]]));
       JET_RETURN_IF_ERROR(db->UpdateRow(plan.table, FromRowPlace(place), row));
+      undo->push_back({UndoStep::Kind::kRestore, FromRowPlace(place), std::move(old_row)});
       ++*affected;
     }
     return Status::OK();
   }
 
-  Status DeleteRows(const sql::ActionPlan& plan, const QueryResult& found, int64_t* affected) {
+  Status DeleteRows(const sql::ActionPlan& plan, const QueryResult& found, int64_t* affected,
+                    std::vector<UndoStep>* undo) {
     std::set<int64_t> done;
     for (const Row& values : found.rows) {
       const int64_t place = values[0].as_int();
       if (!done.insert(place).second) continue;
+      Row old_row;
+      JET_RETURN_IF_ERROR(db->ReadRow(plan.table, FromRowPlace(place), &old_row));
       JET_RETURN_IF_ERROR(db->DeleteRow(plan.table, FromRowPlace(place)));
+      undo->push_back({UndoStep::Kind::kReinsert, FromRowPlace(place), std::move(old_row)});
       ++*affected;
     }
     return Status::OK();

@@ -222,6 +222,30 @@ TEST(SqlDml, TransactionsSpanStatementsAndRollBackToTheOldFile) {
   ExpectIndexesInStep(path, kLinks);
 }
 
+TEST(SqlDml, AStatementThatFailsInsideATransactionTakesBackItsOwnChanges) {
+  const std::string path = ScratchCopy("reports-northwind.mdb", "dml-statement-undo.mdb");
+  auto engine = Writer(path);
+  ASSERT_TRUE(engine);
+  ASSERT_TRUE(engine->BeginTransaction().ok());
+  EXPECT_EQ(1, Exec(*engine, "UPDATE tblExportableResults SET Author = 'kept' WHERE OutputID = 7"));
+  const char* failing[] = {
+      "UPDATE tblExportableResults SET OutputID = IIf(OutputID = 1, 100, 2)",
+      "INSERT INTO tblExportableResults (OutputID, Abbreviation) "
+      "SELECT IIf(OutputID = 3, 101, OutputID + 100), 'copy' FROM tblExportableResults",
+  };
+  for (const char* sql : failing) {
+    int64_t affected = -1;
+    Status s = engine->Execute(sql, {}, &affected);
+    EXPECT_EQ(3022, s.jet_error()) << sql << ": " << s.ToString();
+  }
+  ASSERT_TRUE(engine->Commit().ok());
+  auto rows = Select(*engine, "SELECT OutputID, Author FROM tblExportableResults ORDER BY OutputID");
+  EXPECT_EQ(std::vector<std::string>({"1", "2", "3", "4", "5", "6", "7"}), Column(rows, 0));
+  EXPECT_EQ("kept", Column(rows, 1).back());
+  engine.reset();
+  ExpectIndexesInStep(path, kReports);
+}
+
 TEST(SqlDml, OneEngineServesTheFileAndBecomesWritableWhenAsked) {
   const std::string path = ScratchCopy("reports-northwind.mdb", "dml-shared.mdb");
   std::shared_ptr<QueryEngine> reader;

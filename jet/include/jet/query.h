@@ -99,10 +99,10 @@ class QueryEngine {
 
   // Runs an INSERT, UPDATE or DELETE statement (or a saved append, update or
   // delete query) inside the database's open transaction, or in one of its
-  // own. *affected receives the number of rows it changed. A failure leaves
-  // the rows as they were when the statement ran in a transaction of its own;
-  // inside the caller's transaction, rows it changed before failing stay
-  // changed until the caller rolls back.
+  // own. *affected receives the number of rows it changed. A statement that
+  // fails changes nothing: in a transaction of its own that is rolled back;
+  // inside the caller's transaction the rows it changed are changed back
+  // (a deleted row comes back at a new place).
   Status Execute(const std::string& sql, const std::vector<Value>& parameters, int64_t* affected);
   Status ExecuteQuery(const std::string& name, const std::vector<Value>& parameters, int64_t* affected);
   // A new row for `table` as Jet starts one: each column's DefaultValue

@@ -110,9 +110,8 @@ class Database {
   // Runs an INSERT, UPDATE or DELETE statement, or a saved action query by
   // name, in the workspace's transaction if one is open. Jet's errors come
   // as AppError with Jet's number and wording (3022, 3061, 3075, 3078, ...);
-  // a failed statement changes nothing unless a transaction is open, when
-  // rows it changed before failing stay until the transaction rolls back.
-  // Every failure is raised, as with dbFailOnError.
+  // a failed statement changes nothing, in a transaction or not. Every
+  // failure is raised, as with dbFailOnError.
   void Execute(const QString& sql, int options = 0);
   // The rows the last Execute changed.
   long RecordsAffected() const { return records_affected_; }
