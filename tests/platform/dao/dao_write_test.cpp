@@ -126,6 +126,21 @@ TEST(DaoWrite, StatementErrorsComeWithJetsNumbersAndChangeNothing) {
   EXPECT_TRUE(FileBytes(path) == before);
 }
 
+TEST(DaoWrite, SavedActionQueriesRunByName) {
+  const std::string path = ScratchCopy("psc-adoquery-Northwind.mdb", "dao-saved-action.mdb");
+  auto db = Open(path);
+  // Its parameter has no value here, as in DAO without a QueryDef.
+  EXPECT_EQ(3061, ErrorNumberOf([&] { db->Execute("qry_del_Categories"); }));
+  db->Execute("DELETE FROM Categories WHERE CategoryName = 'No such category'");
+  EXPECT_EQ(0, db->RecordsAffected());
+  db->Execute("UPDATE Categories SET Description = 'Shellfish and fish.' WHERE CategoryName = 'Seafood'");
+  EXPECT_EQ(1, db->RecordsAffected());
+  EXPECT_EQ(QStringList{"Shellfish and fish."},
+            Column(*db, "SELECT Description FROM Categories WHERE CategoryName = 'Seafood'"));
+  db.reset();
+  ExpectIndexesInStep(path, "Categories");
+}
+
 TEST(DaoWrite, AddNewGivesTheNewAutonumberThroughLastModified) {
   const std::string path = Copy("dao-addnew.mdb");
   {
