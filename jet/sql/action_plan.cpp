@@ -100,7 +100,12 @@ Status PlanAction(Statement&& statement, ActionPlan* plan) {
     case StatementKind::kInsert: return PlanInsert(std::move(statement), plan);
     case StatementKind::kUpdate: return PlanUpdate(std::move(statement), plan);
     case StatementKind::kDelete: return PlanDelete(std::move(statement), plan);
-    default: return Status::InvalidArgument("Cannot execute a select query.", 3065);
+    default:
+      if (statement.query && !statement.query->is_union && !statement.query->select.into_table.empty()) {
+        return Status::Unsupported("Make-table queries (SELECT ... INTO " + statement.query->select.into_table +
+                                   ") cannot be run here; create the table and use INSERT INTO ... SELECT.");
+      }
+      return Status::InvalidArgument("Cannot execute a select query.", 3065);
   }
 }
 

@@ -177,6 +177,7 @@ TEST(SqlDml, RefusedStatementsLeaveTheFileByteForByteUnchanged) {
       {"DELETE FROM tblExportableResults WHERE OutputID = [which]", 3061},
       {"INSERT INTO tblExportableResults (NoSuchField) VALUES (1)", 3127},
       {"INSERT INTO tblExportableResults (Abbreviation, Author) VALUES ('one')", 3346},
+      {"SELECT * FROM tblExportableResults", 3065},
   };
   auto engine = Writer(path);
   ASSERT_TRUE(engine);
@@ -187,6 +188,9 @@ TEST(SqlDml, RefusedStatementsLeaveTheFileByteForByteUnchanged) {
     EXPECT_EQ(r.jet_error, s.jet_error()) << r.sql << ": " << s.ToString();
     EXPECT_EQ(0, affected) << r.sql;
   }
+  int64_t affected = 0;
+  Status make_table = engine->Execute("SELECT * INTO tblCopy FROM tblExportableResults", {}, &affected);
+  EXPECT_EQ(Status::Code::kUnsupported, make_table.code()) << make_table.ToString();
   EXPECT_EQ(before_rows.size(), Select(*engine, "SELECT * FROM tblExportableResults_UserQueries").size());
   engine.reset();
   EXPECT_TRUE(FileBytes(path) == before);
