@@ -198,9 +198,9 @@ Status LayOut(Pager* pager, const NewTable& table, uint32_t* tdef_page) {
   return Status::OK();
 }
 
-Row CatalogRow(const TableDef& def, const TableSpec& spec, uint32_t tdef_page, double created) {
-  Row row = NewCatalogRow(def, tdef_page, kTablesContainerId, spec.name, kCatalogTypeTable, 0, created);
-  Bytes props = Properties(spec);
+Row CatalogRow(const TableDef& def, const TableSpec& wanted, uint32_t tdef_page, double created) {
+  Row row = NewCatalogRow(def, tdef_page, kTablesContainerId, wanted.name, kCatalogTypeTable, 0, created);
+  Bytes props = Properties(wanted);
   if (!props.empty()) SetCatalogValue(def, "LvProp", Value(ColumnType::kOle, std::move(props)), &row);
   return row;
 }

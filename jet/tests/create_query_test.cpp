@@ -179,8 +179,8 @@ TEST(CreateQueries, BadQueriesAreRefusedAndLeaveTheFileAlone) {
                                                      {"no table", no_source},
                                                      {"both of its SELECT", half_union},
                                                      {"one column heading", bad_crosstab}};
-  for (const auto& [why, spec] : cases) {
-    Status s = CreateQueries(path, {spec}, CreateOptions{});
+  for (const auto& [why, wanted] : cases) {
+    Status s = CreateQueries(path, {wanted}, CreateOptions{});
     EXPECT_EQ(s.code(), Status::Code::kInvalidArgument) << why;
     EXPECT_NE(s.message().find(why), std::string::npos) << s.ToString();
     EXPECT_EQ(FileBytes(path), before) << why;

@@ -146,7 +146,7 @@ TEST(CreateTables, BadDefinitionsAreRefusedAndLeaveTheFileAlone) {
   const std::vector<uint8_t> before = FileBytes(path);
   struct Case {
     const char* what;
-    TableSpec spec;
+    TableSpec wanted;
   };
   TableSpec twice = Interviews();
   TableSpec no_column = Interviews();
@@ -171,7 +171,7 @@ TEST(CreateTables, BadDefinitionsAreRefusedAndLeaveTheFileAlone) {
                         {"cannot be indexed", memo_key},    {"autonumber", text_autonumber},
                         {"already exists", system_name}};
   for (const Case& c : cases) {
-    Status s = CreateTables(path, {c.spec}, CreateOptions{});
+    Status s = CreateTables(path, {c.wanted}, CreateOptions{});
     EXPECT_EQ(s.code(), Status::Code::kInvalidArgument) << c.what << ": " << s.ToString();
     EXPECT_NE(s.message().find(c.what), std::string::npos) << s.ToString();
     EXPECT_EQ(FileBytes(path), before) << c.what;
