@@ -277,7 +277,7 @@ void Workspace::BeginTrans() {
   transaction_open_ = true;
 }
 
-void Workspace::CommitTrans() {
+std::vector<std::shared_ptr<jet::QueryEngine>> Workspace::EndTransaction() {
   if (!transaction_open_) {
     throw platform::AppError(3034, QStringLiteral("You tried to commit or rollback without first beginning a transaction."),
                              QStringLiteral("DAO.Workspace"));
@@ -285,6 +285,11 @@ void Workspace::CommitTrans() {
   transaction_open_ = false;
   auto engines = std::move(in_transaction_);
   in_transaction_.clear();
+  return engines;
+}
+
+void Workspace::CommitTrans() {
+  auto engines = EndTransaction();
   jet::Status first;
   for (auto& e : engines) {
     jet::Status s = e->Commit();
@@ -294,13 +299,7 @@ void Workspace::CommitTrans() {
 }
 
 void Workspace::Rollback() {
-  if (!transaction_open_) {
-    throw platform::AppError(3034, QStringLiteral("You tried to commit or rollback without first beginning a transaction."),
-                             QStringLiteral("DAO.Workspace"));
-  }
-  transaction_open_ = false;
-  auto engines = std::move(in_transaction_);
-  in_transaction_.clear();
+  auto engines = EndTransaction();
   for (auto& e : engines) e->Rollback();
 }
 

@@ -152,6 +152,9 @@ class Workspace {
 
  private:
   std::vector<std::weak_ptr<Database>> databases_;
+  // Closes the open transaction and hands over its engines; 3034 when none.
+  std::vector<std::shared_ptr<jet::QueryEngine>> EndTransaction();
+
   std::vector<std::shared_ptr<jet::QueryEngine>> in_transaction_;
   bool transaction_open_ = false;
 };
