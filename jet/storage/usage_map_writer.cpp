@@ -1,6 +1,8 @@
 #include "storage/usage_map_writer.h"
 
+#include <algorithm>
 #include <cstring>
+#include <map>
 #include <vector>
 
 #include "storage/data_page.h"
@@ -43,76 +45,118 @@ Status StoreMapRow(Pager* pager, uint32_t map_pointer, const MapRow& map) {
   return StoreRows(map.rows, page, pager->page_size());
 }
 
-// An inline map that must cover `page`: owned maps grow (keeping their start
-// page, since they must remember every page they ever took); free-space maps
-// move their window.
-Status WidenInline(std::vector<uint8_t>* bytes, uint32_t page, MapKind kind) {
-  const uint32_t start = Read32(*bytes, 1);
+std::vector<uint32_t> InlinePages(const std::vector<uint8_t>& bytes) {
+  const uint32_t start = Read32(bytes, 1);
   std::vector<uint32_t> set;
-  for (size_t i = 5; i < bytes->size(); ++i) {
+  for (size_t i = 5; i < bytes.size(); ++i) {
     for (int bit = 0; bit < 8; ++bit) {
-      if ((*bytes)[i] & (1u << bit)) set.push_back(start + uint32_t(i - 5) * 8 + bit);
+      if (bytes[i] & (1u << bit)) set.push_back(start + uint32_t(i - 5) * 8 + bit);
     }
   }
-  uint32_t new_start = std::min(start, page);
-  size_t length = 0;
-  if (kind == MapKind::kFreeSpace) {
-    new_start = page / kFreeSpaceWindow * kFreeSpaceWindow;
-    length = kFreeSpaceWindow / 8;
-  } else {
-    uint32_t last = page;
-    for (uint32_t p : set) last = std::max(last, p);
-    length = ((last - new_start) / 8 + 1 + 3) / 4 * 4;
-  }
-  bytes->assign(5 + length, 0);
-  (*bytes)[0] = kInlineMap;
-  Write32(bytes, 1, new_start);
+  return set;
+}
+
+// Puts an inline map's window over `page`, keeping the row's length: a
+// free-space map slides to the 512-page block holding it (it only hints
+// where to insert next, so bits outside the new window are dropped); an
+// empty owned map simply starts at the page.
+void MoveWindow(std::vector<uint8_t>* bytes, uint32_t page, MapKind kind) {
+  const std::vector<uint32_t> set = InlinePages(*bytes);
+  const size_t length = bytes->size() - 5;
+  const uint32_t start = kind == MapKind::kFreeSpace ? page / kFreeSpaceWindow * kFreeSpaceWindow : page / 8 * 8;
+  std::fill(bytes->begin() + 1, bytes->end(), 0);
+  Write32(bytes, 1, start);
   for (uint32_t p : set) {
-    // A free-space map only hints where to insert next; bits outside the new window are dropped.
-    if (p < new_start || p - new_start >= length * 8) continue;
-    (*bytes)[5 + (p - new_start) / 8] |= static_cast<uint8_t>(1u << ((p - new_start) % 8));
+    if (p < start || p - start >= length * 8) continue;
+    (*bytes)[5 + (p - start) / 8] |= static_cast<uint8_t>(1u << ((p - start) % 8));
+  }
+}
+
+uint32_t PagesPerMapPage(const Pager& pager) { return (pager.page_size() - kMapPageHeader) * 8; }
+
+Status NewMapPage(Pager* pager, const std::function<Status(uint32_t*)>& allocate, uint32_t* number) {
+  JET_RETURN_IF_ERROR(allocate(number));
+  uint8_t* fresh = nullptr;
+  JET_RETURN_IF_ERROR(pager->MutablePage(*number, &fresh));
+  std::memset(fresh, 0, pager->page_size());
+  fresh[0] = static_cast<uint8_t>(PageType::kUsageMap);
+  fresh[1] = 0x01;
+  return Status::OK();
+}
+
+void SetPageBit(uint8_t* map_page, uint32_t at, bool value) {
+  uint8_t& byte = map_page[kMapPageHeader + at / 8];
+  const uint8_t mask = static_cast<uint8_t>(1u << (at % 8));
+  byte = value ? (byte | mask) : (byte & ~mask);
+}
+
+// An owned map that must record a page its inline window cannot reach
+// becomes a reference map, as Access converts it: the row keeps its length
+// (69 bytes address 17 bitmap pages, the whole of a 2 GB file) and names
+// bitmap pages that take over every page the inline bits held.
+Status ConvertToReference(Pager* pager, uint32_t map_pointer, std::vector<uint32_t> pages,
+                          const std::function<Status(uint32_t*)>& allocate) {
+  const uint32_t per_page = PagesPerMapPage(*pager);
+  std::map<size_t, uint32_t> map_pages;  // slot -> bitmap page
+  for (uint32_t p : pages) map_pages[p / per_page] = 0;
+  // Allocating may change the row's own page (the free-page map can share
+  // it), so the row is read again only once the bitmap pages exist.
+  for (auto& [slot, number] : map_pages) JET_RETURN_IF_ERROR(NewMapPage(pager, allocate, &number));
+  for (uint32_t p : pages) {
+    uint8_t* bits = nullptr;
+    JET_RETURN_IF_ERROR(pager->MutablePage(map_pages[p / per_page], &bits));
+    SetPageBit(bits, p % per_page, true);
+  }
+  MapRow map;
+  JET_RETURN_IF_ERROR(LoadMapRow(*pager, map_pointer, &map));
+  std::vector<uint8_t>& bytes = map.row().bytes;
+  const size_t slots = std::max((bytes.size() - 1) / 4, map_pages.rbegin()->first + 1);
+  bytes.assign(1 + 4 * slots, 0);
+  bytes[0] = kReferenceMap;
+  for (const auto& [slot, number] : map_pages) Write32(&bytes, 1 + 4 * slot, number);
+  if (!StoreMapRow(pager, map_pointer, map).ok()) {
+    return Status::Unsupported("the table's usage map has no room to become a page-referenced map");
   }
   return Status::OK();
 }
 
-Status SetInline(Pager* pager, uint32_t map_pointer, MapRow* map, uint32_t page, bool value, MapKind kind) {
+Status SetInline(Pager* pager, uint32_t map_pointer, MapRow* map, uint32_t page, bool value, MapKind kind,
+                 const std::function<Status(uint32_t*)>& allocate) {
   std::vector<uint8_t>& bytes = map->row().bytes;
   if (bytes.size() < 5) return Status::Corruption("usage map is truncated");
   uint32_t start = Read32(bytes, 1);
   const bool inside = page >= start && uint64_t(page - start) < uint64_t(bytes.size() - 5) * 8;
   if (!inside) {
     if (!value) return Status::OK();
-    JET_RETURN_IF_ERROR(WidenInline(&bytes, page, kind));
+    std::vector<uint32_t> pages = InlinePages(bytes);
+    if (kind == MapKind::kOwned && !pages.empty()) {
+      pages.push_back(page);
+      return ConvertToReference(pager, map_pointer, std::move(pages), allocate);
+    }
+    MoveWindow(&bytes, page, kind);
     start = Read32(bytes, 1);
   }
   uint8_t& byte = bytes[5 + (page - start) / 8];
   const uint8_t mask = static_cast<uint8_t>(1u << ((page - start) % 8));
   if (inside && ((byte & mask) != 0) == value) return Status::OK();  // leave the page untouched
   byte = value ? (byte | mask) : (byte & ~mask);
-  Status s = StoreMapRow(pager, map_pointer, *map);
-  if (!s.ok()) return Status::Unsupported("the table has grown past what its usage map can record inline");
-  return Status::OK();
+  return StoreMapRow(pager, map_pointer, *map);
 }
 
 Status SetReference(Pager* pager, uint32_t map_pointer, MapRow* map, uint32_t page, bool value,
                     const std::function<Status(uint32_t*)>& allocate) {
-  std::vector<uint8_t>& bytes = map->row().bytes;
-  const uint32_t per_page = (pager->page_size() - kMapPageHeader) * 8;
+  const uint32_t per_page = PagesPerMapPage(*pager);
   const size_t slot = page / per_page;
-  if (1 + 4 * slot + 4 > bytes.size()) {
+  if (1 + 4 * slot + 4 > map->row().bytes.size()) {
     if (!value) return Status::OK();
     return Status::Unsupported("page " + std::to_string(page) + " lies beyond what the usage map can address");
   }
-  uint32_t map_page = Read32(bytes, 1 + 4 * slot);
+  uint32_t map_page = Read32(map->row().bytes, 1 + 4 * slot);
   if (map_page == 0) {
     if (!value) return Status::OK();
-    JET_RETURN_IF_ERROR(allocate(&map_page));
-    uint8_t* fresh = nullptr;
-    JET_RETURN_IF_ERROR(pager->MutablePage(map_page, &fresh));
-    std::memset(fresh, 0, pager->page_size());
-    fresh[0] = static_cast<uint8_t>(PageType::kUsageMap);
-    fresh[1] = 0x01;
-    Write32(&bytes, 1 + 4 * slot, map_page);
+    JET_RETURN_IF_ERROR(NewMapPage(pager, allocate, &map_page));
+    JET_RETURN_IF_ERROR(LoadMapRow(*pager, map_pointer, map));  // allocating may have changed the row's page
+    Write32(&map->row().bytes, 1 + 4 * slot, map_page);
     JET_RETURN_IF_ERROR(StoreMapRow(pager, map_pointer, *map));
   }
   Page check;
@@ -122,8 +166,7 @@ Status SetReference(Pager* pager, uint32_t map_pointer, MapRow* map, uint32_t pa
   if (((check[kMapPageHeader + at / 8] & mask) != 0) == value) return Status::OK();
   uint8_t* bits = nullptr;
   JET_RETURN_IF_ERROR(pager->MutablePage(map_page, &bits));
-  uint8_t& byte = bits[kMapPageHeader + at / 8];
-  byte = value ? (byte | mask) : (byte & ~mask);
+  SetPageBit(bits, at, value);
   return Status::OK();
 }
 
@@ -149,7 +192,7 @@ Status SetMapBit(Pager* pager, uint32_t map_pointer, uint32_t page, bool value, 
   MapRow map;
   JET_RETURN_IF_ERROR(LoadMapRow(*pager, map_pointer, &map));
   switch (map.row().bytes[0]) {
-    case kInlineMap: return SetInline(pager, map_pointer, &map, page, value, kind);
+    case kInlineMap: return SetInline(pager, map_pointer, &map, page, value, kind, allocate);
     case kReferenceMap: return SetReference(pager, map_pointer, &map, page, value, allocate);
     default: return Status::Corruption("unknown usage map type");
   }
@@ -166,7 +209,7 @@ Status FindSetBit(const Pager& pager, uint32_t map_pointer, uint32_t from, uint3
     return Status::OK();
   }
   if (bytes[0] != kReferenceMap) return Status::Corruption("unknown usage map type");
-  const uint32_t per_page = (pager.page_size() - kMapPageHeader) * 8;
+  const uint32_t per_page = PagesPerMapPage(pager);
   for (size_t k = 0; 1 + 4 * k + 4 <= bytes.size(); ++k) {
     const uint32_t map_page = Read32(bytes, 1 + 4 * k);
     if (map_page == 0 || uint64_t(k + 1) * per_page <= from) continue;

@@ -1,8 +1,9 @@
 // Changing usage maps: a table's or index's owned pages, a table's pages
-// with free space, and the file's free pages (page 1). Inline maps grow in
-// place in 4-byte steps while their page has room; free-space maps slide a
-// 512-page window instead, as Access does, since they only ever need to
-// know about the pages being filled now.
+// with free space, and the file's free pages (page 1). Inline maps keep
+// their length, as Access keeps them: an owned map that must reach a page
+// outside its window becomes a page-referenced map; a free-space map slides
+// its 512-page window instead, since it only needs to know about the pages
+// being filled now.
 #pragma once
 
 #include <cstdint>

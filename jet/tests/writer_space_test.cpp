@@ -1,0 +1,191 @@
+// Where new rows go: tables made by Access growing past what their inline
+// usage maps reach, and rows filling the room deleted rows left. Read back
+// by our reader and by mdbtools, with the maps checked against the pages.
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "storage/data_page.h"
+#include "storage/fault_file_system.h"
+#include "storage/journal.h"
+#include "storage/usage_map.h"
+#include "writer_test_helpers.h"
+
+namespace jet::testing {
+namespace {
+
+constexpr char kFixture[] = "npsmith88-Northwind.mdb";
+constexpr char kTable[] = "Employees";
+constexpr uint32_t kFreePageMap = 1 << 8;
+
+// An Employees row named "R<number>" with a memo of `memo_length` characters.
+Row Employee(Database& db, int number, size_t memo_length) {
+  std::shared_ptr<const TableDef> def;
+  EXPECT_TRUE(db.GetTableDef(kTable, &def).ok());
+  Row row;
+  for (const ColumnDef& c : def->columns) row.push_back(Value::Null(c.type));
+  std::string memo;
+  for (size_t i = 0; i < memo_length; ++i) memo.push_back(static_cast<char>('a' + (number + i) % 26));
+  row[def->FindColumn("LastName")] = Value(ColumnType::kText, "R" + std::to_string(number));
+  row[def->FindColumn("FirstName")] = Value(ColumnType::kText, std::string("Zoë"));
+  row[def->FindColumn("Address")] = Value(ColumnType::kText, std::string(50, 'x'));
+  row[def->FindColumn("Notes")] = Value(ColumnType::kMemo, memo);
+  return row;
+}
+
+// The two usage maps a table definition names.
+struct TableMaps {
+  uint32_t tdef_page = 0;
+  uint32_t owned = 0;
+  uint32_t free_space = 0;
+};
+
+TableMaps MapsOf(const std::string& path, const std::string& table) {
+  auto db = OpenForReading(path);
+  std::shared_ptr<const TableDef> def;
+  EXPECT_TRUE(db && db->GetTableDef(table, &def).ok());
+  std::unique_ptr<Pager> pager;
+  EXPECT_TRUE(Pager::Open(path, &pager).ok());
+  Page tdef;
+  EXPECT_TRUE(pager->ReadPage(def->tdef_page, &tdef).ok());
+  return {def->tdef_page, Get32(tdef.data() + 0x37), Get32(tdef.data() + 0x3B)};
+}
+
+// 0 for an inline map, 1 for one that names bitmap pages.
+int MapType(const std::string& path, uint32_t map_pointer) {
+  std::unique_ptr<Pager> pager;
+  EXPECT_TRUE(Pager::Open(path, &pager).ok());
+  Page page;
+  EXPECT_TRUE(pager->ReadPage(PointerPage(map_pointer), &page).ok());
+  ByteSpan row;
+  EXPECT_TRUE(DataPage(page, false).RowBytes(PointerRow(map_pointer), &row).ok());
+  return row.size() ? row.U8(0) : -1;
+}
+
+// The table's maps agree with its pages: it owns only its own data pages,
+// every page holding one of its live rows is owned, pages said to have free
+// space are its own, and none of them is also on the file's free-page list.
+void ExpectMapsConsistent(const std::string& path, const std::string& table) {
+  SCOPED_TRACE(table);
+  const TableMaps maps = MapsOf(path, table);
+  std::unique_ptr<Pager> pager;
+  ASSERT_TRUE(Pager::Open(path, &pager).ok());
+  std::vector<uint32_t> owned, free_space, free_pages;
+  ASSERT_TRUE(ReadUsageMap(*pager, maps.owned, &owned).ok());
+  ASSERT_TRUE(ReadUsageMap(*pager, maps.free_space, &free_space).ok());
+  ASSERT_TRUE(ReadUsageMap(*pager, kFreePageMap, &free_pages).ok());
+  const std::set<uint32_t> owned_set(owned.begin(), owned.end());
+  for (uint32_t p : owned) {
+    Page page;
+    ASSERT_TRUE(pager->ReadPage(p, &page).ok());
+    EXPECT_EQ(page[0], static_cast<uint8_t>(PageType::kData)) << "owned page " << p;
+    EXPECT_EQ(DataPage(page, false).owner(), maps.tdef_page) << "owned page " << p;
+  }
+  for (uint32_t p : free_space) EXPECT_TRUE(owned_set.count(p)) << "free-space page " << p << " is not owned";
+  for (uint32_t p : free_pages) EXPECT_FALSE(owned_set.count(p)) << "owned page " << p << " is also free";
+  for (uint32_t p = 2; p < pager->page_count(); ++p) {
+    Page page;
+    ASSERT_TRUE(pager->ReadPage(p, &page).ok());
+    DataPage data(page, false);
+    if (page[0] != static_cast<uint8_t>(PageType::kData) || data.owner() != maps.tdef_page) continue;
+    for (uint16_t r = 0; r < data.row_count(); ++r) {
+      RowSlot slot;
+      ASSERT_TRUE(data.Slot(r, &slot).ok());
+      if (slot.deleted) continue;
+      EXPECT_TRUE(owned_set.count(p)) << "page " << p << " holds a live row but is not owned";
+    }
+  }
+}
+
+std::set<std::string> LastNames(const std::string& path) {
+  auto db = OpenForReading(path);
+  std::set<std::string> names;
+  for (const Row& r : AllRows(*db, kTable)) names.insert(r[1].as_text());
+  return names;
+}
+
+// Inserts employees `first` .. `first + count - 1` in one transaction.
+Status InsertEmployees(Database& db, int first, int count, size_t memo_length) {
+  JET_RETURN_IF_ERROR(db.BeginTransaction());
+  for (int i = first; i < first + count; ++i) JET_RETURN_IF_ERROR(db.InsertRow(kTable, Employee(db, i, memo_length)));
+  return db.Commit();
+}
+
+uint32_t PageCount(const std::string& path) { return static_cast<uint32_t>(FileBytes(path).size() / 4096); }
+
+TEST(WriterSpace, AnAccessTableGrowsPastItsInlineUsageMap) {
+  const std::string path = ScratchCopy(kFixture, "grow.mdb");
+  const TableMaps before = MapsOf(path, kTable);
+  ASSERT_EQ(MapType(path, before.owned), 0) << "the fixture's table should start with an inline map";
+  std::set<std::string> expected = LastNames(path);
+  {
+    auto db = OpenForWriting(path);
+    ASSERT_TRUE(db);
+    // Rows of about 700 bytes: five to a page, so 800 of them carry the
+    // table well past page 512, the last its inline map reaches.
+    Status s = InsertEmployees(*db, 0, 800, 600);
+    ASSERT_TRUE(s.ok()) << s.ToString();
+    for (int i = 0; i < 800; ++i) expected.insert("R" + std::to_string(i));
+    // The converted map keeps taking pages in a later transaction.
+    s = InsertEmployees(*db, 800, 100, 600);
+    ASSERT_TRUE(s.ok()) << s.ToString();
+    for (int i = 800; i < 900; ++i) expected.insert("R" + std::to_string(i));
+  }
+  EXPECT_GT(PageCount(path), 600u);
+  EXPECT_EQ(MapType(path, before.owned), 1);
+  EXPECT_EQ(LastNames(path), expected);
+  ExpectIndexesInStep(path, kTable);
+  ExpectMapsConsistent(path, kTable);
+  EXPECT_EQ(MdbExportRowCount(path, kTable), static_cast<long>(expected.size()));
+  const std::string csv = MdbExport(path, kTable);
+  EXPECT_NE(csv.find("\"R899\""), std::string::npos);
+  auto db = OpenForReading(path);
+  EXPECT_NE(csv.find(Employee(*db, 899, 600)[15].as_text()), std::string::npos);
+}
+
+// A commit that converts the map, cut short at points spread over its
+// writes: the next open leaves the table as it was or with every new row.
+TEST(WriterSpace, ACrashWhileTheMapConvertsLeavesTheOldOrTheNewTable) {
+  const std::string reference = ScratchCopy(kFixture, "grow-reference.mdb");
+  const std::set<std::string> old_rows = LastNames(reference);
+  int total = 0;
+  {
+    FaultFileSystem fs;
+    fs.AddFile(reference, FileBytes(reference));
+    auto db = OpenForWriting(reference, &fs);
+    ASSERT_TRUE(db);
+    const int opened = fs.operations();
+    ASSERT_TRUE(InsertEmployees(*db, 0, 700, 600).ok());
+    total = fs.operations() - opened;
+  }
+  std::set<std::string> new_rows = old_rows;
+  for (int i = 0; i < 700; ++i) new_rows.insert("R" + std::to_string(i));
+  const std::string dir = ::testing::TempDir() + "jet-writer-tests/grow-crash/";
+  for (int crash_at : {total / 5, total / 2, total - 3, total - 1}) {
+    SCOPED_TRACE("crash after " + std::to_string(crash_at) + " of " + std::to_string(total));
+    FaultFileSystem fs;
+    const std::string path = dir + "db.mdb";
+    fs.AddFile(path, FileBytes(FixturePath(kFixture)));
+    {
+      auto db = OpenForWriting(path, &fs);
+      ASSERT_TRUE(db);
+      fs.CrashAfter(fs.operations() + crash_at);
+      EXPECT_FALSE(InsertEmployees(*db, 0, 700, 600).ok());
+    }
+    std::filesystem::remove_all(dir);
+    std::filesystem::create_directories(dir);
+    for (const auto& [name, bytes] : fs.PowerLossImage(7)) {
+      std::ofstream out(name, std::ios::binary);
+      out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    }
+    { ASSERT_TRUE(OpenForWriting(path)); }  // recovers
+    EXPECT_FALSE(std::filesystem::exists(JournalPath(path)));
+    const std::set<std::string> rows = LastNames(path);
+    EXPECT_TRUE(rows == old_rows || rows == new_rows) << rows.size() << " rows, a mix";
+    ExpectIndexesInStep(path, kTable);
+    ExpectMapsConsistent(path, kTable);
+  }
+}
+
+}  // namespace
+}  // namespace jet::testing
