@@ -33,7 +33,7 @@ void frmAboutQor::cmdSysInfo_Click() {
   std::optional<QString> info;
   {
     platform::WaitCursor wait;
-    info = app::GatherSystemInformation();
+    info = app::SystemInformation();
   }
   if (!info) {
     platform::dialogs().MsgBox(QStringLiteral("System Information Is Unavailable At This Time"), platform::vbOKOnly,

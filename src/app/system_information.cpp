@@ -3,6 +3,7 @@
 #include <QProcess>
 #include <QStringList>
 #include <QSysInfo>
+#include <utility>
 
 #include "app/version_info.h"
 
@@ -12,6 +13,11 @@ namespace {
 // The office prints its version without starting a document window, but a
 // hung installation must not hang the About box.
 constexpr int kOfficeAnswerMs = 10000;
+
+SystemInformationSource& CurrentSource() {
+  static SystemInformationSource source;
+  return source;
+}
 
 }  // namespace
 
@@ -41,6 +47,13 @@ std::optional<QString> GatherSystemInformation() {
                .arg(TABULON_VERSION_MINOR)
                .arg(TABULON_VERSION_REVISION);
   return lines.join(QLatin1Char('\n'));
+}
+
+void SetSystemInformationSource(SystemInformationSource source) { CurrentSource() = std::move(source); }
+
+std::optional<QString> SystemInformation() {
+  const SystemInformationSource& source = CurrentSource();
+  return source ? source() : GatherSystemInformation();
 }
 
 }  // namespace app
