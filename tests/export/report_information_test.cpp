@@ -1,5 +1,6 @@
 #include <QDateTime>
 
+#include "biff_records.h"
 #include "export/excel_slots.h"
 #include "exporter_fixture.h"
 #include "xls_reader.h"
@@ -52,6 +53,25 @@ TEST_F(ExporterTest, InformationSheetLayoutColourAndProtection) {
   EXPECT_EQ(sheet.Cells(2, 2).FontColorIndex(), 1);
   EXPECT_FALSE(reread.Worksheets().Item(1).ProtectContents() && reread.Worksheets().Item(2).ProtectContents());
   reread.Close();
+}
+
+// The protection as Excel reads it from the file's own records.
+TEST_F(ExporterTest, InformationSheetIsSavedProtectedWithoutAPassword) {
+  ASSERT_TRUE(exporter_.CreateExcelFile(out_.File("protected.xls"), QString(), true));
+  Paste(exporter_);
+  gExcelWorkbook->Save();
+
+  const biff::Workbook book = biff::Read(out_.File("protected.xls"));
+  const auto& info = book.Sheet(QStringLiteral("Information"));
+  const auto protect = info.First(biff::kProtect);
+  ASSERT_TRUE(protect);
+  EXPECT_EQ(protect->U16(0), 1);
+  const auto password = info.First(biff::kPassword);
+  EXPECT_TRUE(!password || password->U16(0) == 0) << "a user can unprotect the sheet at once";
+  for (const QString& name : {QStringLiteral("Sheet1"), QStringLiteral("Sheet2"), QStringLiteral("Sheet3")}) {
+    const auto other = book.Sheet(name).First(biff::kProtect);
+    EXPECT_TRUE(!other || other->U16(0) == 0) << name.toStdString() << " stays open";
+  }
 }
 
 TEST_F(ExporterTest, ATemplateThatHasAnInformationSheetGivesTheDoubledQuoteMessage) {
