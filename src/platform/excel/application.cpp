@@ -67,7 +67,17 @@ long Application::OfficeCallCount() const { return state_->session ? state_->ses
 bool Application::DisplayAlerts() const { return state_->display_alerts; }
 void Application::SetDisplayAlerts(bool on) { state_->display_alerts = on; }
 bool Application::ScreenUpdating() const { return state_->screen_updating; }
-void Application::SetScreenUpdating(bool on) { state_->screen_updating = on; }
+// Excel stops redrawing while ScreenUpdating is False. The office's
+// counterpart is a controller lock on each open document: its views are not
+// updated cell by cell during a paste, only once when the lock goes.
+// Workbooks opened while it is False are locked as they open.
+void Application::SetScreenUpdating(bool on) {
+  if (state_->screen_updating == on) return;
+  state_->screen_updating = on;
+  OfficeCall(*state_->session, [&] {
+    for (auto& book : state_->workbooks) LockViews(*book, !on);
+  });
+}
 bool Application::Visible() const { return state_->visible; }
 
 void Application::SetVisible(bool on) {

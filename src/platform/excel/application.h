@@ -42,8 +42,13 @@ class Application {
   long OfficePid() const;
   // Operations sent to the office so far, for measuring what a block costs.
   long OfficeCallCount() const;
+  // DisplayAlerts is only recorded: the office works headless and shows no
+  // alert of its own, and every question Excel would ask (overwriting a file)
+  // is asked by the program itself before it reaches the office.
   bool DisplayAlerts() const;
   void SetDisplayAlerts(bool on);
+  // False locks the views of every open workbook, and of those opened while
+  // it stays False; True releases them.
   bool ScreenUpdating() const;
   void SetScreenUpdating(bool on);
   bool Visible() const;

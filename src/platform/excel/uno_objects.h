@@ -32,6 +32,7 @@ struct WorkbookState {
   bool closed = false;
   bool has_macros = false;
   bool view_changed = false;  // the active sheet moved since the last save
+  bool view_locked = false;   // its controllers are locked (ScreenUpdating = False)
 };
 
 struct SheetState {
@@ -41,6 +42,8 @@ struct SheetState {
 
 // The document's controller, for the active sheet and the selection.
 css::uno::Reference<css::frame::XController> ControllerOf(const WorkbookState& book);
+// Locks or unlocks the document's views; each book is locked at most once.
+void LockViews(WorkbookState& book, bool locked);
 // Raises 1004 when the workbook was closed or handed over.
 void RequireOpen(const WorkbookState& book);
 

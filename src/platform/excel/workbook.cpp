@@ -46,6 +46,14 @@ css::uno::Reference<css::frame::XController> ControllerOf(const WorkbookState& b
   return controller;
 }
 
+void LockViews(WorkbookState& book, bool locked) {
+  if (book.view_locked == locked || !book.document.is()) return;
+  css::uno::Reference<css::frame::XModel> model(book.document, css::uno::UNO_QUERY_THROW);
+  if (locked) model->lockControllers();
+  else model->unlockControllers();
+  book.view_locked = locked;
+}
+
 int Worksheets::Count() const {
   return OfficeCall(*book_->session, [&] {
     RequireOpen(*book_);

@@ -108,3 +108,30 @@ TEST(CopyFromRecordset, RefusesWhatAnXlsSheetCannotHoldAndBinaryFields) {
   EXPECT_EQ(ErrorNumberOf([&] { sheet.Cells(1, 256).CopyFromRecordset(wide); }), excel::kApplicationDefined);
   book.Close();
 }
+
+// ScreenUpdating = False locks the office's views; the writing and saving
+// done meanwhile must still reach the file, for books open before and after.
+TEST(CopyFromRecordset, BlocksWrittenWhileScreenUpdatingIsOffReachTheFile) {
+  OutputFolder out;
+  auto app = excel::Application::Create();
+  auto before = app->Workbooks().Add();
+  app->SetScreenUpdating(false);
+  auto during = app->Workbooks().Add();
+  for (auto* book : {&before, &during}) {
+    auto records = MixedRecords();
+    EXPECT_EQ(book->Worksheets().Item(1).Cells(2, 2).CopyFromRecordset(records), 3);
+  }
+  during.SaveAs(out.File("during.xls"));  // saved while the views are still locked
+  app->SetScreenUpdating(true);
+  before.SaveAs(out.File("before.xls"));
+  during.Close();
+  before.Close();
+
+  for (const char* name : {"before.xls", "during.xls"}) {
+    const XlsSheet sheet = ReadXls(out.File(name)).Sheet("Sheet1");
+    EXPECT_EQ(sheet.Text(2, 2), "007") << name;
+    EXPECT_EQ(sheet.Text(4, 2), "1/2") << name;
+    EXPECT_DOUBLE_EQ(sheet.At(4, 3).value.toDouble(), -40000) << name;
+  }
+  EXPECT_TRUE(app->ScreenUpdating());
+}
