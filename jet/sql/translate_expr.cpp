@@ -211,7 +211,7 @@ Status Translator::Subquery(const QueryExpr& q, Scope* scope, QueryOut* out) {
 Status Translator::Name(const sql::Expr& e, Scope* scope, TypedSql* out) {
   const auto& parts = e.parts;
   for (Scope* s = scope; s; s = s->outer) {
-    for (const Source& src : s->sources) {
+    for (Source& src : s->sources) {
       if (parts.size() == 2 && !NamesEqual(src.alias, parts[0])) continue;
       if (parts.size() > 2) continue;
       if (src.stored_table && parts.back() == kRowPlaceField) {
@@ -221,6 +221,7 @@ Status Translator::Name(const sql::Expr& e, Scope* scope, TypedSql* out) {
       for (size_t i = 0; i < src.columns.size(); ++i) {
         if (NamesEqual(src.columns[i].name, parts.back())) {
           const SourceColumn& c = src.columns[i];
+          src.shown = true;
           *out = {src.sqlite_alias + ".c" + std::to_string(i), c.type, c.decimal_scale, c.caption};
           return Status::OK();
         }

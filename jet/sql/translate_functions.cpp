@@ -97,12 +97,6 @@ std::string Convert(const TypedSql& t, Arg arg) {
   return t.sql;
 }
 
-bool IsAggregate(std::string_view name) {
-  for (std::string_view a : {"Sum", "Avg", "Count", "Min", "Max", "First", "Last", "StDev", "StDevP", "Var", "VarP"})
-    if (WordIs(name, a)) return true;
-  return false;
-}
-
 // The common type of IIf/Switch/Choose branches; Currency branches stay scaled.
 SqlType MergeTypes(const std::vector<TypedSql>& values) {
   SqlType t = SqlType::kNull;
@@ -124,6 +118,12 @@ std::string Branch(const TypedSql& v, SqlType t) {
 }
 
 }  // namespace
+
+bool IsAggregate(std::string_view name) {
+  for (std::string_view a : {"Sum", "Avg", "Count", "Min", "Max", "First", "Last", "StDev", "StDevP", "Var", "VarP"})
+    if (WordIs(name, a)) return true;
+  return false;
+}
 
 Status Translator::Call(const sql::Expr& e, Scope* scope, TypedSql* out) {
   const std::string& name = e.text;

@@ -175,9 +175,10 @@ Status Translator::SelectList(const SelectCore& core, Scope* scope, std::vector<
   for (const SelectItem& item : core.items) {
     if (item.expr->kind == ExprKind::kStar) {
       bool any = false;
-      for (const Source& s : scope->sources) {
+      for (Source& s : scope->sources) {
         if (!item.expr->parts.empty() && !NamesEqual(s.alias, item.expr->parts[0])) continue;
         any = true;
+        s.shown = true;
         for (size_t i = 0; i < s.columns.size(); ++i) {
           const SourceColumn& c = s.columns[i];
           items->push_back({s.sqlite_alias + ".c" + std::to_string(i), c.type, c.decimal_scale, c.caption});
@@ -228,12 +229,11 @@ Status Translator::TranslateSelect(const QueryExpr& q, Scope* outer, QueryOut* o
     JET_RETURN_IF_ERROR(TranslateFrom(*ref, &scope, &part));
     from += (from.empty() ? "" : " CROSS JOIN ") + part;
   }
+  for (Source& s : scope.sources) s.shown = false;  // the ON conditions do not count
   std::vector<TypedSql> items;
   JET_RETURN_IF_ERROR(SelectList(core, &scope, &items, &out->columns));
-  // DISTINCTROW drops repeated rows of the tables whose fields are shown;
-  // over a join that is, nearly always, DISTINCT on those fields.
-  bool distinct = core.quantifier == Quantifier::kDistinct ||
-                  (core.quantifier == Quantifier::kDistinctRow && scope.sources.size() > 1);
+  const bool distinct = core.quantifier == Quantifier::kDistinct;
+  const std::string row_identity = DistinctRowKeys(core, scope);
   std::string select_list;
   for (size_t i = 0; i < items.size(); ++i) {
     std::string item = items[i].sql;
@@ -254,6 +254,8 @@ Status Translator::TranslateSelect(const QueryExpr& q, Scope* outer, QueryOut* o
       groups += (groups.empty() ? "" : ", ") + t.sql + (IsText(t.type) ? " COLLATE JETGENERAL" : "");
     }
     body += " GROUP BY " + groups;
+  } else if (!row_identity.empty()) {
+    body += " GROUP BY " + row_identity;
   }
   if (core.having) {
     TypedSql h;
@@ -298,6 +300,41 @@ Status Translator::TranslateSelect(const QueryExpr& q, Scope* outer, QueryOut* o
   out->sql = "SELECT " + ColumnList(items.size()) + " FROM (" + inner + ") WHERE " + limit;
   if (!outer_order.empty()) out->sql += " ORDER BY " + outer_order;
   return Status::OK();
+}
+
+namespace {
+
+bool HasAggregate(const Expr& e) {
+  if (e.kind == ExprKind::kCall && IsAggregate(e.text)) return true;
+  for (const auto& a : e.args)
+    if (HasAggregate(*a)) return true;
+  return false;
+}
+
+}  // namespace
+
+// DISTINCTROW drops rows that repeat the same records of the tables whose
+// fields are shown, so two customers of one name both stay. It means nothing
+// with one source, when every source is shown, or over groups. A copied
+// table's record is its rowid; a query or sub-select has no record identity,
+// so all of its columns stand for it.
+std::string Translator::DistinctRowKeys(const SelectCore& core, const Scope& scope) const {
+  if (core.quantifier != Quantifier::kDistinctRow || !core.group_by.empty() || core.having) return {};
+  for (const SelectItem& item : core.items)
+    if (HasAggregate(*item.expr)) return {};
+  std::string keys;
+  size_t shown = 0;
+  for (const Source& s : scope.sources) {
+    if (!s.shown) continue;
+    ++shown;
+    if (s.stored_table) {
+      keys += (keys.empty() ? "" : ", ") + s.sqlite_alias + ".rowid";
+      continue;
+    }
+    for (size_t i = 0; i < s.columns.size(); ++i)
+      keys += (keys.empty() ? "" : ", ") + s.sqlite_alias + ".c" + std::to_string(i);
+  }
+  return shown == scope.sources.size() ? std::string() : keys;
 }
 
 // ---- FROM ---------------------------------------------------------------------

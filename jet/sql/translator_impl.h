@@ -22,6 +22,7 @@ struct Source {
   std::string sqlite_alias;  // s1, s2, ...
   std::vector<SourceColumn> columns;
   bool stored_table = false;  // a copied table, whose SQLite rowid is the Jet row's place
+  bool shown = false;         // a field of it was named while translating the select list
 };
 
 struct Scope {
@@ -55,6 +56,7 @@ class Translator {
   Status SelectList(const SelectCore& core, Scope* scope, std::vector<TypedSql>* items,
                     std::vector<OutputColumn>* columns);
   Status OrderKeys(const std::vector<OrderItem>& order, Scope* scope, std::vector<std::string>* keys);
+  std::string DistinctRowKeys(const SelectCore& core, const Scope& scope) const;
 
   // Expressions (translate_expr.cpp).
  public:
@@ -90,6 +92,7 @@ std::string AsDate(const TypedSql& t);
 std::string QuoteSqlText(std::string_view text);
 std::string DoubleLiteral(double v);
 bool NamesEqual(std::string_view a, std::string_view b);
+bool IsAggregate(std::string_view name);
 Status SyntaxError(const std::string& text);
 
 }  // namespace jet::sql

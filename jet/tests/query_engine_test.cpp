@@ -172,6 +172,52 @@ TEST(SavedQueryRun, ResultsMatchTheTableData) {
   EXPECT_EQ(result.rows.size(), expected);
 }
 
+// DISTINCTROW keeps one row per combination of records of the tables whose
+// fields are shown, not per distinct value: the customers with orders, each
+// once, though many share a country.
+TEST(SavedQueryRun, DistinctRowKeepsEachRecordOfTheShownTables) {
+  auto engine = Engine("nwind.mdb");
+  Database& db = engine->database();
+  const TableDef* orders_def;
+  const TableDef* customers_def;
+  std::vector<Row> orders = TableRows(db, "Orders", &orders_def);
+  std::vector<Row> customers = TableRows(db, "Customers", &customers_def);
+  std::set<std::string> ordering_ids;
+  for (const Row& r : orders) ordering_ids.insert(r[orders_def->FindColumn("CustomerID")].as_text());
+  size_t with_orders = 0;
+  std::set<std::string> their_countries;
+  for (const Row& r : customers) {
+    if (!ordering_ids.count(r[customers_def->FindColumn("CustomerID")].as_text())) continue;
+    ++with_orders;
+    their_countries.insert(r[customers_def->FindColumn("Country")].as_text());
+  }
+  ASSERT_LT(their_countries.size(), with_orders);  // else the query below could not tell
+
+  const std::string join = " FROM Customers INNER JOIN Orders ON Customers.CustomerID = Orders.CustomerID";
+  QueryResult r;
+  ASSERT_TRUE(engine->RunSql("SELECT DISTINCTROW Customers.Country" + join, {}, &r).ok());
+  EXPECT_EQ(r.rows.size(), with_orders);
+  ASSERT_TRUE(engine->RunSql("SELECT DISTINCT Customers.Country" + join, {}, &r).ok());
+  EXPECT_EQ(r.rows.size(), their_countries.size());
+  // With fields of every table shown, or over one table, nothing is dropped.
+  ASSERT_TRUE(engine->RunSql("SELECT DISTINCTROW Customers.Country, Orders.ShipCountry" + join, {}, &r).ok());
+  EXPECT_EQ(r.rows.size(), orders.size());
+  ASSERT_TRUE(engine->RunSql("SELECT DISTINCTROW Country FROM Customers", {}, &r).ok());
+  EXPECT_EQ(r.rows.size(), customers.size());
+  // A saved query has no record identity: its rows count by all their fields.
+  ASSERT_TRUE(engine
+                  ->RunSql("SELECT DISTINCTROW [Order Subtotals].OrderID FROM [Order Subtotals] INNER JOIN "
+                           "[Order Details] ON [Order Subtotals].OrderID = [Order Details].OrderID",
+                           {}, &r)
+                  .ok());
+  EXPECT_EQ(r.rows.size(), orders.size());
+  // Over groups it changes nothing.
+  ASSERT_TRUE(engine->RunSql("SELECT DISTINCTROW Customers.Country, Count(*) AS N" + join + " GROUP BY Customers.Country",
+                             {}, &r)
+                  .ok());
+  EXPECT_EQ(r.rows.size(), their_countries.size());
+}
+
 TEST(SavedQueryRun, EveryFixtureSelectRunsWithItsParameters) {
   for (const char* file : {"nwind.mdb", "npsmith88-Northwind.mdb", "pivot.mdb", "accessLike.mdb",
                            "Gymnase2000.mdb", "xtreme.mdb", "psc-adoquery-Northwind.mdb", "parameters.accdb",
