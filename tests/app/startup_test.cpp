@@ -1,6 +1,10 @@
 // From an empty process to the main window: which database is opened, what
 // the person is asked when none is recorded, and what a bad choice gives.
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <functional>
+#include <random>
 #include <QListWidget>
 
 #include "app/frm_tabulon.h"
@@ -116,26 +120,85 @@ TEST_F(StartupTest, OneCharacterRecordedFolderIsNotOfferedAsTheStartFolder) {
   EXPECT_EQ(BoxPrompts(), QStringList{QStringLiteral("Please locate a valid Access database")});
 }
 
-TEST_F(StartupTest, DamagedDatabaseIsReportedOnceAndTheWindowStillOpens) {
+// What start-up leaves when the recorded database cannot be opened: the
+// one launch error with the engine's reason, and a window without a list.
+void ExpectLaunchErrorAndAnEmptyWindow(const platform::ScriptedDialogs& script) {
+  ASSERT_EQ(script.MessageBoxes().size(), 1);
+  const auto& box = script.MessageBoxes()[0];
+  const QString launch = QStringLiteral("There was an error launching this application. Please try again.");
+  EXPECT_TRUE(box.prompt.startsWith(launch)) << box.prompt.toStdString();
+  const qsizetype reason = box.prompt.indexOf(QStringLiteral("System Description: ")) + 20;
+  const qsizetype reasonEnd = box.prompt.indexOf(QStringLiteral("\r\n\r\nPlease contact"));
+  EXPECT_GT(reasonEnd, reason) << "no reason given: " << box.prompt.toStdString();
+  EXPECT_EQ(box.style, platform::vbCritical);
+  EXPECT_EQ(box.title, QStringLiteral("Tabulon"));
+  EXPECT_TRUE(script.FileDialogsShown().isEmpty());
+  ASSERT_NE(gMainWindow, nullptr);
+  EXPECT_TRUE(gMainWindow->isVisible());
+  EXPECT_EQ(gMainWindow->lstAvailableQueries->count(), 0);
+  EXPECT_EQ(gMainWindow->PanelText(QStringLiteral("Source")), QString());
+  EXPECT_FALSE(gDatabaseLoaded);
+  EXPECT_EQ(platform::MousePointer(), platform::vbDefault);
+}
+
+TEST_F(StartupTest, MissingRecordedDatabaseIsReportedOnceAndNotCreated) {
+  const QString missing = TempFile(QStringLiteral("moved-away.mdb"));
+  RecordDatabasePath(missing);
+
+  MMain::Main();
+
+  ExpectLaunchErrorAndAnEmptyWindow(script);
+  EXPECT_FALSE(QFile::exists(missing));
+}
+
+// Files named .mdb that are not whole databases.
+struct DamagedFile {
+  const char* name;
+  std::function<QByteArray()> bytes;
+};
+
+QByteArray SeededRandomBytes(int size) {
+  std::mt19937 generator(20261122);
+  QByteArray bytes(size, '\0');
+  for (char& byte : bytes) byte = static_cast<char>(generator() & 0xff);
+  return bytes;
+}
+
+QByteArray StartOfTheReportsFixture(int size) {
+  QFile fixture(QStringLiteral(TABULON_FIXTURES "/jet/reports-northwind.mdb"));
+  if (!fixture.open(QIODevice::ReadOnly)) return {};
+  return fixture.read(size);
+}
+
+const DamagedFile kDamagedFiles[] = {
+    {"OneRepeatedByte", [] { return QByteArray(4096, '\x5a'); }},
+    {"RandomBytes", [] { return SeededRandomBytes(16384); }},
+    {"Empty", [] { return QByteArray(); }},
+    {"HeaderPageOnly", [] { return StartOfTheReportsFixture(4096); }},
+    {"CutAfterTheCatalogue", [] { return StartOfTheReportsFixture(64 * 4096); }},
+};
+
+class DamagedDatabaseStartupTest : public StartupTest, public ::testing::WithParamInterface<DamagedFile> {};
+
+TEST_P(DamagedDatabaseStartupTest, IsReportedOnceTheWindowStillOpensAndTheFileIsLeftAsItWas) {
+  const QByteArray bytes = GetParam().bytes();
   const QString damaged = TempFile(QStringLiteral("damaged.mdb"));
   QFile file(damaged);
   ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-  file.write(QByteArray(4096, '\x5a'));
+  ASSERT_EQ(file.write(bytes), bytes.size());
   file.close();
   RecordDatabasePath(damaged);
 
   MMain::Main();
 
-  ASSERT_EQ(script.MessageBoxes().size(), 1);
-  const auto& box = script.MessageBoxes()[0];
-  EXPECT_TRUE(box.prompt.startsWith(QStringLiteral("There was an error launching this application. Please try again.")))
-      << box.prompt.toStdString();
-  EXPECT_EQ(box.style, platform::vbCritical);
-  EXPECT_EQ(box.title, QStringLiteral("Tabulon"));
-  EXPECT_TRUE(gMainWindow->isVisible());
-  EXPECT_EQ(gMainWindow->lstAvailableQueries->count(), 0);
-  EXPECT_FALSE(gDatabaseLoaded);
-  EXPECT_EQ(platform::MousePointer(), platform::vbDefault);
+  ExpectLaunchErrorAndAnEmptyWindow(script);
+  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+  EXPECT_TRUE(file.readAll() == bytes) << "the damaged file was changed";
+  EXPECT_EQ(QDir(QFileInfo(damaged).path()).entryList({QStringLiteral("damaged*")}, QDir::Files),
+            QStringList{QStringLiteral("damaged.mdb")});
 }
+
+INSTANTIATE_TEST_SUITE_P(Files, DamagedDatabaseStartupTest, ::testing::ValuesIn(kDamagedFiles),
+                         [](const ::testing::TestParamInfo<DamagedFile>& info) { return info.param.name; });
 
 }  // namespace
