@@ -334,6 +334,21 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     return true;
   }
 
+  std::string SavedQueryCaption(const std::string& query, const std::string& field) override {
+    const PropertyMap* props = db->QueryFieldProperties(query, field);
+    const Value* caption = props ? props->Find("Caption") : nullptr;
+    if (!caption || caption->is_null() || !std::holds_alternative<std::string>(caption->data())) return {};
+    return caption->as_text();
+  }
+
+  // A saved query's own captions come before those of the fields it shows.
+  void ApplyOwnCaptions(const std::string& query, QueryResult* result) {
+    for (QueryColumn& c : result->columns) {
+      std::string own = SavedQueryCaption(query, c.name);
+      if (!own.empty()) c.caption = std::move(own);
+    }
+  }
+
   Status BindAll(sqlite3_stmt* stmt, const sql::ParameterList& list, const std::vector<Value>& given) {
     int count = sqlite3_bind_parameter_count(stmt);
     for (int i = 1; i <= count; ++i) {
@@ -768,7 +783,9 @@ Status QueryEngine::RunQuery(const std::string& name, const std::vector<Value>& 
     return Status::Unsupported("Query '" + name + "' is a " + std::string(QueryTypeName(q.type)) +
                                " query and returns no records.");
   }
-  return impl_->Run(q.sql, parameters, result);
+  JET_RETURN_IF_ERROR(impl_->Run(q.sql, parameters, result));
+  impl_->ApplyOwnCaptions(q.name, result);
+  return Status::OK();
 }
 
 Status QueryEngine::RunSql(const std::string& sql, const std::vector<Value>& parameters, QueryResult* result) {

@@ -419,7 +419,10 @@ Status Translator::TranslateNamedSource(const TableRef& ref, Scope* scope, std::
   source_stack_.pop_back();
   open_queries_.erase(key);
   JET_RETURN_IF_ERROR(st);
-  for (const OutputColumn& c : sub.columns) s.columns.push_back({c.name, c.type, c.caption, c.decimal_scale});
+  for (const OutputColumn& c : sub.columns) {
+    std::string own = catalog_->SavedQueryCaption(ref.name, c.name);
+    s.columns.push_back({c.name, c.type, own.empty() ? c.caption : own, c.decimal_scale});
+  }
   *sql = "(" + sub.sql + ") AS " + s.sqlite_alias;
   scope->sources.push_back(std::move(s));
   return Status::OK();

@@ -39,6 +39,9 @@ class TranslationCatalog {
                               std::vector<SourceColumn>* columns) = 0;
   // A saved query's SQL text; false when there is none of that name.
   virtual bool FindSavedQuery(const std::string& name, std::string* sql) = 0;
+  // The Caption a saved query gives one of its output fields itself; empty
+  // when it gives none.
+  virtual std::string SavedQueryCaption(const std::string& query, const std::string& field) = 0;
   // Runs `sqlite_sql` (one column) with the statement's parameters bound and
   // returns its rows as crosstab headings.
   virtual Status PivotValues(const std::string& sqlite_sql, SqlType type, std::vector<PivotValue>* values) = 0;

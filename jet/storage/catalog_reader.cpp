@@ -89,9 +89,11 @@ Status ReadCatalog(const Pager& pager, const TextReader& text, CatalogContents* 
     e.system = (e.flags & (kFlagSystemHigh | kFlagSystemLow)) != 0 || e.name.rfind("MSys", 0) == 0;
     e.hidden = (e.flags & kFlagHidden) != 0;
     e.source_file = TextSourceFile(e);
-    const bool tabular = e.kind == ObjectKind::kTable || e.kind == ObjectKind::kLinkedTable ||
-                         e.kind == ObjectKind::kLinkedOdbc;
-    if (tabular && c_props >= 0 && !row[c_props].is_null()) {
+    // Tables keep their columns' properties there, queries those of their
+    // output fields (a field's own Caption, Format, ...).
+    const bool has_fields = e.kind == ObjectKind::kTable || e.kind == ObjectKind::kLinkedTable ||
+                            e.kind == ObjectKind::kLinkedOdbc || e.kind == ObjectKind::kQuery;
+    if (has_fields && c_props >= 0 && !row[c_props].is_null()) {
       ObjectProperties props;
       // A damaged property blob costs the captions, not the table.
       if (ParseProperties(row[c_props].as_bytes(), text, &props).ok()) {

@@ -1,5 +1,5 @@
 // Reads MSysObjects (always defined at page 2) into catalogue entries and the
-// property blobs of tables.
+// property blobs of tables and queries.
 #pragma once
 
 #include <map>
@@ -15,7 +15,7 @@ constexpr uint32_t kCatalogTdefPage = 2;
 
 struct CatalogContents {
   std::vector<CatalogEntry> entries;
-  // Properties of table and link entries, by catalogue id.
+  // Properties of table, link and query entries, by catalogue id.
   std::map<int32_t, ObjectProperties> properties;
 };
 

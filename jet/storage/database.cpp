@@ -293,6 +293,16 @@ const CatalogEntry* Database::FindObject(const std::string& name, ObjectKind kin
   return nullptr;
 }
 
+const PropertyMap* Database::QueryFieldProperties(const std::string& query, const std::string& field) const {
+  const CatalogEntry* entry = FindObject(query, ObjectKind::kQuery);
+  if (!entry) return nullptr;
+  auto it = impl_->catalog.properties.find(entry->id);
+  if (it == impl_->catalog.properties.end()) return nullptr;
+  for (const auto& [name, map] : it->second.by_name)
+    if (SameName(name, field)) return &map;
+  return nullptr;
+}
+
 const CatalogEntry* Database::FindTable(const std::string& name) const {
   for (const auto& e : impl_->catalog.entries) {
     if (IsTabular(e.kind) && SameName(e.name, name)) return &e;

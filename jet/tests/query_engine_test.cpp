@@ -218,6 +218,27 @@ TEST(SavedQueryRun, DistinctRowKeepsEachRecordOfTheShownTables) {
   EXPECT_EQ(r.rows.size(), their_countries.size());
 }
 
+// Access keeps a query's own field captions with the query; they win over
+// the source field's, also when the query is used by another one.
+TEST(SavedQueryRun, OwnFieldCaptionsBeforeTheSourceFields) {
+  auto engine = Engine("npsmith88-Northwind.mdb");
+  QueryResult r;
+  ASSERT_TRUE(engine->RunQuery("Ten Most Expensive Products", {}, &r).ok());
+  ASSERT_EQ(r.columns.size(), 2u);
+  EXPECT_EQ(r.columns[0].caption, "Ten Most Expensive Products");
+  EXPECT_EQ(r.columns[1].caption, "Unit Price");
+  ASSERT_TRUE(engine
+                  ->RunSql("SELECT ProductSales, ProductName, ProductSales * 2 AS Twice FROM [Product Sales for 1997]",
+                           {}, &r)
+                  .ok());
+  EXPECT_EQ(r.columns[0].caption, "Product Sales");
+  EXPECT_EQ(r.columns[1].caption, "Product Name");
+  EXPECT_EQ(r.columns[2].caption, "");
+  // The same statement, not run as the saved query, has only the field's.
+  ASSERT_TRUE(engine->RunSql("SELECT TOP 1 ProductName AS TenMostExpensiveProducts FROM Products", {}, &r).ok());
+  EXPECT_EQ(r.columns[0].caption, "Product Name");
+}
+
 TEST(SavedQueryRun, EveryFixtureSelectRunsWithItsParameters) {
   for (const char* file : {"nwind.mdb", "npsmith88-Northwind.mdb", "pivot.mdb", "accessLike.mdb",
                            "Gymnase2000.mdb", "xtreme.mdb", "psc-adoquery-Northwind.mdb", "parameters.accdb",

@@ -57,6 +57,11 @@ class Database {
   // A local or linked table by name; nullptr when absent.
   const CatalogEntry* FindTable(const std::string& name) const;
 
+  // A saved query's own properties of one output field (Caption, Format,
+  // Description, ...), as Access keeps them with the query; nullptr when it
+  // has none.
+  const PropertyMap* QueryFieldProperties(const std::string& query, const std::string& field) const;
+
   // The definition of a table (for a linked table: the linked file's table,
   // under the link's name). Loaded on first use and kept.
   Status GetTableDef(const std::string& name, std::shared_ptr<const TableDef>* def);

@@ -117,6 +117,23 @@ TEST(DaoQueryDefs, ParametersByPositionAndTheErrorsARunMeets) {
   EXPECT_EQ(ErrorNumberOf([&] { dao::DBEngine::Workspaces(0).OpenDatabase(Fixture("MANIFEST.md")); }), 3343);
 }
 
+// A query's field shows the Caption the query gives it, else its source
+// field's; the Employees fields have no Caption of their own.
+TEST(DaoQueryDefs, FieldCaptionsComeFromTheQueryThenTheSourceField) {
+  auto db = OpenReports();
+  dao::QueryDef q = db->QueryDefs("Employee Sales by Country");
+  q.Parameters().Item(0).Value = "01-Dec-1996";
+  q.Parameters().Item(1).Value = "31-Dec-1996";
+  auto rs = q.OpenRecordset();
+  QStringList captions;
+  for (int i = 0; i < rs->FieldCount(); ++i) captions << rs->Field(i).name + "=" + rs->Field(i).caption;
+  EXPECT_EQ(captions, (QStringList{"Country=", "LastName=Last Name", "FirstName=First Name",
+                                   "ShippedDate=Shipped Date", "OrderID=Order ID", "SaleAmount=Sale Amount"}));
+  auto top = db->OpenRecordset("Ten Most Expensive Products");
+  EXPECT_EQ(top->Field(0).caption, "Ten Most Expensive Products");
+  EXPECT_EQ(top->Field(1).caption, "Unit Price");
+}
+
 TEST(DaoTableDefs, AttributesLinksFieldsIndexesAndTableRecordsets) {
   auto db = OpenReports();
   bool sawSystem = false;
