@@ -27,10 +27,13 @@ Status AddRow(Pager* pager, const std::vector<uint8_t>& bytes, const LongValuePa
   JET_RETURN_IF_ERROR(pager->MutablePage(page_no, &page));
   std::vector<StoredRow> rows;
   JET_RETURN_IF_ERROR(LoadRows(Page(page, pager->page_size()), &rows));
-  if (!RoomFor(rows, pager->page_size(), bytes.size())) return Status::Corruption("long-value page has no room");
-  rows.push_back({bytes, 0});
+  if (LongestNewRow(rows, pager->page_size()) < bytes.size()) return Status::Corruption("long-value page has no room");
+  ReclaimDeadSlots(&rows);
+  const size_t slot = SlotForNewRow(rows);
+  if (slot == rows.size()) rows.emplace_back();
+  rows[slot] = {bytes, 0};
   JET_RETURN_IF_ERROR(StoreRows(rows, page, pager->page_size()));
-  *pointer = page_no << 8 | static_cast<uint32_t>(rows.size() - 1);
+  *pointer = page_no << 8 | static_cast<uint32_t>(slot);
   return Status::OK();
 }
 
@@ -97,15 +100,19 @@ Status WriteLongValue(Pager* pager, const std::vector<uint8_t>& value, const Lon
   return Status::OK();
 }
 
-Status FreeLongValue(Pager* pager, ByteSpan field) {
+Status FreeLongValue(Pager* pager, ByteSpan field, std::vector<uint32_t>* freed_pages) {
   if (field.size() < 12) return Status::OK();
   const uint32_t header = field.U32(0);
   if (header & kInlineFlag) return Status::OK();
   uint32_t pointer = field.U32(4);
-  if (header & kSingleRowFlag) return DeleteRow(pager, pointer, nullptr);
+  if (header & kSingleRowFlag) {
+    freed_pages->push_back(PointerPage(pointer));
+    return DeleteRow(pager, pointer, nullptr);
+  }
   std::unordered_set<uint32_t> seen;
   while (pointer != 0) {
     if (!seen.insert(pointer).second) return Status::Corruption("long value chain loops");
+    freed_pages->push_back(PointerPage(pointer));
     JET_RETURN_IF_ERROR(DeleteRow(pager, pointer, &pointer));
   }
   return Status::OK();

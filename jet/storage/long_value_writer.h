@@ -29,7 +29,8 @@ Status WriteLongValue(Pager* pager, const std::vector<uint8_t>& value, const Lon
 // How many row bytes the field of a value of `length` bytes takes.
 inline size_t LongValueFieldSize(size_t length) { return 12 + (length <= kMaxInlineLongValue ? length : 0); }
 
-// Releases the long-value rows a stored field points at.
-Status FreeLongValue(Pager* pager, ByteSpan field);
+// Releases the long-value rows a stored field points at; adds the pages
+// they were on to `freed_pages`, where later values of the column may go.
+Status FreeLongValue(Pager* pager, ByteSpan field, std::vector<uint32_t>* freed_pages);
 
 }  // namespace jet

@@ -57,6 +57,30 @@ bool RoomFor(const std::vector<StoredRow>& rows, uint32_t page_size, size_t leng
   return rows.size() < kMaxRowsPerPage && UsedBytes(rows) + 2 + length <= page_size;
 }
 
+bool IsDeadSlot(const StoredRow& row) {
+  return (row.flags & (kRowDeletedFlag | kRowOverflowFlag)) == (kRowDeletedFlag | kRowOverflowFlag);
+}
+
+void ReclaimDeadSlots(std::vector<StoredRow>* rows) {
+  for (StoredRow& r : *rows) {
+    if (IsDeadSlot(r)) r.bytes.clear();
+  }
+}
+
+size_t SlotForNewRow(const std::vector<StoredRow>& rows) {
+  for (size_t i = 0; i < rows.size(); ++i) {
+    if (IsDeadSlot(rows[i])) return i;
+  }
+  return rows.size();
+}
+
+size_t LongestNewRow(std::vector<StoredRow> rows, uint32_t page_size) {
+  ReclaimDeadSlots(&rows);
+  const size_t free = FreeSpace(rows, page_size);
+  if (SlotForNewRow(rows) < rows.size()) return free;
+  return rows.size() < kMaxRowsPerPage && free >= 2 ? free - 2 : 0;
+}
+
 Status StoreRows(const std::vector<StoredRow>& rows, uint8_t* page, uint32_t page_size) {
   if (rows.size() > kMaxRowsPerPage || UsedBytes(rows) > page_size) {
     return Status::Corruption("rows do not fit their data page");

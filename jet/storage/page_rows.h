@@ -33,4 +33,15 @@ size_t FreeSpace(const std::vector<StoredRow>& rows, uint32_t page_size);
 // Whether one more row of `length` bytes fits.
 bool RoomFor(const std::vector<StoredRow>& rows, uint32_t page_size, size_t length);
 
+// A slot flagged both deleted and moved holds nothing anyone reads: Access
+// and this writer leave deleted rows so. (A slot flagged only deleted may be
+// the data of a moved row, and is kept.)
+bool IsDeadSlot(const StoredRow& row);
+// Drops the bytes of dead slots, so the page can take new rows in their room.
+void ReclaimDeadSlots(std::vector<StoredRow>* rows);
+// Where a new row goes: the first dead slot, else a new slot at the end.
+size_t SlotForNewRow(const std::vector<StoredRow>& rows);
+// The longest new row the page takes once its dead slots are reclaimed.
+size_t LongestNewRow(std::vector<StoredRow> rows, uint32_t page_size);
+
 }  // namespace jet

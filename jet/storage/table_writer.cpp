@@ -1,6 +1,7 @@
 #include "storage/table_writer.h"
 
 #include <random>
+#include <set>
 
 #include "storage/data_page.h"
 #include "storage/index_key.h"
@@ -58,7 +59,10 @@ struct TableState {
   // and the page their values last went to.
   std::map<uint16_t, std::pair<uint32_t, uint32_t>> long_value_maps;
   std::map<uint16_t, uint32_t> long_value_page;
-  std::vector<uint32_t> data_pages;
+  std::map<uint16_t, std::set<uint32_t>> long_value_freed;  // pages where values were released
+  // The table's data pages, each with the longest new row it takes once its
+  // deleted rows are reclaimed: where inserts look before the file grows.
+  std::map<uint32_t, size_t> room;
 };
 
 namespace {
@@ -146,6 +150,7 @@ class RowChange {
  private:
   Status CheckIndexes(const Row& row, uint32_t self);
   Status LongValuePage(uint16_t column, size_t length, bool fresh, uint32_t* page);
+  Status FillLongValuePage(uint16_t column, uint32_t page);
 
   Pager* pager_;
   TableState* t_;
@@ -235,34 +240,58 @@ Status RowChange::CheckIndexes(const Row& row, uint32_t self) {
   return Status::OK();
 }
 
+Status LongValueRoom(const Pager& pager, uint32_t page_no, size_t length, bool* fits) {
+  Page p;
+  JET_RETURN_IF_ERROR(pager.ReadPage(page_no, &p));
+  std::vector<StoredRow> rows;
+  JET_RETURN_IF_ERROR(LoadRows(p, &rows));
+  *fits = LongestNewRow(rows, pager.page_size()) >= length;
+  return Status::OK();
+}
+
 // A page for a value of `column`: the one its values last went to while it
-// has room, else a new one, entered in the column's own usage maps.
+// has room, else one where released values left room, else a new one,
+// entered in the column's own usage maps.
 Status RowChange::LongValuePage(uint16_t column, size_t length, bool fresh, uint32_t* page) {
   uint32_t& current = t_->long_value_page[column];
+  bool fits = false;
   if (current && !fresh) {
-    Page p;
-    JET_RETURN_IF_ERROR(pager_->ReadPage(current, &p));
-    std::vector<StoredRow> rows;
-    JET_RETURN_IF_ERROR(LoadRows(p, &rows));
-    if (RoomFor(rows, pager_->page_size(), length)) {
+    JET_RETURN_IF_ERROR(LongValueRoom(*pager_, current, length, &fits));
+    if (fits) {
       *page = current;
       return Status::OK();
+    }
+  }
+  for (uint32_t freed : fresh ? std::set<uint32_t>{} : t_->long_value_freed[column]) {
+    JET_RETURN_IF_ERROR(LongValueRoom(*pager_, freed, length, &fits));
+    if (fits) {
+      *page = freed;
+      return FillLongValuePage(column, freed);
     }
   }
   JET_RETURN_IF_ERROR(AllocatePage(pager_, page));
   uint8_t* data = nullptr;
   JET_RETURN_IF_ERROR(pager_->MutablePage(*page, &data));
   InitLongValuePage(data, pager_->page_size());
-  if (auto maps = t_->long_value_maps.find(column); maps != t_->long_value_maps.end()) {
+  if (auto maps = t_->long_value_maps.find(column); maps != t_->long_value_maps.end() && maps->second.first) {
     auto grow = [this](uint32_t* p) { return AllocatePage(pager_, p); };
-    const auto [owned, free_space] = maps->second;
-    if (owned) JET_RETURN_IF_ERROR(SetMapBit(pager_, owned, *page, true, MapKind::kOwned, grow));
-    if (free_space && !fresh) {
-      if (current) JET_RETURN_IF_ERROR(SetMapBit(pager_, free_space, current, false, MapKind::kFreeSpace, grow));
-      JET_RETURN_IF_ERROR(SetMapBit(pager_, free_space, *page, true, MapKind::kFreeSpace, grow));
-    }
+    JET_RETURN_IF_ERROR(SetMapBit(pager_, maps->second.first, *page, true, MapKind::kOwned, grow));
   }
-  if (!fresh) current = *page;
+  return fresh ? Status::OK() : FillLongValuePage(column, *page);
+}
+
+// The column's values go to `page` from now on; its free-space map, like a
+// table's, names only that page.
+Status RowChange::FillLongValuePage(uint16_t column, uint32_t page) {
+  uint32_t& current = t_->long_value_page[column];
+  auto maps = t_->long_value_maps.find(column);
+  if (maps != t_->long_value_maps.end() && maps->second.second) {
+    auto grow = [this](uint32_t* p) { return AllocatePage(pager_, p); };
+    const uint32_t free_space = maps->second.second;
+    if (current) JET_RETURN_IF_ERROR(SetMapBit(pager_, free_space, current, false, MapKind::kFreeSpace, grow));
+    JET_RETURN_IF_ERROR(SetMapBit(pager_, free_space, page, true, MapKind::kFreeSpace, grow));
+  }
+  current = page;
   return Status::OK();
 }
 
@@ -305,70 +334,107 @@ Status LocateRow(const Pager& pager, const TableState& t, RowId id, StoredRef* r
   return Status::OK();
 }
 
-Status FreeRowLongValues(Pager* pager, const TableLayout& layout, const std::vector<uint8_t>& bytes) {
-  for (const ColumnDef& c : layout.def->columns) {
+Status FreeRowLongValues(Pager* pager, TableState* t, const std::vector<uint8_t>& bytes) {
+  for (const ColumnDef& c : t->layout->def->columns) {
     if (!IsLongValueType(c.type)) continue;
     ByteSpan field;
-    JET_RETURN_IF_ERROR(VariableField(layout, ByteSpan(bytes), c, &field));
-    JET_RETURN_IF_ERROR(FreeLongValue(pager, field));
+    JET_RETURN_IF_ERROR(VariableField(*t->layout, ByteSpan(bytes), c, &field));
+    std::vector<uint32_t> freed;
+    JET_RETURN_IF_ERROR(FreeLongValue(pager, field, &freed));
+    t->long_value_freed[c.number].insert(freed.begin(), freed.end());
   }
   return Status::OK();
 }
 
-Status StorePageRows(Pager* pager, uint32_t page_no, const std::vector<StoredRow>& rows) {
+Status StoreTableRows(Pager* pager, TableState* t, uint32_t page_no, const std::vector<StoredRow>& rows) {
   uint8_t* page = nullptr;
   JET_RETURN_IF_ERROR(pager->MutablePage(page_no, &page));
-  return StoreRows(rows, page, pager->page_size());
+  JET_RETURN_IF_ERROR(StoreRows(rows, page, pager->page_size()));
+  t->room[page_no] = LongestNewRow(rows, pager->page_size());
+  return Status::OK();
 }
 
-Status SetRowAt(Pager* pager, uint32_t pointer, StoredRow row) {
+Status SetRowAt(Pager* pager, TableState* t, uint32_t pointer, StoredRow row) {
   Page page;
   JET_RETURN_IF_ERROR(pager->ReadPage(PointerPage(pointer), &page));
   std::vector<StoredRow> rows;
   JET_RETURN_IF_ERROR(LoadRows(page, &rows));
   if (PointerRow(pointer) >= rows.size()) return Status::Corruption("row pointer leads nowhere");
   rows[PointerRow(pointer)] = std::move(row);
-  return StorePageRows(pager, PointerPage(pointer), rows);
+  return StoreTableRows(pager, t, PointerPage(pointer), rows);
 }
 
-// A data page of the table with room for `length` more bytes: the one the
-// last insert used, the table's last page, or a new one.
-Status PageWithRoom(Pager* pager, TableState* t, size_t length, uint32_t* page_no, std::vector<StoredRow>* rows) {
-  if (t->insert_page == 0 && !t->data_pages.empty()) t->insert_page = t->data_pages.back();
-  if (t->insert_page != 0) {
-    Page page;
-    JET_RETURN_IF_ERROR(pager->ReadPage(t->insert_page, &page));
-    JET_RETURN_IF_ERROR(LoadRows(page, rows));
-    if (RoomFor(*rows, pager->page_size(), length)) {
-      *page_no = t->insert_page;
-      return Status::OK();
+// A page's rows with the room of its deleted rows reclaimed, and whether a
+// new row of `length` bytes fits among them.
+Status LoadForInsert(const Pager& pager, uint32_t page_no, size_t length, std::vector<StoredRow>* rows, bool* fits) {
+  Page page;
+  JET_RETURN_IF_ERROR(pager.ReadPage(page_no, &page));
+  JET_RETURN_IF_ERROR(LoadRows(page, rows));
+  ReclaimDeadSlots(rows);
+  *fits = LongestNewRow(*rows, pager.page_size()) >= length;
+  return Status::OK();
+}
+
+// Access keeps only the page being filled in the free-space map.
+Status FillNext(Pager* pager, TableState* t, uint32_t page_no) {
+  auto grow = [pager](uint32_t* p) { return AllocatePage(pager, p); };
+  if (t->layout->free_map) {
+    if (t->insert_page) {
+      JET_RETURN_IF_ERROR(SetMapBit(pager, t->layout->free_map, t->insert_page, false, MapKind::kFreeSpace, grow));
     }
+    JET_RETURN_IF_ERROR(SetMapBit(pager, t->layout->free_map, page_no, true, MapKind::kFreeSpace, grow));
   }
-  const uint32_t previous = t->insert_page;
+  t->insert_page = page_no;
+  return Status::OK();
+}
+
+Status NewDataPage(Pager* pager, TableState* t, uint32_t* page_no) {
   JET_RETURN_IF_ERROR(AllocatePage(pager, page_no));
   uint8_t* data = nullptr;
   JET_RETURN_IF_ERROR(pager->MutablePage(*page_no, &data));
   InitDataPage(data, pager->page_size(), t->layout->def->tdef_page);
   auto grow = [pager](uint32_t* p) { return AllocatePage(pager, p); };
   JET_RETURN_IF_ERROR(SetMapBit(pager, t->layout->usage_map, *page_no, true, MapKind::kOwned, grow));
-  // Access keeps only the page being filled in the free-space map.
-  if (t->layout->free_map) {
-    if (previous) JET_RETURN_IF_ERROR(SetMapBit(pager, t->layout->free_map, previous, false, MapKind::kFreeSpace, grow));
-    JET_RETURN_IF_ERROR(SetMapBit(pager, t->layout->free_map, *page_no, true, MapKind::kFreeSpace, grow));
-  }
-  t->insert_page = *page_no;
-  t->data_pages.push_back(*page_no);
-  rows->clear();
+  t->room[*page_no] = LongestNewRow({}, pager->page_size());
   return Status::OK();
+}
+
+// A data page of the table with room for `length` more bytes: the one the
+// last insert used (at first the table's last page), else the first page
+// where deleted rows left enough room, else a new one.
+Status PageWithRoom(Pager* pager, TableState* t, size_t length, uint32_t* page_no, std::vector<StoredRow>* rows) {
+  if (t->insert_page == 0 && !t->room.empty()) t->insert_page = t->room.rbegin()->first;
+  bool fits = false;
+  if (t->insert_page != 0) {
+    JET_RETURN_IF_ERROR(LoadForInsert(*pager, t->insert_page, length, rows, &fits));
+    if (fits) {
+      *page_no = t->insert_page;
+      return Status::OK();
+    }
+  }
+  for (auto& [candidate, longest] : t->room) {
+    if (candidate == t->insert_page || longest < length) continue;
+    JET_RETURN_IF_ERROR(LoadForInsert(*pager, candidate, length, rows, &fits));
+    if (fits) {
+      *page_no = candidate;
+      return FillNext(pager, t, candidate);
+    }
+    longest = LongestNewRow(*rows, pager->page_size());
+  }
+  JET_RETURN_IF_ERROR(NewDataPage(pager, t, page_no));
+  rows->clear();
+  return FillNext(pager, t, *page_no);
 }
 
 Status AddRow(Pager* pager, TableState* t, std::vector<uint8_t> bytes, uint16_t flags, uint32_t* pointer) {
   uint32_t page_no = 0;
   std::vector<StoredRow> rows;
   JET_RETURN_IF_ERROR(PageWithRoom(pager, t, bytes.size(), &page_no, &rows));
-  rows.push_back({std::move(bytes), flags});
-  JET_RETURN_IF_ERROR(StorePageRows(pager, page_no, rows));
-  *pointer = page_no << 8 | static_cast<uint32_t>(rows.size() - 1);
+  const size_t slot = SlotForNewRow(rows);
+  if (slot == rows.size()) rows.emplace_back();
+  rows[slot] = {std::move(bytes), flags};
+  JET_RETURN_IF_ERROR(StoreTableRows(pager, t, page_no, rows));
+  *pointer = page_no << 8 | static_cast<uint32_t>(slot);
   return Status::OK();
 }
 
@@ -381,19 +447,20 @@ Status ReplaceRow(Pager* pager, TableState* t, RowId id, StoredRef* ref, std::ve
   JET_RETURN_IF_ERROR(pager->ReadPage(PointerPage(where), &page));
   std::vector<StoredRow> rows;
   JET_RETURN_IF_ERROR(LoadRows(page, &rows));
+  ReclaimDeadSlots(&rows);
   StoredRow& slot = rows[PointerRow(where)];
   const size_t free = FreeSpace(rows, pager->page_size());
   if (free + slot.bytes.size() >= bytes.size()) {
     slot.bytes = std::move(bytes);
-    return StorePageRows(pager, PointerPage(where), rows);
+    return StoreTableRows(pager, t, PointerPage(where), rows);
   }
-  if (ref->target) JET_RETURN_IF_ERROR(SetRowAt(pager, ref->target, {{}, kRowDeletedFlag | kRowOverflowFlag}));
+  if (ref->target) JET_RETURN_IF_ERROR(SetRowAt(pager, t, ref->target, {{}, kRowDeletedFlag | kRowOverflowFlag}));
   uint32_t moved = 0;
   // The moved data is hidden from scans; the pointer row stands for it.
   JET_RETURN_IF_ERROR(AddRow(pager, t, std::move(bytes), kRowDeletedFlag, &moved));
   std::vector<uint8_t> pointer(4);
   for (int i = 0; i < 4; ++i) pointer[i] = static_cast<uint8_t>(moved >> (8 * i));
-  return SetRowAt(pager, RowPointer(id), {std::move(pointer), kRowOverflowFlag});
+  return SetRowAt(pager, t, RowPointer(id), {std::move(pointer), kRowOverflowFlag});
 }
 
 }  // namespace
@@ -431,9 +498,9 @@ Status Writer::State(const std::shared_ptr<const TableLayout>& layout, TableStat
       JET_RETURN_IF_ERROR(pager_->ReadPage(p, &page));
       DataPage data(page, false);
       if (page[0] != static_cast<uint8_t>(PageType::kData) || data.owner() != layout->def->tdef_page) continue;
-      t->data_pages.push_back(p);
       std::vector<StoredRow> rows;
       JET_RETURN_IF_ERROR(LoadRows(page, &rows));
+      t->room[p] = LongestNewRow(rows, pager_->page_size());
       for (const StoredRow& r : rows) t->row_count += (r.flags & kRowDeletedFlag) ? 0 : 1;
     }
     slot = std::move(t);
@@ -498,7 +565,7 @@ Status Writer::Update(const std::shared_ptr<const TableLayout>& layout, RowId id
   JET_RETURN_IF_ERROR(change.Keys(old_values, &old_keys));
   JET_RETURN_IF_ERROR(change.Keys(row, &keys));
   Status s = [&]() -> Status {
-    JET_RETURN_IF_ERROR(FreeRowLongValues(pager_, *layout, ref.bytes));
+    JET_RETURN_IF_ERROR(FreeRowLongValues(pager_, t, ref.bytes));
     std::vector<uint8_t> bytes;
     JET_RETURN_IF_ERROR(change.Build(row, &bytes));
     JET_RETURN_IF_ERROR(ReplaceRow(pager_, t, id, &ref, std::move(bytes)));
@@ -524,13 +591,13 @@ Status Writer::Delete(const std::shared_ptr<const TableLayout>& layout, RowId id
   std::vector<std::string> old_keys;
   JET_RETURN_IF_ERROR(change.Keys(old_values, &old_keys));
   Status s = [&]() -> Status {
-    JET_RETURN_IF_ERROR(FreeRowLongValues(pager_, *layout, ref.bytes));
-    if (ref.target) JET_RETURN_IF_ERROR(SetRowAt(pager_, ref.target, {{}, kRowDeletedFlag | kRowOverflowFlag}));
+    JET_RETURN_IF_ERROR(FreeRowLongValues(pager_, t, ref.bytes));
+    if (ref.target) JET_RETURN_IF_ERROR(SetRowAt(pager_, t, ref.target, {{}, kRowDeletedFlag | kRowOverflowFlag}));
     // Access leaves a deleted row's bytes where they were and flags the slot
     // both deleted and moved; readers skip only slots flagged so.
     StoredRow deleted = ref.rows[id.row];
     deleted.flags = kRowDeletedFlag | kRowOverflowFlag;
-    JET_RETURN_IF_ERROR(SetRowAt(pager_, RowPointer(id), std::move(deleted)));
+    JET_RETURN_IF_ERROR(SetRowAt(pager_, t, RowPointer(id), std::move(deleted)));
     for (size_t i = 0; i < t->indexes.size(); ++i) {
       RealIndexState& r = t->indexes[i];
       if (!r.def) continue;

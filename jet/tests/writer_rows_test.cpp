@@ -143,24 +143,6 @@ Row Employee(Database& db, const std::string& last, const std::string& postal, c
 
 // Bulk inserts split index pages; later updates grow rows past their page
 // (moved behind an overflow pointer) and deletes take rows out of every index.
-// Live slots that hold only a pointer to their row's data on another page.
-int MovedRows(const std::string& path, uint32_t tdef_page) {
-  std::unique_ptr<Pager> pager;
-  EXPECT_TRUE(Pager::Open(path, &pager).ok());
-  int moved = 0;
-  for (uint32_t p = 1; pager && p < pager->page_count(); ++p) {
-    Page page;
-    if (!pager->ReadPage(p, &page).ok() || page[0] != static_cast<uint8_t>(PageType::kData)) continue;
-    DataPage data(page, false);
-    if (data.owner() != tdef_page) continue;
-    for (uint16_t r = 0; r < data.row_count(); ++r) {
-      RowSlot slot;
-      if (data.Slot(r, &slot).ok() && slot.overflow && !slot.deleted) ++moved;
-    }
-  }
-  return moved;
-}
-
 TEST(WriterRows, BulkChangesKeepRowsAndTextIndexesInStep) {
   const std::string path = ScratchCopy("npsmith88-Northwind.mdb", "employees.mdb");
   const std::string schema_before = RunCommand("mdb-schema '" + path + "' 2>/dev/null");

@@ -3,6 +3,8 @@
 // by our reader and by mdbtools, with the maps checked against the pages.
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <map>
 #include <set>
 
 #include "storage/data_page.h"
@@ -111,6 +113,21 @@ Status InsertEmployees(Database& db, int first, int count, size_t memo_length) {
   return db.Commit();
 }
 
+constexpr uint32_t kLongValueOwner = 0x4C41564C;  // "LVAL" where a data page names its table
+
+// How many data pages name `owner` (a table's definition page, or "LVAL").
+int PagesOwnedBy(const std::string& path, uint32_t owner) {
+  std::unique_ptr<Pager> pager;
+  EXPECT_TRUE(Pager::Open(path, &pager).ok());
+  int count = 0;
+  for (uint32_t p = 1; pager && p < pager->page_count(); ++p) {
+    Page page;
+    if (!pager->ReadPage(p, &page).ok() || page[0] != static_cast<uint8_t>(PageType::kData)) continue;
+    count += Get32(page.data() + 4) == owner ? 1 : 0;
+  }
+  return count;
+}
+
 uint32_t PageCount(const std::string& path) { return static_cast<uint32_t>(FileBytes(path).size() / 4096); }
 
 TEST(WriterSpace, AnAccessTableGrowsPastItsInlineUsageMap) {
@@ -185,6 +202,111 @@ TEST(WriterSpace, ACrashWhileTheMapConvertsLeavesTheOldOrTheNewTable) {
     ExpectIndexesInStep(path, kTable);
     ExpectMapsConsistent(path, kTable);
   }
+}
+
+
+// The rows by last name, their autonumber left out.
+std::map<std::string, Row> RowsByLastName(Database& db) {
+  std::map<std::string, Row> rows;
+  for (Row r : AllRows(db, kTable)) {
+    r[0] = Value::Null(ColumnType::kLong);
+    rows[r[1].as_text()] = r;
+  }
+  return rows;
+}
+
+int Number(const std::string& last_name) { return last_name[0] == 'R' ? std::stoi(last_name.substr(1)) : -1; }
+
+// Deletes the rows named R<first> .. R<first + count - 1>.
+Status DeleteEmployees(Database& db, int first, int count, std::map<std::string, Row>* expected) {
+  std::vector<RowId> ids;
+  const std::vector<Row> rows = AllRows(db, kTable, &ids);
+  for (size_t i = 0; i < rows.size(); ++i) {
+    const int number = Number(rows[i][1].as_text());
+    if (number < first || number >= first + count) continue;
+    JET_RETURN_IF_ERROR(db.DeleteRow(kTable, ids[i]));
+    expected->erase(rows[i][1].as_text());
+  }
+  return Status::OK();
+}
+
+Status InsertEmployees(Database& db, int first, int count, std::map<std::string, Row>* expected) {
+  for (int i = first; i < first + count; ++i) {
+    Row row = Employee(db, i, 40);
+    JET_RETURN_IF_ERROR(db.InsertRow(kTable, row));
+    (*expected)["R" + std::to_string(i)] = row;
+  }
+  return Status::OK();
+}
+
+// Every fifth row grown past its page, so it lives behind a pointer: the
+// data slots such rows moved to must never be taken for new rows.
+Status GrowEveryFifth(Database& db, int first, int count, std::map<std::string, Row>* expected) {
+  std::vector<RowId> ids;
+  const std::vector<Row> rows = AllRows(db, kTable, &ids);
+  std::shared_ptr<const TableDef> def;
+  JET_RETURN_IF_ERROR(db.GetTableDef(kTable, &def));
+  for (size_t i = 0; i < rows.size(); ++i) {
+    const int number = Number(rows[i][1].as_text());
+    if (number < first || number >= first + count || number % 5 != 0) continue;
+    Row grown = rows[i];
+    for (const char* column : {"Title", "City", "Region", "Country", "HomePhone", "Photo"}) {
+      const ColumnDef& c = def->columns[def->FindColumn(column)];
+      grown[def->FindColumn(column)] = Value(ColumnType::kText, std::string(c.size / 4, 'w') + "ŵ");
+    }
+    JET_RETURN_IF_ERROR(db.UpdateRow(kTable, ids[i], grown));
+    grown[0] = Value::Null(ColumnType::kLong);
+    (*expected)[grown[1].as_text()] = grown;
+  }
+  return Status::OK();
+}
+
+Status InOneTransaction(Database& db, const std::function<Status()>& change) {
+  JET_RETURN_IF_ERROR(db.BeginTransaction());
+  JET_RETURN_IF_ERROR(change());
+  return db.Commit();
+}
+
+TEST(WriterSpace, NewRowsTakeTheRoomDeletedRowsLeftBeforeTheFileGrows) {
+  const std::string path = ScratchCopy(kFixture, "reuse.mdb");
+  auto db = OpenForWriting(path);
+  ASSERT_TRUE(db);
+  std::map<std::string, Row> expected = RowsByLastName(*db);
+  auto step = [&](const std::function<Status()>& change) {
+    Status s = InOneTransaction(*db, change);
+    EXPECT_TRUE(s.ok()) << s.ToString();
+    return FileBytes(path).size();
+  };
+  std::shared_ptr<const TableDef> def;
+  ASSERT_TRUE(db->GetTableDef(kTable, &def).ok());
+  step([&] { return InsertEmployees(*db, 1000, 400, &expected); });
+  const size_t size = step([&] { return GrowEveryFifth(*db, 1000, 400, &expected); });
+  ASSERT_GT(MovedRows(path, def->tdef_page), 0) << "no row grew past its page";
+  const int data_pages = PagesOwnedBy(path, def->tdef_page);
+  const int long_value_pages = PagesOwnedBy(path, kLongValueOwner);
+
+  // Deleted in one transaction, the same rows again in the next (only their
+  // autonumbers differ). Rows and long values go where the old ones were;
+  // the index trees may end up a leaf apart.
+  step([&] { return DeleteEmployees(*db, 1000, 400, &expected); });
+  EXPECT_LE(step([&] { return InsertEmployees(*db, 1000, 400, &expected); }), size + 2 * 4096);
+  EXPECT_EQ(PagesOwnedBy(path, def->tdef_page), data_pages);
+  EXPECT_EQ(PagesOwnedBy(path, kLongValueOwner), long_value_pages);
+
+  // Deleted and replaced in one transaction, among rows that moved.
+  const size_t grown_size = step([&] { return GrowEveryFifth(*db, 1000, 400, &expected); });
+  EXPECT_EQ(step([&] {
+              JET_RETURN_IF_ERROR(DeleteEmployees(*db, 1200, 200, &expected));
+              return InsertEmployees(*db, 1200, 200, &expected);
+            }),
+            grown_size);
+  EXPECT_EQ(RowsByLastName(*db), expected);
+  db.reset();
+
+  ExpectIndexesInStep(path, kTable);
+  ExpectMapsConsistent(path, kTable);
+  EXPECT_EQ(MdbExportRowCount(path, kTable), static_cast<long>(expected.size()));
+  EXPECT_NE(MdbExport(path, kTable).find("\"R1399\""), std::string::npos);
 }
 
 }  // namespace

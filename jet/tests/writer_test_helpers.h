@@ -13,6 +13,7 @@
 
 #include "jet/database.h"
 #include "storage/index_key.h"
+#include "storage/data_page.h"
 #include "storage/index_page.h"
 #include "storage/pager.h"
 #include "test_support.h"
@@ -113,6 +114,24 @@ inline void ExpectIndexesInStep(const std::string& path, const std::string& tabl
     }
     EXPECT_EQ(index.distinct_count, distinct.size());
   }
+}
+
+// Live slots that hold only a pointer to their row's data on another page.
+inline int MovedRows(const std::string& path, uint32_t tdef_page) {
+  std::unique_ptr<Pager> pager;
+  EXPECT_TRUE(Pager::Open(path, &pager).ok());
+  int moved = 0;
+  for (uint32_t p = 1; pager && p < pager->page_count(); ++p) {
+    Page page;
+    if (!pager->ReadPage(p, &page).ok() || page[0] != static_cast<uint8_t>(PageType::kData)) continue;
+    DataPage data(page, false);
+    if (data.owner() != tdef_page) continue;
+    for (uint16_t r = 0; r < data.row_count(); ++r) {
+      RowSlot slot;
+      if (data.Slot(r, &slot).ok() && slot.overflow && !slot.deleted) ++moved;
+    }
+  }
+  return moved;
 }
 
 // mdb-export's CSV of a table (header included), or "" when it fails.
