@@ -53,6 +53,9 @@ void Worksheet::Activate() {
   OfficeCall(*state_->book->session, [&] {
     RequireOpen(*state_->book);
     css::uno::Reference<css::sheet::XSpreadsheetView> view(ControllerOf(*state_->book), css::uno::UNO_QUERY_THROW);
+    // Only a real change of sheet needs saving again before the hand-over,
+    // and saving a full sheet costs seconds.
+    if (view->getActiveSheet() == state_->sheet) return;
     view->setActiveSheet(state_->sheet);
     state_->book->view_changed = true;
   });
