@@ -64,6 +64,22 @@ TEST_F(StartupTest, RecordedDatabaseIsOpenedAndItsReportsListedByName) {
   EXPECT_EQ(platform::MousePointer(), platform::vbDefault);
 }
 
+// The database ./run records on a first start.
+TEST_F(StartupTest, TheBundledSampleDatabaseOpensWithItsReports) {
+  const QString sample = TempFile(QStringLiteral("survey.mdb"));
+  ASSERT_TRUE(QFile::copy(QStringLiteral(TABULON_SAMPLE_DATABASE), sample));
+  QFile(sample).setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+  RecordDatabasePath(sample);
+
+  MMain::Main();
+
+  EXPECT_TRUE(script.MessageBoxes().isEmpty()) << BoxPrompts().join('|').toStdString();
+  EXPECT_EQ(ListedReports(), (QStringList{QStringLiteral("Effort=3"), QStringLiteral("Estimates=4"),
+                                          QStringLiteral("Site summary=2"), QStringLiteral("Weekly catch=1")}));
+  EXPECT_EQ(gMainWindow->PanelText(QStringLiteral("Source")), QStringLiteral("Source: ") + sample);
+  EXPECT_TRUE(gDatabaseLoaded);
+}
+
 TEST_F(StartupTest, WithoutARecordedDatabaseCancellingAsksExitUntilYesEndsTheProgram) {
   script.AnswerFileDialog(std::nullopt);
   script.AnswerMessageBox(platform::vbNo);
