@@ -61,6 +61,7 @@ struct TableRef {
   std::string name;           // kNamed
   std::string alias;          // kNamed / kDerived
   std::string external_db;    // IN 'file'
+  std::string external_connect;  // IN '' [;DATABASE=file]: the bracketed connect string
   std::shared_ptr<QueryExpr> derived;  // kDerived
   JoinKind join = JoinKind::kInner;    // kJoin
   std::unique_ptr<TableRef> left, right;

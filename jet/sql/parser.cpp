@@ -95,6 +95,8 @@ class Parser {
   bool ParseTableRef(std::unique_ptr<TableRef>* out);
   bool ParseTablePrimary(std::unique_ptr<TableRef>* out);
   bool ParseOptionalAlias(std::string* alias);
+  bool ParseExternalDatabase(TableRef* ref);
+  static void ShareExternalDatabase(const TableRef& shared, TableRef* ref);
   bool ParseName(std::string* name);
   bool ParseTransform(Statement* st);
   bool ParseInsert(Statement* st);
@@ -325,7 +327,30 @@ bool Parser::ParseTableList(std::vector<std::unique_ptr<TableRef>>* list) {
     }
     list->push_back(std::move(ref));
   } while (AcceptSymbol(","));
+  // IN after a join, or after the last of several tables, names the
+  // database of the whole FROM list, as Access writes a query's source
+  // database.
+  TableRef shared;
+  if (!ParseExternalDatabase(&shared)) return false;
+  const TableRef& last = *list->back();
+  if (shared.external_db.empty() && shared.external_connect.empty() && list->size() > 1 &&
+      last.kind == TableRef::Kind::kNamed) {
+    shared.external_db = last.external_db;
+    shared.external_connect = last.external_connect;
+  }
+  if (!shared.external_db.empty() || !shared.external_connect.empty())
+    for (auto& ref : *list) ShareExternalDatabase(shared, ref.get());
   return true;
+}
+
+void Parser::ShareExternalDatabase(const TableRef& shared, TableRef* ref) {
+  if (ref->kind == TableRef::Kind::kJoin) {
+    ShareExternalDatabase(shared, ref->left.get());
+    ShareExternalDatabase(shared, ref->right.get());
+  } else if (ref->kind == TableRef::Kind::kNamed && ref->external_db.empty() && ref->external_connect.empty()) {
+    ref->external_db = shared.external_db;
+    ref->external_connect = shared.external_connect;
+  }
 }
 
 bool Parser::ParseTableRef(std::unique_ptr<TableRef>* out) {
@@ -383,13 +408,19 @@ bool Parser::ParseTablePrimary(std::unique_ptr<TableRef>* out) {
     return true;
   }
   if (!ParseName(&ref->name)) return false;
-  if (AcceptWord("IN")) {
-    if (Peek().kind != TokenKind::kString) return Fail("Expected a database path after IN.", 3131);
-    ref->external_db = Next().text;
-    if (Peek().kind == TokenKind::kBracketed) ++pos_;  // [dBase IV;] style connect
-  }
-  if (!ParseOptionalAlias(&ref->alias)) return false;
+  // The other database may be named before or after the alias.
+  if (!ParseExternalDatabase(ref.get()) || !ParseOptionalAlias(&ref->alias)) return false;
+  if (ref->external_db.empty() && ref->external_connect.empty() && !ParseExternalDatabase(ref.get())) return false;
   *out = std::move(ref);
+  return true;
+}
+
+// IN 'path' or IN '' [;DATABASE=path], when present.
+bool Parser::ParseExternalDatabase(TableRef* ref) {
+  if (!AcceptWord("IN")) return true;
+  if (Peek().kind != TokenKind::kString) return Fail("Expected a database path after IN.", 3131);
+  ref->external_db = Next().text;
+  if (Peek().kind == TokenKind::kBracketed) ref->external_connect = Next().text;
   return true;
 }
 
@@ -571,7 +602,8 @@ bool Parser::ParseComparison(ExprPtr* out) {
       e->args.push_back(std::move(low));
       e->args.push_back(std::move(high));
       left = std::move(e);
-    } else if (AcceptWord("IN")) {
+    } else if (AtWord("IN") && Peek(1).kind != TokenKind::kString) {  // IN 'file' ends a join's ON
+      ++pos_;
       auto e = std::make_unique<Expr>();
       e->kind = ExprKind::kIn;
       e->negated = negated;

@@ -7,12 +7,14 @@
 #include <chrono>
 #include <climits>
 #include <cmath>
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <set>
 
 #include "jet/query.h"
 #include "sql/action_plan.h"
+#include "sql/external_files.h"
 #include "sql/function_support.h"
 #include "sql/parser.h"
 #include "sql/query_text.h"
@@ -201,6 +203,7 @@ Status UnknownField(const std::string& name) {
 
 struct QueryEngine::Impl : public sql::TranslationCatalog {
   std::unique_ptr<Database> db;
+  std::unique_ptr<sql::ExternalFiles> external_files;  // files named by IN
   sqlite3* lite = nullptr;
   std::map<std::string, CachedTable> tables;          // by folded Jet name
   std::map<std::string, std::string> query_text;      // by folded query name
@@ -216,7 +219,9 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     if (lite) sqlite3_close(lite);
   }
 
-  Status Init() {
+  Status Init(const OpenOptions& options) {
+    const std::string beside = std::filesystem::path(db->path()).parent_path().string();
+    external_files = std::make_unique<sql::ExternalFiles>(beside, options.folder_mappings);
     // The engine is used by one thread at a time, so SQLite's own locking
     // would only cost time on every value read.
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
@@ -230,6 +235,7 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     for (auto& [name, t] : tables) sqlite3_exec(lite, ("DROP TABLE IF EXISTS " + t.sqlite_name).c_str(), nullptr, nullptr, nullptr);
     tables.clear();
     query_text.clear();
+    if (external_files) external_files->Clear();
   }
 
   // The Jet table's indexes, recreated over the copy so that joins and
@@ -250,10 +256,10 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     return Status::OK();
   }
 
-  Status CopyTable(const std::string& name, const TableDef& def, CachedTable* t) {
+  Status CopyTable(Database& source, const std::string& name, const TableDef& def, CachedTable* t) {
     auto start = std::chrono::steady_clock::now();
     std::unique_ptr<TableCursor> cursor;
-    JET_RETURN_IF_ERROR(db->OpenTable(name, &cursor));
+    JET_RETURN_IF_ERROR(source.OpenTable(name, &cursor));
     std::string create = "CREATE TABLE " + t->sqlite_name + " (";
     // The rowid is the row's place in the file, so a statement that changes
     // rows can name them to the writer.
@@ -285,14 +291,29 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     return Status::OK();
   }
 
-  Status ResolveTable(const std::string& name, bool* found, std::string* sqlite_name,
+  // The file a source is read from: this one, or another named by IN; `key`
+  // tells its tables apart in the cache.
+  Status SourceFile(const std::string& database, const std::string& name, Database** source, std::string* key) {
+    *source = db.get();
+    *key = Folded(name);
+    if (database.empty()) return Status::OK();
+    std::string found_path;
+    JET_RETURN_IF_ERROR(external_files->Open(database, source, &found_path));
+    *key = found_path + '\x01' + *key;
+    return Status::OK();
+  }
+
+  Status ResolveTable(const std::string& database, const std::string& name, bool* found, std::string* sqlite_name,
                       std::vector<sql::SourceColumn>* columns) override {
     *found = false;
-    auto it = tables.find(Folded(name));
+    Database* source;
+    std::string key;
+    JET_RETURN_IF_ERROR(SourceFile(database, name, &source, &key));
+    auto it = tables.find(key);
     if (it == tables.end()) {
-      if (!db->FindTable(name)) return Status::OK();
+      if (!source->FindTable(name)) return Status::OK();
       std::shared_ptr<const TableDef> def;
-      JET_RETURN_IF_ERROR(db->GetTableDef(name, &def));
+      JET_RETURN_IF_ERROR(source->GetTableDef(name, &def));
       CachedTable t;
       t.sqlite_name = "t" + std::to_string(++table_counter);
       for (const ColumnDef& c : def->columns) {
@@ -313,8 +334,8 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
         --table_counter;
         return Status::OK();
       }
-      JET_RETURN_IF_ERROR(CopyTable(name, *def, &t));
-      it = tables.emplace(Folded(name), std::move(t)).first;
+      JET_RETURN_IF_ERROR(CopyTable(*source, name, *def, &t));
+      it = tables.emplace(key, std::move(t)).first;
     }
     *found = true;
     *sqlite_name = it->second.sqlite_name;
@@ -735,7 +756,7 @@ Status QueryEngine::ForFile(const std::string& path, const OpenOptions& options,
   }
   auto impl = std::make_unique<Impl>();
   JET_RETURN_IF_ERROR(Database::Open(path, options, &impl->db));
-  JET_RETURN_IF_ERROR(impl->Init());
+  JET_RETURN_IF_ERROR(impl->Init(options));
   std::shared_ptr<QueryEngine> created(new QueryEngine(std::move(impl)));
   Registry()[key] = created;
   *engine = created;

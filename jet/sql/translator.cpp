@@ -373,16 +373,48 @@ Status Translator::TranslateFrom(const TableRef& ref, Scope* scope, std::string*
   return Status::OK();
 }
 
-Status Translator::TranslateNamedSource(const TableRef& ref, Scope* scope, std::string* sql) {
-  if (!ref.external_db.empty()) {
-    return Status::Unsupported("Tables in another database (IN '" + ref.external_db + "') are not supported.");
+namespace {
+
+// The other Jet file a source names: IN 'path', or IN '' [;DATABASE=path].
+// A connect string of another kind ([dBASE IV;], [ODBC;...]) is refused.
+Status ExternalDatabase(const TableRef& ref, std::string* path) {
+  *path = ref.external_db;
+  const std::string& connect = ref.external_connect;
+  if (connect.empty()) return Status::OK();
+  const size_t semicolon = connect.find(';');
+  if (semicolon == std::string::npos || semicolon > 0) {
+    return Status::Unsupported("Only Jet databases can be named after IN; '" + connect +
+                               "' is another kind of source.");
   }
+  const std::string folded = FoldCase(connect);
+  const size_t key = folded.find(";database=");
+  if (path->empty() && key != std::string::npos) {
+    const size_t begin = key + 10;
+    const size_t end = connect.find(';', begin);
+    *path = connect.substr(begin, end == std::string::npos ? std::string::npos : end - begin);
+  }
+  if (path->empty()) return Status::InvalidArgument("IN names no database: [" + connect + "].", 3131);
+  return Status::OK();
+}
+
+Status MissingSource(const std::string& name) {
+  return Status::NotFound("The Microsoft Jet database engine cannot find the input table or query '" + name +
+                              "'.  Make sure it exists and that its name is spelled correctly.",
+                          3078);
+}
+
+}  // namespace
+
+Status Translator::TranslateNamedSource(const TableRef& ref, Scope* scope, std::string* sql) {
+  std::string database;
+  JET_RETURN_IF_ERROR(ExternalDatabase(ref, &database));
   Source s;
   s.alias = ref.alias.empty() ? ref.name : ref.alias;
   s.sqlite_alias = NextAlias();
   bool found = false;
   std::string table;
-  JET_RETURN_IF_ERROR(catalog_->ResolveTable(ref.name, &found, &table, &s.columns));
+  JET_RETURN_IF_ERROR(catalog_->ResolveTable(database, ref.name, &found, &table, &s.columns));
+  if (!found && !database.empty()) return MissingSource(ref.name);
   if (found) {
     *sql = table + " AS " + s.sqlite_alias;
     s.stored_table = true;
@@ -393,11 +425,7 @@ Status Translator::TranslateNamedSource(const TableRef& ref, Scope* scope, std::
     return Status::OK();
   }
   std::string text;
-  if (!catalog_->FindSavedQuery(ref.name, &text)) {
-    return Status::NotFound("The Microsoft Jet database engine cannot find the input table or query '" + ref.name +
-                                "'.  Make sure it exists and that its name is spelled correctly.",
-                            3078);
-  }
+  if (!catalog_->FindSavedQuery(ref.name, &text)) return MissingSource(ref.name);
   std::string key = FoldCase(ref.name);
   if (open_queries_.count(key)) {
     return Status::InvalidArgument("Circular reference caused by '" + ref.name + "'.", 3103);

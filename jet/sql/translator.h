@@ -33,10 +33,12 @@ struct PivotValue {
 class TranslationCatalog {
  public:
   virtual ~TranslationCatalog() = default;
-  // A local or linked table: the SQLite table it is (or will be) copied to,
-  // and its columns. *found false when there is no such table.
-  virtual Status ResolveTable(const std::string& name, bool* found, std::string* sqlite_name,
-                              std::vector<SourceColumn>* columns) = 0;
+  // A local or linked table, or with `database` a table of that other Jet
+  // file (its path as the statement wrote it): the SQLite table it is (or
+  // will be) copied to, and its columns. *found false when there is no such
+  // table.
+  virtual Status ResolveTable(const std::string& database, const std::string& name, bool* found,
+                              std::string* sqlite_name, std::vector<SourceColumn>* columns) = 0;
   // A saved query's SQL text; false when there is none of that name.
   virtual bool FindSavedQuery(const std::string& name, std::string* sql) = 0;
   // The Caption a saved query gives one of its output fields itself; empty

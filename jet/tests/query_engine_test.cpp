@@ -279,6 +279,46 @@ TEST(SavedQueryRun, LinkedTablesRunThroughTheirLinks) {
   std::filesystem::remove_all(dir);
 }
 
+// FROM ... IN names a table of another Jet file, found as links are.
+TEST(SavedQueryRun, TablesOfAnotherFileNamedByIn) {
+  auto linked = Engine("linked.mdb");
+  QueryResult r;
+  ASSERT_TRUE(linked->RunSql("SELECT field1 FROM Table1 IN 'linkee1.mdb'", {}, &r).ok());
+  EXPECT_EQ(Csv(r), "field1\nciao bello\n");
+  // The stored C:\db path does not exist here: the file beside is used.
+  ASSERT_TRUE(linked->RunSql("SELECT t.filed2 FROM table2 AS t IN '' [;DATABASE=C:\\db\\linkee2.mdb]", {}, &r).ok());
+  EXPECT_EQ(Csv(r), "filed2\nciao brutto\n");
+  EXPECT_EQ(linked->RunSql("SELECT * FROM Table1 IN 'nothere.mdb'", {}, &r).jet_error(), 3024);
+  EXPECT_EQ(linked->RunSql("SELECT * FROM NoSuchTable IN 'linkee1.mdb'", {}, &r).jet_error(), 3078);
+  EXPECT_FALSE(linked->RunSql("SELECT * FROM Table1 IN 'c:\\data' [dBASE IV;]", {}, &r).ok());
+
+  // A local table joined with one of another file: nwind's orders of the
+  // customers this file has.
+  auto engine = Engine("npsmith88-Northwind.mdb");
+  const TableDef* def;
+  std::set<std::string> here;
+  for (const Row& row : TableRows(engine->database(), "Customers", &def))
+    here.insert(row[def->FindColumn("CustomerID")].as_text());
+  auto nwind = Engine("nwind.mdb");
+  size_t expected = 0;
+  for (const Row& row : TableRows(nwind->database(), "Orders", &def))
+    expected += here.count(row[def->FindColumn("CustomerID")].as_text());
+  ASSERT_TRUE(engine
+                  ->RunSql("SELECT Count(*) AS N FROM Customers INNER JOIN Orders IN 'nwind.mdb' "
+                           "ON Customers.CustomerID = Orders.CustomerID",
+                           {}, &r)
+                  .ok());
+  EXPECT_EQ(r.rows[0][0].as_int(), static_cast<int64_t>(expected));
+  // After the join, IN is the database of every table in it (Access's
+  // source database): nwind's own 830 orders.
+  ASSERT_TRUE(engine
+                  ->RunSql("SELECT Count(*) AS N FROM Customers INNER JOIN Orders "
+                           "ON Customers.CustomerID = Orders.CustomerID IN 'nwind.mdb'",
+                           {}, &r)
+                  .ok());
+  EXPECT_EQ(r.rows[0][0].as_int(), 830);
+}
+
 TEST(SavedQueryRun, EveryFixtureSelectRunsWithItsParameters) {
   for (const char* file : {"nwind.mdb", "npsmith88-Northwind.mdb", "pivot.mdb", "accessLike.mdb",
                            "Gymnase2000.mdb", "xtreme.mdb", "psc-adoquery-Northwind.mdb", "parameters.accdb",
