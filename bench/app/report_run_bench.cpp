@@ -8,8 +8,11 @@
 //   report_run_bench [ROUNDS]
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QEvent>
+#include <QLabel>
 #include <QListWidget>
 #include <QTemporaryDir>
+#include <QWindow>
 #include <algorithm>
 #include <cstdio>
 
@@ -40,6 +43,29 @@ class TimedDialogs : public platform::ScriptedDialogs {
 
 double Ms(const QElapsedTimer& timer) { return timer.nsecsElapsed() / 1e6; }
 
+// Notes when the status panel first paints "Status: Complete!": the moment
+// the user sees the run end. Handing the workbook over comes after it.
+class CompletePaintWatcher : public QObject {
+ public:
+  CompletePaintWatcher(QLabel* panel, const QElapsedTimer* clock) : panel_(panel), clock_(clock) {
+    panel_->installEventFilter(this);
+  }
+  ~CompletePaintWatcher() override { panel_->removeEventFilter(this); }
+  double seen_ms = 0;
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    if (watched == panel_ && event->type() == QEvent::Paint && seen_ms == 0 &&
+        panel_->text() == QStringLiteral("Status: Complete!"))
+      seen_ms = Ms(*clock_);
+    return false;
+  }
+
+ private:
+  QLabel* panel_;
+  const QElapsedTimer* clock_;
+};
+
 void RecordDatabaseForStartUp(const QString& path) {
   CRegistry family;
   family.SetRegMainKey(QString::fromLatin1(kFamilyMainKey));
@@ -54,23 +80,21 @@ bool SelectReport(const QString& name) {
 }
 
 struct RunTimes {
-  double total = 0, to_dialog = 0, to_hand_over = 0;
+  double to_complete = 0, to_dialog = 0, hand_over = 0;
   QString status;
 };
 
 RunTimes DoubleClickRun(TimedDialogs& dialogs, const QString& output) {
   dialogs.AnswerMessageBox(platform::vbYes);
   dialogs.AnswerFileDialog(output);
+  gMainWindow->SetPanelText(QStringLiteral("Status"), QString());
   QElapsedTimer clock;
   dialogs.clock = &clock;
-  double handed_over = 0;
-  excel::Application::SetDesktopOpener([&](const QString&) { handed_over = Ms(clock); });
+  CompletePaintWatcher complete(gMainWindow->findChild<QLabel*>(QStringLiteral("Status")), &clock);
   clock.start();
   gMainWindow->lstAvailableQueries_DblClick();
-  excel::Application::SetDesktopOpener([](const QString&) {});
-  RunTimes t{Ms(clock), dialogs.save_asked_ms, handed_over - dialogs.save_asked_ms,
-             gMainWindow->PanelText(QStringLiteral("Status"))};
-  return t;
+  return RunTimes{complete.seen_ms, dialogs.save_asked_ms, Ms(clock) - complete.seen_ms,
+                  gMainWindow->PanelText(QStringLiteral("Status"))};
 }
 
 double Median(std::vector<double> v) {
@@ -96,6 +120,8 @@ int main(int argc, char** argv) {
 
   TimedDialogs dialogs;
   platform::setDialogs(&dialogs);
+  // The finished workbooks are not opened on the desktop.
+  excel::Application::SetDesktopOpener([](const QString&) {});
   timer.restart();
   MMain::Main();
   const double start_up = Ms(timer);
@@ -105,6 +131,9 @@ int main(int argc, char** argv) {
   }
   std::printf("start-up to the listed reports (%d listed): %.0f ms\n", gMainWindow->lstAvailableQueries->count(),
               start_up);
+  // The window is painted only once the platform has exposed it, which
+  // takes a turn of the event loop, as it does when a person starts it.
+  for (int turn = 0; turn < 10 && !gMainWindow->windowHandle()->isExposed(); ++turn) QApplication::processEvents();
 
   timer.restart();
   auto office = excel::Application::Create();
@@ -114,9 +143,9 @@ int main(int argc, char** argv) {
   std::vector<double> totals;
   for (int i = 0; i < rounds; ++i) {
     const RunTimes t = DoubleClickRun(dialogs, dir.filePath(QStringLiteral("run%1.xls").arg(i)));
-    std::printf("run %d: double-click to \"%s\" %.0f ms (to the save dialog %.0f, dialog to hand-over %.0f)\n", i + 1,
-                qPrintable(t.status), t.total, t.to_dialog, t.to_hand_over);
-    totals.push_back(t.total);
+    std::printf("run %d: double-click to \"%s\" painted %.0f ms (to the save dialog %.0f); then hand-over %.0f ms\n",
+                i + 1, qPrintable(t.status), t.to_complete, t.to_dialog, t.hand_over);
+    totals.push_back(t.to_complete);
   }
   std::printf("double-click to complete, median of %d warm-office runs: %.0f ms\n", rounds, Median(totals));
 
