@@ -383,8 +383,9 @@ Status ExternalDatabase(const TableRef& ref, std::string* path) {
   if (connect.empty()) return Status::OK();
   const size_t semicolon = connect.find(';');
   if (semicolon == std::string::npos || semicolon > 0) {
-    return Status::Unsupported("Only Jet databases can be named after IN; '" + connect +
-                               "' is another kind of source.");
+    return Status::NotFound("Could not find installable ISAM: only Jet databases can be named after IN, not '" +
+                                connect + "'.",
+                            3170);
   }
   const std::string folded = FoldCase(connect);
   const size_t key = folded.find(";database=");
