@@ -37,6 +37,7 @@ Row NewCatalogRow(const TableDef& def, int64_t id, int64_t parent, const std::st
   SetCatalogValue(def, "DateCreate", Value(ColumnType::kDateTime, DateTime{created}), &row);
   SetCatalogValue(def, "DateUpdate", Value(ColumnType::kDateTime, DateTime{created}), &row);
   SetCatalogValue(def, "Flags", Value(ColumnType::kLong, flags), &row);
+  SetCatalogValue(def, "Owner", Value(ColumnType::kBinary, kAdminSid), &row);
   return row;
 }
 

@@ -22,12 +22,21 @@ constexpr int64_t kCatalogTypeContainer = 3;
 constexpr int64_t kCatalogTypeQuery = 5;
 constexpr uint32_t kCatalogTdefPageNumber = 2;
 
+// Security ids as a new Access 2000 database stores them (in its Owner
+// column and MSysACEs; values seen in the empty database jackcess ships as
+// its template): the engine owns the system objects, the Admin user what is
+// made afterwards; the two groups get rights through MSysACEs.
+inline const Bytes kEngineSid{0xA7, 0x31};
+inline const Bytes kAdminSid{0xA6, 0x33};
+inline const Bytes kAdminsGroupSid{0xA7, 0x33};
+inline const Bytes kUsersGroupSid{0xA7, 0x36};
+
 // Opens `path` for adding objects: a Jet 4 file in the General sort order,
 // with no unfinished commit, locked against other writers while `pager` lives.
 Status OpenForDefinitions(const std::string& path, FileSystem* fs, std::unique_ptr<Pager>* pager);
 
 // An MSysObjects row (one value per column of `def`) with the given
-// identity; the rest Null. Both dates are `created`.
+// identity, owned by the Admin user; the rest Null. Both dates are `created`.
 Row NewCatalogRow(const TableDef& def, int64_t id, int64_t parent, const std::string& name, int64_t type,
                   int64_t flags, double created);
 

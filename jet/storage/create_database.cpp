@@ -5,6 +5,7 @@
 
 #include "storage/catalog_writer.h"
 #include "storage/page_rows.h"
+#include "storage/property_blob_writer.h"
 #include "storage/pager.h"
 #include "storage/row_decoder.h"
 #include "storage/table_layout.h"
@@ -170,36 +171,112 @@ Status BuildPages(double created, std::vector<uint8_t>* file) {
   return StoreRows(map_rows, map_page, kPageSize);
 }
 
+struct CatalogEntry {
+  int64_t id, parent;
+  const char* name;
+  int64_t type, flags;
+  const Bytes& owner;
+};
+
 // The catalogue rows: containers, the database object and the system tables.
+const std::vector<CatalogEntry>& CatalogEntries() {
+  constexpr int64_t kContainer = kCatalogTypeContainer, kDatabase = kCatalogTypeDatabase, kTable = kCatalogTypeTable;
+  static const std::vector<CatalogEntry> entries = {
+      {kTablesContainerId, kRootContainerId, "Tables", kContainer, kSystemFlag, kEngineSid},
+      {kDatabasesContainerId, kRootContainerId, "Databases", kContainer, kSystemFlag, kEngineSid},
+      {kRelationshipsContainerId, kRootContainerId, "Relationships", kContainer, kSystemFlag, kEngineSid},
+      {kDatabaseObject, kDatabasesContainerId, "MSysDb", kDatabase, kSystemFlag, kAdminSid},
+      {2, kTablesContainerId, "MSysObjects", kTable, kSystemFlag, kEngineSid},
+      {3, kTablesContainerId, "MSysACEs", kTable, kSystemFlag, kEngineSid},
+      {4, kTablesContainerId, "MSysQueries", kTable, kSystemFlag, kEngineSid},
+      {5, kTablesContainerId, "MSysRelationships", kTable, kSystemFlag, kEngineSid},
+      // The containers Access adds for its own objects.
+      {kSystemFlag + 0, kRootContainerId, "DataAccessPages", kContainer, 0, kAdminSid},
+      {kSystemFlag + 1, kRootContainerId, "Forms", kContainer, 0, kAdminSid},
+      {kSystemFlag + 2, kRootContainerId, "Modules", kContainer, 0, kAdminSid},
+      {kSystemFlag + 3, kRootContainerId, "Reports", kContainer, 0, kAdminSid},
+      {kSystemFlag + 4, kRootContainerId, "Scripts", kContainer, 0, kAdminSid},
+      {kSystemFlag + 5, kRootContainerId, "SysRel", kContainer, 0, kAdminSid},
+  };
+  return entries;
+}
+
+struct AccessEntry {
+  int64_t object;
+  const Bytes& sid;
+  int64_t rights;  // the ACM mask
+  bool inherited;  // passed on to the objects made in a container
+};
+
+// The rights a new Access 2000 database grants on these objects (as its
+// MSysACEs rows have them), less the group whose id each Access installation
+// makes its own.
+std::vector<AccessEntry> AccessEntries() {
+  constexpr int64_t kAll = 0xFFFFF;
+  std::vector<AccessEntry> aces = {
+      {kTablesContainerId, kUsersGroupSid, 983294, true},
+      {kTablesContainerId, kAdminSid, 1048319, true},
+      {kTablesContainerId, kAdminsGroupSid, 1048319, true},
+      {kDatabasesContainerId, kAdminSid, 393216, false},
+      {kRelationshipsContainerId, kUsersGroupSid, 983294, true},
+      {kRelationshipsContainerId, kAdminSid, 393217, false},
+      {kRelationshipsContainerId, kAdminsGroupSid, kAll, true},
+      {kDatabaseObject, kAdminSid, 393230, false},
+      {kDatabaseObject, kAdminsGroupSid, 14, false},
+      {2, kAdminSid, 393216, false},
+      {2, kAdminsGroupSid, 20, false},
+      {3, kAdminSid, 393216, false},
+      {4, kAdminSid, 393216, false},
+      {4, kAdminsGroupSid, 20, false},
+      {5, kAdminSid, 917504, false},
+      {5, kAdminsGroupSid, 20, false},
+  };
+  for (int64_t container = kSystemFlag; container <= kSystemFlag + 5; ++container) {
+    for (const Bytes* sid : {&kAdminsGroupSid, &kAdminSid, &kUsersGroupSid}) aces.push_back({container, *sid, kAll, true});
+  }
+  return aces;
+}
+
+Row AccessRow(const TableDef& def, const AccessEntry& e) {
+  Row row;
+  for (const ColumnDef& c : def.columns) row.push_back(Value::Null(c.type));
+  SetCatalogValue(def, "ObjectId", Value(ColumnType::kLong, e.object), &row);
+  SetCatalogValue(def, "SID", Value(ColumnType::kBinary, e.sid), &row);
+  SetCatalogValue(def, "ACM", Value(ColumnType::kLong, e.rights), &row);
+  SetCatalogValue(def, "FInheritable", Value(ColumnType::kBoolean, e.inherited), &row);
+  return row;
+}
+
+Row CatalogRow(const TableDef& def, const CatalogEntry& e, double created) {
+  Row row = NewCatalogRow(def, e.id, e.parent, e.name, e.type, e.flags, created);
+  SetCatalogValue(def, "Owner", Value(ColumnType::kBinary, e.owner), &row);
+  if (e.id == kDatabaseObject) {
+    // Access reads the file format it made from this property.
+    const Bytes props = EncodePropertyBlob({{"", {{"AccessVersion", Value(ColumnType::kText, std::string("08.50"))}}}});
+    SetCatalogValue(def, "LvProp", Value(ColumnType::kOle, props), &row);
+  }
+  return row;
+}
+
+Status LoadLayout(Pager* pager, const TextReader& text, uint32_t tdef_page, std::shared_ptr<const TableLayout>* out) {
+  auto layout = std::make_shared<TableLayout>();
+  JET_RETURN_IF_ERROR(ReadTableLayout(*pager, text, tdef_page, layout.get()));
+  *out = std::move(layout);
+  return Status::OK();
+}
+
+// The catalogue's rows and the rights on them, in one transaction.
 Status FillCatalog(Pager* pager, FileSystem* fs, const std::string& path, double created) {
   TextReader text;
-  auto layout = std::make_shared<TableLayout>();
-  JET_RETURN_IF_ERROR(ReadTableLayout(*pager, text, kFirstTdefPage, layout.get()));
-  std::shared_ptr<const TableLayout> objects = layout;
-  const TableDef& def = *layout->def;
-  constexpr int64_t kContainer = kCatalogTypeContainer, kDatabase = kCatalogTypeDatabase, kTable = kCatalogTypeTable;
-  struct Entry { int64_t id, parent; const char* name; int64_t type, flags; };
-  const Entry entries[] = {
-      {kTablesContainerId, kRootContainerId, "Tables", kContainer, kSystemFlag},
-      {kDatabasesContainerId, kRootContainerId, "Databases", kContainer, kSystemFlag},
-      {kRelationshipsContainerId, kRootContainerId, "Relationships", kContainer, kSystemFlag},
-      {kDatabaseObject, kDatabasesContainerId, "MSysDb", kDatabase, kSystemFlag},
-      {2, kTablesContainerId, "MSysObjects", kTable, kSystemFlag},
-      {3, kTablesContainerId, "MSysACEs", kTable, kSystemFlag},
-      {4, kTablesContainerId, "MSysQueries", kTable, kSystemFlag},
-      {5, kTablesContainerId, "MSysRelationships", kTable, kSystemFlag},
-      // The containers Access adds for its own objects.
-      {kSystemFlag + 0, kRootContainerId, "DataAccessPages", kContainer, 0},
-      {kSystemFlag + 1, kRootContainerId, "Forms", kContainer, 0},
-      {kSystemFlag + 2, kRootContainerId, "Modules", kContainer, 0},
-      {kSystemFlag + 3, kRootContainerId, "Reports", kContainer, 0},
-      {kSystemFlag + 4, kRootContainerId, "Scripts", kContainer, 0},
-      {kSystemFlag + 5, kRootContainerId, "SysRel", kContainer, 0},
-  };
+  std::shared_ptr<const TableLayout> objects, aces;
+  JET_RETURN_IF_ERROR(LoadLayout(pager, text, kFirstTdefPage, &objects));
+  JET_RETURN_IF_ERROR(LoadLayout(pager, text, kFirstTdefPage + 1, &aces));
   Writer writer(pager, &text, fs, path);
-  for (const Entry& e : entries) {
-    JET_RETURN_IF_ERROR(writer.Insert(objects, NewCatalogRow(def, e.id, e.parent, e.name, e.type, e.flags, created),
-                                      nullptr));
+  for (const CatalogEntry& e : CatalogEntries()) {
+    JET_RETURN_IF_ERROR(writer.Insert(objects, CatalogRow(*objects->def, e, created), nullptr));
+  }
+  for (const AccessEntry& e : AccessEntries()) {
+    JET_RETURN_IF_ERROR(writer.Insert(aces, AccessRow(*aces->def, e), nullptr));
   }
   return writer.Commit();
 }

@@ -4,6 +4,8 @@
 
 #include <cstdio>
 #include <algorithm>
+#include <map>
+#include <set>
 
 #include "jet/create.h"
 #include "jet/database.h"
@@ -67,6 +69,7 @@ TEST(CreateDatabase, MdbtoolsListsAndExportsIt) {
 
 TEST(CreateDatabase, TheWriterChangesASystemTableWithItsIndexesInStep) {
   const std::string path = CreateFresh("create_write.mdb");
+  const long rights = MdbExportRowCount(path, "MSysACEs");
   {
     auto db = OpenForWriting(path);
     ASSERT_NE(db, nullptr);
@@ -80,7 +83,96 @@ TEST(CreateDatabase, TheWriterChangesASystemTableWithItsIndexesInStep) {
     ASSERT_TRUE(db->Commit().ok());
   }
   ExpectIndexesInStep(path, "MSysACEs");
-  EXPECT_EQ(MdbExportRowCount(path, "MSysACEs"), 300);
+  EXPECT_EQ(MdbExportRowCount(path, "MSysACEs"), rights + 300);
+}
+
+// What Access itself adds to a database it made: the document properties
+// and layout its own windows keep, and the table of its forms' and modules'
+// private storage.
+const std::set<std::string> kMadeByAccessItself = {"AccessLayout", "SummaryInfo", "UserDefined", "MSysAccessObjects"};
+
+std::string Hex(const Value& v) {
+  std::string out;
+  if (v.is_null()) return out;
+  for (uint8_t b : std::get<Bytes>(v.data())) out += "0123456789abcdef"[b >> 4], out += "0123456789abcdef"[b & 15];
+  return out;
+}
+
+// Each catalogue row's identity, place, kind, flags and owner, by name.
+std::map<std::string, std::string> CatalogueStructure(const std::string& path) {
+  auto db = OpenForReading(path);
+  std::shared_ptr<const TableDef> def;
+  EXPECT_TRUE(db->GetTableDef("MSysObjects", &def).ok());
+  std::map<std::string, std::string> rows;
+  for (const Row& r : AllRows(*db, "MSysObjects")) {
+    auto field = [&](const char* column) { return r[def->FindColumn(column)]; };
+    const std::string name = field("Name").as_text();
+    if (kMadeByAccessItself.count(name)) continue;
+    rows[name] = std::to_string(field("Id").as_int()) + " in " + std::to_string(field("ParentId").as_int()) +
+                 " type " + std::to_string(field("Type").as_int()) + " flags " +
+                 std::to_string(field("Flags").as_int()) + " owner " + Hex(field("Owner"));
+  }
+  return rows;
+}
+
+// The rights granted: object, security id, mask, inheritance. Ids longer
+// than two bytes belong to the installation that made the file.
+std::multiset<std::string> Rights(const std::string& path, const std::set<int64_t>& objects) {
+  auto db = OpenForReading(path);
+  std::shared_ptr<const TableDef> def;
+  EXPECT_TRUE(db->GetTableDef("MSysACEs", &def).ok());
+  std::multiset<std::string> rights;
+  for (const Row& r : AllRows(*db, "MSysACEs")) {
+    auto field = [&](const char* column) { return r[def->FindColumn(column)]; };
+    const std::string sid = Hex(field("SID"));
+    if (sid.size() > 4 || !objects.count(field("ObjectId").as_int())) continue;
+    rights.insert(std::to_string(field("ObjectId").as_int()) + " " + sid + " " +
+                  std::to_string(field("ACM").as_int()) + (field("FInheritable").as_bool() ? " inherited" : ""));
+  }
+  return rights;
+}
+
+std::string MsysDbProperties(const std::string& path) {
+  auto db = OpenForReading(path);
+  std::shared_ptr<const TableDef> def;
+  EXPECT_TRUE(db->GetTableDef("MSysObjects", &def).ok());
+  for (const Row& r : AllRows(*db, "MSysObjects")) {
+    if (r[def->FindColumn("Name")].as_text() == "MSysDb") return Hex(r[def->FindColumn("LvProp")]);
+  }
+  return "";
+}
+
+TEST(CreateDatabase, ItsCatalogueHasTheStructureOfOneAccessMade) {
+  const std::string ours = CreateFresh("create_like_access.mdb");
+  const std::string access = FixturePath("jackcess-empty.mdb");
+  const std::map<std::string, std::string> structure = CatalogueStructure(ours);
+  EXPECT_EQ(structure.size(), 14u);
+  EXPECT_EQ(structure, CatalogueStructure(access));
+
+  std::set<int64_t> objects;
+  {
+    auto db = OpenForReading(ours);
+    for (const CatalogEntry& e : db->catalog()) objects.insert(e.id);
+  }
+  EXPECT_EQ(Rights(ours, objects), Rights(access, objects));
+  EXPECT_EQ(Rights(ours, objects).size(), 34u);
+
+  // The database object names the file format Access reads it as: the
+  // property's name and its value block are as Access writes them.
+  const std::string version = MsysDbProperties(ours);
+  for (const char* part : {"410063006300650073007300560065007200730069006f006e",  // "AccessVersion"
+                           "1200000a00000a00300038002e0035003000"}) {              // Text "08.50"
+    EXPECT_NE(version.find(part), std::string::npos) << part;
+    EXPECT_NE(MsysDbProperties(access).find(part), std::string::npos) << part;
+  }
+
+  // mdbtools lists the same system tables, but for Access's own one.
+  auto listed = [](const std::string& path) { return RunCommand("mdb-tables -S -1 '" + path + "' 2>/dev/null"); };
+  std::string access_tables = listed(access);
+  access_tables.erase(access_tables.find("MSysAccessObjects\n"), std::string("MSysAccessObjects\n").size());
+  EXPECT_EQ(listed(ours), access_tables);
+  EXPECT_EQ(RunCommand("mdb-schema -T MSysObjects '" + ours + "' 2>&1"),
+            RunCommand("mdb-schema -T MSysObjects '" + access + "' 2>&1"));
 }
 
 TEST(CreateDatabase, RefusesAnExistingFileAndLeavesItAlone) {
