@@ -29,6 +29,18 @@ Status TargetTable(const std::vector<std::unique_ptr<TableRef>>& from, const std
   return Status::InvalidArgument("Could not find the table '" + alias + "' the statement changes.", 3078);
 }
 
+// Rows of another file are only read here: changing them would need that
+// file's own writer and transaction.
+Status RefuseOtherDatabase(const std::string& table, const std::string& database) {
+  if (database.empty()) return Status::OK();
+  return Status::Unsupported("'" + table + "' is a table of another database (IN '" + database +
+                             "'); open that database to change it.");
+}
+
+Status RefuseOtherDatabase(const TableRef& target) {
+  return RefuseOtherDatabase(target.name, target.external_db.empty() ? target.external_connect : target.external_db);
+}
+
 ExprPtr RowPlace(const TableRef& target) {
   auto e = std::make_unique<Expr>();
   e->kind = ExprKind::kName;
@@ -47,6 +59,7 @@ std::string DeleteAlias(const std::vector<ExprPtr>& targets) {
 }
 
 Status PlanInsert(Statement&& st, ActionPlan* plan) {
+  JET_RETURN_IF_ERROR(RefuseOtherDatabase(st.target_table, st.target_database));
   plan->table = st.target_table;
   plan->columns = std::move(st.target_columns);
   if (st.query) {
@@ -66,6 +79,7 @@ Status PlanUpdate(Statement&& st, ActionPlan* plan) {
   }
   const TableRef* target = nullptr;
   JET_RETURN_IF_ERROR(TargetTable(st.update_tables, alias, &target));
+  JET_RETURN_IF_ERROR(RefuseOtherDatabase(*target));
   plan->table = target->name;
   auto q = std::make_shared<QueryExpr>();
   q->select.items.push_back({RowPlace(*target), std::string()});
@@ -83,6 +97,7 @@ Status PlanDelete(Statement&& st, ActionPlan* plan) {
   if (!st.query) return Status::InvalidArgument("DELETE needs a FROM clause.", 3075);
   const TableRef* target = nullptr;
   JET_RETURN_IF_ERROR(TargetTable(st.query->select.from, DeleteAlias(st.delete_targets), &target));
+  JET_RETURN_IF_ERROR(RefuseOtherDatabase(*target));
   plan->table = target->name;
   st.query->select.items.clear();
   st.query->select.items.push_back({RowPlace(*target), std::string()});

@@ -126,6 +126,7 @@ struct Statement {
   std::vector<ExprPtr> pivot_in;
   // INSERT INTO target [(columns)] VALUES (...) | SELECT ...
   std::string target_table;
+  std::string target_database;  // INSERT INTO t IN 'file'
   std::vector<std::string> target_columns;
   std::vector<ExprPtr> values;
   // UPDATE tables SET assignments [WHERE]

@@ -444,7 +444,8 @@ bool Parser::ParseInsert(Statement* st) {
   if (!ExpectWord("INTO") || !ParseName(&st->target_table)) return false;
   if (AcceptWord("IN")) {
     if (Peek().kind != TokenKind::kString) return Fail("Expected a database path after IN.", 3075);
-    ++pos_;
+    st->target_database = Next().text;
+    if (Peek().kind == TokenKind::kBracketed) st->target_database += " [" + Next().text + "]";
   }
   if (AtSymbol("(") && !StartsQuery(pos_)) {
     ++pos_;

@@ -292,6 +292,17 @@ TEST(SavedQueryRun, TablesOfAnotherFileNamedByIn) {
   EXPECT_EQ(linked->RunSql("SELECT * FROM Table1 IN 'nothere.mdb'", {}, &r).jet_error(), 3024);
   EXPECT_EQ(linked->RunSql("SELECT * FROM NoSuchTable IN 'linkee1.mdb'", {}, &r).jet_error(), 3078);
   EXPECT_EQ(linked->RunSql("SELECT * FROM Table1 IN 'c:\\data' [dBASE IV;]", {}, &r).jet_error(), 3170);
+  // Their rows are only read: a statement that would change them is refused
+  // before it touches anything (not applied to a local table of that name).
+  int64_t affected = -1;
+  for (const char* change : {"UPDATE Table1 IN 'linkee1.mdb' SET field1 = 'x'", "DELETE FROM Table1 IN 'linkee1.mdb'",
+                             "INSERT INTO Table1 IN 'linkee1.mdb' (field1) VALUES ('x')",
+                             "DELETE FROM Table1 IN '' [;DATABASE=linkee1.mdb]"}) {
+    Status s = linked->Execute(change, {}, &affected);
+    EXPECT_EQ(s.code(), Status::Code::kUnsupported) << change;
+    EXPECT_NE(s.message().find("another database"), std::string::npos) << s.message();
+    EXPECT_EQ(affected, 0) << change;
+  }
 
   // A local table joined with one of another file: nwind's orders of the
   // customers this file has.
