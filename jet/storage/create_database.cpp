@@ -162,8 +162,10 @@ Status BuildPages(double created, std::vector<uint8_t>* file) {
       ++next_root;
     }
     std::vector<uint8_t> tdef;
-    JET_RETURN_IF_ERROR(EncodeTableDef(t, where, kPageSize, &tdef));
-    std::memcpy(file->data() + size_t(tdef_page) * kPageSize, tdef.data(), kPageSize);
+    JET_RETURN_IF_ERROR(EncodeTableDef(t, where, &tdef));
+    if (TdefPageCount(tdef.size(), kPageSize) != 1) return Status::Corruption("a system table outgrew its page");
+    const auto images = ChainTdefPages(tdef, {tdef_page}, kPageSize);
+    std::memcpy(file->data() + size_t(tdef_page) * kPageSize, images[0].data(), kPageSize);
   }
   uint8_t* map_page = file->data() + size_t(kMapPage) * kPageSize;
   map_page[0] = static_cast<uint8_t>(PageType::kData);

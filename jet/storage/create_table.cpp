@@ -191,10 +191,18 @@ Status LayOut(Pager* pager, const NewTable& table, uint32_t* tdef_page) {
     JET_RETURN_IF_ERROR(SetMapBit(pager, where.index_maps[i], where.index_roots[i], true, MapKind::kOwned, allocate));
   }
   std::vector<uint8_t> tdef;
-  JET_RETURN_IF_ERROR(EncodeTableDef(table, where, pager->page_size(), &tdef));
-  uint8_t* page = nullptr;
-  JET_RETURN_IF_ERROR(pager->MutablePage(*tdef_page, &page));
-  std::memcpy(page, tdef.data(), tdef.size());
+  JET_RETURN_IF_ERROR(EncodeTableDef(table, where, &tdef));
+  std::vector<uint32_t> pages{*tdef_page};
+  while (pages.size() < TdefPageCount(tdef.size(), pager->page_size())) {
+    pages.emplace_back();
+    JET_RETURN_IF_ERROR(AllocatePage(pager, &pages.back()));
+  }
+  const auto images = ChainTdefPages(tdef, pages, pager->page_size());
+  for (size_t n = 0; n < pages.size(); ++n) {
+    uint8_t* page = nullptr;
+    JET_RETURN_IF_ERROR(pager->MutablePage(pages[n], &page));
+    std::memcpy(page, images[n].data(), images[n].size());
+  }
   return Status::OK();
 }
 

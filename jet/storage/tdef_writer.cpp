@@ -9,6 +9,7 @@ namespace {
 
 constexpr uint16_t kGeneralSortOrder = 0x0409;
 constexpr size_t kHeaderSize = 0x3F;
+constexpr size_t kContinuationHeader = 8;
 constexpr size_t kRealIndexStat = 12;
 constexpr size_t kMaxIndexColumns = 10;
 constexpr uint8_t kSystemTable = 0x53;
@@ -112,8 +113,7 @@ std::vector<uint8_t> EncodeUcs2(const std::string& utf8) {
   return out;
 }
 
-Status EncodeTableDef(const NewTable& t, const TdefPlacement& where, uint32_t page_size,
-                      std::vector<uint8_t>* page) {
+Status EncodeTableDef(const NewTable& t, const TdefPlacement& where, std::vector<uint8_t>* bytes) {
   if (t.columns.empty() || t.columns.size() > 255) {
     return Status::InvalidArgument("table '" + t.name + "' must have between 1 and 255 columns");
   }
@@ -125,15 +125,15 @@ Status EncodeTableDef(const NewTable& t, const TdefPlacement& where, uint32_t pa
   for (const NewColumn& c : t.columns) {
     if (FixedSize(c.type) == 0 && c.type != ColumnType::kBoolean) ++var_cols;
   }
-  page->clear();
-  Out out(page);
+  bytes->clear();
+  Out out(bytes);
   out.U8(0x02);
   out.U8(0x01);
-  out.U16(0);  // free bytes, known once the page is laid out
-  out.U32(0);  // no next page
+  out.U16(0);  // free bytes and next page: set when laid out on pages
+  out.U32(0);
   out.Zeros(kHeaderSize - 8);
   out.Put32At(0x14, 0);  // autonumber: none used yet
-  (*page)[0x28] = t.system ? kSystemTable : kUserTable;
+  (*bytes)[0x28] = t.system ? kSystemTable : kUserTable;
   out.Put16At(0x29, static_cast<uint16_t>(t.columns.size()));
   out.Put16At(0x2B, var_cols);
   out.Put16At(0x2D, static_cast<uint16_t>(t.columns.size()));
@@ -145,13 +145,35 @@ Status EncodeTableDef(const NewTable& t, const TdefPlacement& where, uint32_t pa
   WriteColumns(t, &out);
   WriteIndexes(t, where, &out);
   out.U16(0xFFFF);  // no further per-column sections
-  if (page->size() > page_size) {
-    return Status::InvalidArgument("the definition of table '" + t.name + "' does not fit one page");
-  }
-  out.Put16At(2, static_cast<uint16_t>(page_size - page->size()));
-  out.Put32At(8, static_cast<uint32_t>(page->size() - 8));
-  page->resize(page_size, 0);
+  out.Put32At(8, static_cast<uint32_t>(bytes->size() - 8));
   return Status::OK();
+}
+
+size_t TdefPageCount(size_t length, uint32_t page_size) {
+  if (length <= page_size) return 1;
+  const size_t per_page = page_size - kContinuationHeader;
+  return 1 + (length - page_size + per_page - 1) / per_page;
+}
+
+std::vector<std::vector<uint8_t>> ChainTdefPages(const std::vector<uint8_t>& bytes, const std::vector<uint32_t>& pages,
+                                                 uint32_t page_size) {
+  std::vector<std::vector<uint8_t>> images;
+  size_t at = 0;
+  for (size_t n = 0; n < pages.size(); ++n) {
+    // Every page after the first repeats the 8-byte header before the next part.
+    std::vector<uint8_t> image = n == 0 ? std::vector<uint8_t>(bytes.begin(), bytes.begin() + 8)
+                                        : std::vector<uint8_t>{0x02, 0x01, 0, 0, 0, 0, 0, 0};
+    const size_t begin = n == 0 ? 8 : at;
+    const size_t end = std::min(bytes.size(), begin + page_size - kContinuationHeader);
+    image.insert(image.end(), bytes.begin() + begin, bytes.begin() + end);
+    at = end;
+    Out out(&image);
+    out.Put16At(2, static_cast<uint16_t>(page_size - image.size()));
+    out.Put32At(4, n + 1 < pages.size() ? pages[n + 1] : 0);
+    image.resize(page_size, 0);
+    images.push_back(std::move(image));
+  }
+  return images;
 }
 
 }  // namespace jet

@@ -47,8 +47,17 @@ struct TdefPlacement {
 // The UTF-8 name as the UCS-2 bytes definitions store.
 std::vector<uint8_t> EncodeUcs2(const std::string& utf8);
 
-// A one-page definition; InvalidArgument when the table does not fit one.
-Status EncodeTableDef(const NewTable& table, const TdefPlacement& where, uint32_t page_size,
-                      std::vector<uint8_t>* page);
+// The definition as one run of bytes, as readers join its pages again;
+// InvalidArgument for a table Jet cannot hold.
+Status EncodeTableDef(const NewTable& table, const TdefPlacement& where, std::vector<uint8_t>* bytes);
+
+// How many pages a definition of `length` bytes takes: a long one (many
+// columns, long names) goes on over further pages, each after an 8-byte
+// header of its own.
+size_t TdefPageCount(size_t length, uint32_t page_size);
+// The page images of a definition laid over `pages` (TdefPageCount of
+// them, the first the table's definition page), each naming the next.
+std::vector<std::vector<uint8_t>> ChainTdefPages(const std::vector<uint8_t>& bytes, const std::vector<uint32_t>& pages,
+                                                 uint32_t page_size);
 
 }  // namespace jet
