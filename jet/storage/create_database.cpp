@@ -45,7 +45,8 @@ NewIndex Idx(const char* name, std::vector<int> columns) {
   return i;
 }
 
-// The system tables, in the order of their definition pages (2, 3, ...).
+// The system tables, in the order of their definition pages (2, 3, ...),
+// each with its columns in the order Access numbers them.
 std::vector<NewTable> SystemTables() {
   const auto kText = ColumnType::kText, kLong = ColumnType::kLong, kOle = ColumnType::kOle,
              kBin = ColumnType::kBinary, kMemo = ColumnType::kMemo;
@@ -60,22 +61,21 @@ std::vector<NewTable> SystemTables() {
   objects.indexes[0].primary = true;
   objects.indexes[1].unique = true;
   NewTable aces{"MSysACEs", true,
-                {Col("ACM", kLong), Col("FInheritable", ColumnType::kBoolean), Col("ObjectId", kLong),
-                 Col("SID", kBin, 510)},
-                {Idx("ObjectId", {2})}};
+                {Col("ObjectId", kLong), Col("SID", kBin, 510), Col("ACM", kLong),
+                 Col("FInheritable", ColumnType::kBoolean)},
+                {Idx("ObjectId", {0})}};
   aces.indexes[0].required = true;
   NewTable queries{"MSysQueries", true,
-                   {Col("Attribute", ColumnType::kByte), Col("Expression", kMemo), Col("Flag", ColumnType::kInteger),
-                    Col("LvExtra", kLong), Col("Name1", kText, 510), Col("Name2", kText, 510),
-                    Col("ObjectId", kLong), Col("Order", kBin, 510)},
-                   {Idx("ObjectIdAttribute", {6, 0, 7})}};
+                   {Col("ObjectId", kLong), Col("Attribute", ColumnType::kByte), Col("Order", kBin, 510),
+                    Col("Name1", kText, 510), Col("Name2", kText, 510), Col("Expression", kMemo),
+                    Col("Flag", ColumnType::kInteger), Col("LvExtra", kLong)},
+                   {Idx("ObjectIdAttribute", {0, 1, 2})}};
   queries.indexes[0].primary = true;
   NewTable relationships{"MSysRelationships", true,
-                         {Col("ccolumn", kLong), Col("grbit", kLong), Col("icolumn", kLong),
-                          Col("szColumn", kText, 510), Col("szObject", kText, 510),
-                          Col("szReferencedColumn", kText, 510), Col("szReferencedObject", kText, 510),
-                          Col("szRelationship", kText, 510)},
-                         {Idx("szObject", {4}), Idx("szReferencedObject", {6}), Idx("szRelationship", {7})}};
+                         {Col("szRelationship", kText, 510), Col("grbit", kLong), Col("ccolumn", kLong),
+                          Col("icolumn", kLong), Col("szObject", kText, 510), Col("szColumn", kText, 510),
+                          Col("szReferencedObject", kText, 510), Col("szReferencedColumn", kText, 510)},
+                         {Idx("szObject", {4}), Idx("szReferencedObject", {6}), Idx("szRelationship", {0})}};
   for (auto& i : relationships.indexes) i.ignore_nulls = true;
   return {objects, aces, queries, relationships};
 }

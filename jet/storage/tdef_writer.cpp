@@ -1,5 +1,7 @@
 #include "storage/tdef_writer.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cstring>
 
 #include "storage/row_decoder.h"
@@ -36,16 +38,42 @@ class Out {
 
 bool IsText(ColumnType t) { return t == ColumnType::kText || t == ColumnType::kMemo; }
 
+bool IsFixedWidth(ColumnType type) { return FixedSize(type) > 0 || type == ColumnType::kBoolean; }
+
+// The order of the column entries: the columns' own order, except that the
+// system tables Jet makes list theirs by name (their numbers keep the order).
+std::vector<size_t> EntryOrder(const NewTable& t) {
+  std::vector<size_t> order(t.columns.size());
+  for (size_t i = 0; i < order.size(); ++i) order[i] = i;
+  if (!t.system) return order;
+  auto folded = [&t](size_t i) {
+    std::string name = t.columns[i].name;
+    for (char& ch : name) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+    return name;
+  };
+  std::sort(order.begin(), order.end(), [&](size_t a, size_t b) { return folded(a) < folded(b); });
+  return order;
+}
+
 void WriteColumns(const NewTable& t, Out* out) {
+  // Fixed offsets and variable slots follow the column numbers.
+  std::vector<uint16_t> place(t.columns.size());
   uint16_t fixed_offset = 0, var_index = 0;
   for (size_t i = 0; i < t.columns.size(); ++i) {
+    const ColumnType type = t.columns[i].type;
+    place[i] = IsFixedWidth(type) ? fixed_offset : var_index;
+    if (IsFixedWidth(type)) fixed_offset += static_cast<uint16_t>(FixedSize(type));
+    else ++var_index;
+  }
+  const std::vector<size_t> order = EntryOrder(t);
+  for (size_t i : order) {
     const NewColumn& c = t.columns[i];
     const uint16_t fixed = static_cast<uint16_t>(FixedSize(c.type));
-    const bool is_fixed = fixed > 0 || c.type == ColumnType::kBoolean;
+    const bool is_fixed = IsFixedWidth(c.type);
     out->U8(static_cast<uint8_t>(c.type));
     out->Zeros(4);
     out->U16(static_cast<uint16_t>(i));                   // column id
-    out->U16(is_fixed ? 0 : var_index);                   // variable slot
+    out->U16(is_fixed ? 0 : place[i]);                    // variable slot
     out->U16(static_cast<uint16_t>(i));                   // ordinal position
     out->U16(IsText(c.type) ? kGeneralSortOrder : 0);     // sort order
     out->Zeros(2);                                        // sort order version 0
@@ -53,12 +81,10 @@ void WriteColumns(const NewTable& t, Out* out) {
     out->U8(flags);
     out->U8(IsText(c.type) ? 0x01 : 0);                   // compressed Unicode
     out->Zeros(4);
-    out->U16(is_fixed ? fixed_offset : 0);
+    out->U16(is_fixed ? place[i] : 0);
     out->U16(c.type == ColumnType::kBoolean ? 1 : (is_fixed ? fixed : c.size));
-    if (is_fixed) fixed_offset += fixed;
-    else ++var_index;
   }
-  for (const NewColumn& c : t.columns) out->Name(c.name);
+  for (size_t i : order) out->Name(t.columns[i].name);
 }
 
 void WriteIndexes(const NewTable& t, const TdefPlacement& where, Out* out) {

@@ -75,8 +75,9 @@ TEST(CreateDatabase, TheWriterChangesASystemTableWithItsIndexesInStep) {
     ASSERT_NE(db, nullptr);
     ASSERT_TRUE(db->BeginTransaction().ok());
     for (int i = 0; i < 300; ++i) {
-      Row row{Value(ColumnType::kLong, int64_t(i * 7)), Value(ColumnType::kBoolean, i % 2 == 0),
-              Value(ColumnType::kLong, int64_t(1000 - i)), Value::Null(ColumnType::kBinary)};
+      // In the order Access numbers the columns: ObjectId, SID, ACM, FInheritable.
+      Row row{Value(ColumnType::kLong, int64_t(1000 - i)), Value::Null(ColumnType::kBinary),
+              Value(ColumnType::kLong, int64_t(i * 7)), Value(ColumnType::kBoolean, i % 2 == 0)};
       Status s = db->InsertRow("MSysACEs", row);
       ASSERT_TRUE(s.ok()) << s.ToString();
     }
@@ -171,8 +172,11 @@ TEST(CreateDatabase, ItsCatalogueHasTheStructureOfOneAccessMade) {
   std::string access_tables = listed(access);
   access_tables.erase(access_tables.find("MSysAccessObjects\n"), std::string("MSysAccessObjects\n").size());
   EXPECT_EQ(listed(ours), access_tables);
-  EXPECT_EQ(RunCommand("mdb-schema -T MSysObjects '" + ours + "' 2>&1"),
-            RunCommand("mdb-schema -T MSysObjects '" + access + "' 2>&1"));
+  for (const char* table : {"MSysObjects", "MSysACEs", "MSysQueries", "MSysRelationships"}) {
+    EXPECT_EQ(RunCommand("mdb-schema -T " + std::string(table) + " '" + ours + "' 2>&1"),
+              RunCommand("mdb-schema -T " + std::string(table) + " '" + access + "' 2>&1"))
+        << table;
+  }
 }
 
 TEST(CreateDatabase, RefusesAnExistingFileAndLeavesItAlone) {
