@@ -3,10 +3,12 @@
 // by our reader and by mdbtools, with the maps checked against the pages.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <set>
 
+#include "jet/create.h"
 #include "storage/data_page.h"
 #include "storage/fault_file_system.h"
 #include "storage/journal.h"
@@ -126,6 +128,23 @@ int PagesOwnedBy(const std::string& path, uint32_t owner) {
     count += Get32(page.data() + 4) == owner ? 1 : 0;
   }
   return count;
+}
+
+// Slots of `owner`'s pages flagged both deleted and moved: rows deleted.
+int DeadSlots(const std::string& path, uint32_t owner) {
+  std::unique_ptr<Pager> pager;
+  EXPECT_TRUE(Pager::Open(path, &pager).ok());
+  int dead = 0;
+  for (uint32_t p = 1; pager && p < pager->page_count(); ++p) {
+    Page page;
+    if (!pager->ReadPage(p, &page).ok() || page[0] != static_cast<uint8_t>(PageType::kData)) continue;
+    DataPage data(page, false);
+    for (uint16_t r = 0; data.owner() == owner && r < data.row_count(); ++r) {
+      RowSlot slot;
+      dead += data.Slot(r, &slot).ok() && slot.deleted && slot.overflow ? 1 : 0;
+    }
+  }
+  return dead;
 }
 
 uint32_t PageCount(const std::string& path) { return static_cast<uint32_t>(FileBytes(path).size() / 4096); }
@@ -307,6 +326,60 @@ TEST(WriterSpace, NewRowsTakeTheRoomDeletedRowsLeftBeforeTheFileGrows) {
   ExpectMapsConsistent(path, kTable);
   EXPECT_EQ(MdbExportRowCount(path, kTable), static_cast<long>(expected.size()));
   EXPECT_NE(MdbExport(path, kTable).find("\"R1399\""), std::string::npos);
+}
+
+
+// Rows Access deleted leave slots flagged deleted and moved; the data of
+// rows Access moved sits in slots flagged only deleted. New rows take the
+// former, and every row that was there reads as before.
+TEST(WriterSpace, RowsAccessDeletedMakeRoomAndItsMovedRowsStay) {
+  const std::string path = ScratchCopy(kFixture, "access-deleted.mdb");
+  std::vector<Row> before_customers, before_catalogue;
+  {
+    auto db = OpenForReading(path);
+    before_customers = AllRows(*db, "Customers");
+    before_catalogue = AllRows(*db, "MSysObjects");
+  }
+  ASSERT_EQ(before_customers.size(), 91u);
+  const uint32_t customers_tdef = MapsOf(path, "Customers").tdef_page;
+  ASSERT_EQ(DeadSlots(path, customers_tdef), 5);
+  const size_t size = FileBytes(path).size();
+  {
+    auto db = OpenForWriting(path);
+    ASSERT_TRUE(db);
+    std::shared_ptr<const TableDef> def;
+    ASSERT_TRUE(db->GetTableDef("Customers", &def).ok());
+    ASSERT_TRUE(db->BeginTransaction().ok());
+    for (int i = 0; i < 5; ++i) {
+      Row row;
+      for (const ColumnDef& c : def->columns) row.push_back(Value::Null(c.type));
+      row[0] = Value(ColumnType::kText, "ZZZ0" + std::to_string(i));
+      row[1] = Value(ColumnType::kText, "Nordic Tackle " + std::to_string(i));
+      Status s = db->InsertRow("Customers", row);
+      ASSERT_TRUE(s.ok()) << s.ToString();
+    }
+    ASSERT_TRUE(db->Commit().ok());
+  }
+  EXPECT_EQ(FileBytes(path).size(), size);
+  EXPECT_EQ(DeadSlots(path, customers_tdef), 0) << "the new rows should fill the deleted rows' slots";
+  // A new table's catalogue row goes among MSysObjects' moved rows.
+  TableSpec tackle;
+  tackle.name = "tblTackle";
+  tackle.columns = {{"TackleID", ColumnType::kLong}, {"Name", ColumnType::kText, 40}};
+  Status s = CreateTables(path, {tackle}, CreateOptions{});
+  ASSERT_TRUE(s.ok()) << s.ToString();
+  auto db = OpenForReading(path);
+  std::vector<Row> customers = AllRows(*db, "Customers");
+  EXPECT_EQ(customers.size(), 96u);
+  for (const Row& r : before_customers) EXPECT_NE(std::find(customers.begin(), customers.end(), r), customers.end());
+  std::vector<Row> catalogue = AllRows(*db, "MSysObjects");
+  EXPECT_EQ(catalogue.size(), before_catalogue.size() + 1);
+  for (const Row& r : before_catalogue) EXPECT_NE(std::find(catalogue.begin(), catalogue.end(), r), catalogue.end());
+  EXPECT_TRUE(db->FindTable("tblTackle"));
+  ExpectIndexesInStep(path, "MSysObjects");
+  ExpectIndexesInStep(path, "Customers");
+  ExpectMapsConsistent(path, "Customers");
+  EXPECT_EQ(MdbExportRowCount(path, "Customers"), 96);
 }
 
 }  // namespace
