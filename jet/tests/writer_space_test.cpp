@@ -119,33 +119,13 @@ constexpr uint32_t kLongValueOwner = 0x4C41564C;  // "LVAL" where a data page na
 
 // How many data pages name `owner` (a table's definition page, or "LVAL").
 int PagesOwnedBy(const std::string& path, uint32_t owner) {
-  std::unique_ptr<Pager> pager;
-  EXPECT_TRUE(Pager::Open(path, &pager).ok());
   int count = 0;
-  for (uint32_t p = 1; pager && p < pager->page_count(); ++p) {
-    Page page;
-    if (!pager->ReadPage(p, &page).ok() || page[0] != static_cast<uint8_t>(PageType::kData)) continue;
-    count += Get32(page.data() + 4) == owner ? 1 : 0;
-  }
+  ForEachDataPage(path, [&](uint32_t, const DataPage& data) { count += data.owner() == owner ? 1 : 0; });
   return count;
 }
 
 // Slots of `owner`'s pages flagged both deleted and moved: rows deleted.
-int DeadSlots(const std::string& path, uint32_t owner) {
-  std::unique_ptr<Pager> pager;
-  EXPECT_TRUE(Pager::Open(path, &pager).ok());
-  int dead = 0;
-  for (uint32_t p = 1; pager && p < pager->page_count(); ++p) {
-    Page page;
-    if (!pager->ReadPage(p, &page).ok() || page[0] != static_cast<uint8_t>(PageType::kData)) continue;
-    DataPage data(page, false);
-    for (uint16_t r = 0; data.owner() == owner && r < data.row_count(); ++r) {
-      RowSlot slot;
-      dead += data.Slot(r, &slot).ok() && slot.deleted && slot.overflow ? 1 : 0;
-    }
-  }
-  return dead;
-}
+int DeadSlots(const std::string& path, uint32_t owner) { return SlotsFlagged(path, owner, true, true); }
 
 uint32_t PageCount(const std::string& path) { return static_cast<uint32_t>(FileBytes(path).size() / 4096); }
 

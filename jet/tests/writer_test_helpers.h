@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -116,23 +117,32 @@ inline void ExpectIndexesInStep(const std::string& path, const std::string& tabl
   }
 }
 
-// Live slots that hold only a pointer to their row's data on another page.
-inline int MovedRows(const std::string& path, uint32_t tdef_page) {
+// Calls `visit` with every data page of the file at `path`.
+inline void ForEachDataPage(const std::string& path, const std::function<void(uint32_t, const DataPage&)>& visit) {
   std::unique_ptr<Pager> pager;
   EXPECT_TRUE(Pager::Open(path, &pager).ok());
-  int moved = 0;
   for (uint32_t p = 1; pager && p < pager->page_count(); ++p) {
     Page page;
     if (!pager->ReadPage(p, &page).ok() || page[0] != static_cast<uint8_t>(PageType::kData)) continue;
-    DataPage data(page, false);
-    if (data.owner() != tdef_page) continue;
-    for (uint16_t r = 0; r < data.row_count(); ++r) {
-      RowSlot slot;
-      if (data.Slot(r, &slot).ok() && slot.overflow && !slot.deleted) ++moved;
-    }
+    visit(p, DataPage(page, false));
   }
-  return moved;
 }
+
+// How many slots of `owner`'s pages have both flags as given: moved rows
+// (live, pointing at their data elsewhere) or deleted rows.
+inline int SlotsFlagged(const std::string& path, uint32_t owner, bool deleted, bool overflow) {
+  int count = 0;
+  ForEachDataPage(path, [&](uint32_t, const DataPage& data) {
+    for (uint16_t r = 0; data.owner() == owner && r < data.row_count(); ++r) {
+      RowSlot slot;
+      count += data.Slot(r, &slot).ok() && slot.deleted == deleted && slot.overflow == overflow ? 1 : 0;
+    }
+  });
+  return count;
+}
+
+// Live slots that hold only a pointer to their row's data on another page.
+inline int MovedRows(const std::string& path, uint32_t tdef_page) { return SlotsFlagged(path, tdef_page, false, true); }
 
 // mdb-export's CSV of a table (header included), or "" when it fails.
 inline std::string MdbExport(const std::string& path, const std::string& table) {
