@@ -1,6 +1,7 @@
 // Creating a new, empty Jet 4 database: the header page, the free-page map,
 // the system tables Access keeps (MSysObjects, MSysACEs, MSysQueries,
-// MSysRelationships) and the catalogue's container rows.
+// MSysRelationships), the catalogue's container rows with their owners and
+// access rights, and the format version Access reads from MSysDb.
 #pragma once
 
 #include <string>
