@@ -187,8 +187,8 @@ std::vector<std::vector<uint8_t>> ChainTdefPages(const std::vector<uint8_t>& byt
   size_t at = 0;
   for (size_t n = 0; n < pages.size(); ++n) {
     // Every page after the first repeats the 8-byte header before the next part.
-    std::vector<uint8_t> image = n == 0 ? std::vector<uint8_t>(bytes.begin(), bytes.begin() + 8)
-                                        : std::vector<uint8_t>{0x02, 0x01, 0, 0, 0, 0, 0, 0};
+    std::vector<uint8_t> image(bytes.begin(), bytes.begin() + 8);
+    if (n > 0) std::fill(image.begin() + 2, image.end(), 0);
     const size_t begin = n == 0 ? 8 : at;
     const size_t end = std::min(bytes.size(), begin + page_size - kContinuationHeader);
     image.insert(image.end(), bytes.begin() + begin, bytes.begin() + end);

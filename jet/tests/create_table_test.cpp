@@ -196,9 +196,9 @@ Row WideRow(const TableSpec& t, int n) {
   Row row;
   for (size_t i = 0; i < t.columns.size(); ++i) {
     switch (t.columns[i].type) {
-      case ColumnType::kLong: row.push_back(Value(ColumnType::kLong, int64_t(n * 1000 + int(i)))); break;
-      case ColumnType::kText: row.push_back(Value(ColumnType::kText, "v" + std::to_string((n * 37 + i) % 101))); break;
-      default: row.push_back(Value(ColumnType::kDouble, n + i / 4.0)); break;
+      case ColumnType::kLong: row.emplace_back(ColumnType::kLong, int64_t(n * 1000 + int(i))); break;
+      case ColumnType::kText: row.emplace_back(ColumnType::kText, "v" + std::to_string((n * 37 + i) % 101)); break;
+      default: row.emplace_back(ColumnType::kDouble, n + i / 4.0); break;
     }
   }
   return row;
