@@ -155,10 +155,6 @@ int main(int argc, char** argv) {
               steps.create_file, steps.query, steps.paste, steps.information, steps.save, steps.hand_over);
   platform::setDialogs(nullptr);
   delete gMainWindow;
-  // The office's objects go before the connection to it does at exit.
-  gExcelWorksheet.reset();
-  gExcelWorkbook.reset();
-  gExcelAppInUse.reset();
-  gExcelApp.reset();
+  ReleaseExcelSlots();
   return 0;
 }

@@ -12,7 +12,7 @@ int main(int argc, char** argv) {
   QApplication::setQuitOnLastWindowClosed(false);
   MMain::Main();
   const int status = QApplication::exec();
-  // The office outlives nothing of ours.
-  gExcelAppInUse.reset();
+  // The office is left running for the user; only our hold on it ends here.
+  ReleaseExcelSlots();
   return status;
 }

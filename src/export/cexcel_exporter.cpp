@@ -175,10 +175,7 @@ void CExcelExporter::TerminateExcelProcess() {
   IgnoringErrors([&] {
     if (auto active = App().ActiveWorkbook()) active->Close();
   });
-  gExcelWorksheet.reset();
-  gExcelWorkbook.reset();
-  gExcelApp.reset();
-  gExcelAppInUse.reset();
+  ReleaseExcelSlots();
 }
 
 void CExcelExporter::ApplyAutoFilter(const QString& sheetName, const QString& rangeAddress, int field,

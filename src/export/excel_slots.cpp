@@ -7,3 +7,10 @@ std::optional<excel::Worksheet> gExcelWorksheet;
 bool gNewExcelInstance = true;
 bool gAutoFitExcelColumns = false;
 TemplateSearch gTemplateSearch;
+
+void ReleaseExcelSlots() {
+  gExcelWorksheet.reset();
+  gExcelWorkbook.reset();
+  gExcelAppInUse.reset();
+  gExcelApp.reset();
+}

@@ -20,6 +20,11 @@ extern std::optional<excel::Worksheet> gExcelWorksheet;
 // The next CreateExcelFile must create a new application.
 extern bool gNewExcelInstance;
 
+// Lets go of the office's objects, the worksheet first and the application
+// last. Called before the program ends: static destruction would otherwise
+// release them after the connection to the office has already gone.
+void ReleaseExcelSlots();
+
 // Kept in step with the main window's "AutoFit Excel Columns" menu item
 // (mnuOptionsAutoFitExcelColumns), which DoExport consults.
 extern bool gAutoFitExcelColumns;

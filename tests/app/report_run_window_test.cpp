@@ -64,9 +64,7 @@ class ReportRunWindowTest : public ShellTest {
   void TearDown() override {
     status_.reset();
     // The office stays up for the next test; this run's workbook does not.
-    gExcelWorksheet.reset();
-    gExcelWorkbook.reset();
-    gExcelApp.reset();
+    ReleaseExcelSlots();
     excel::Application::SetDesktopOpener([](const QString&) {});
     ShellTest::TearDown();
   }

@@ -11,10 +11,7 @@ void EmptySlots() {
     } catch (const platform::AppError&) {
     }
   }
-  gExcelWorksheet.reset();
-  gExcelWorkbook.reset();
-  gExcelApp.reset();
-  gExcelAppInUse.reset();
+  ReleaseExcelSlots();
   gNewExcelInstance = true;
   gAutoFitExcelColumns = false;
   gTemplateSearch = {};
