@@ -246,22 +246,7 @@ Status Translator::TranslateSelect(const QueryExpr& q, Scope* outer, QueryOut* o
     JET_RETURN_IF_ERROR(Expr(*core.where, &scope, &w));
     body += " WHERE " + w.sql;
   }
-  if (!core.group_by.empty()) {
-    std::string groups;
-    for (const auto& g : core.group_by) {
-      TypedSql t;
-      JET_RETURN_IF_ERROR(Expr(*g, &scope, &t));
-      groups += (groups.empty() ? "" : ", ") + t.sql + (IsText(t.type) ? " COLLATE JETGENERAL" : "");
-    }
-    body += " GROUP BY " + groups;
-  } else if (!row_identity.empty()) {
-    body += " GROUP BY " + row_identity;
-  }
-  if (core.having) {
-    TypedSql h;
-    JET_RETURN_IF_ERROR(Expr(*core.having, &scope, &h));
-    body += " HAVING " + h.sql;
-  }
+  JET_RETURN_IF_ERROR(GroupingClauses(core, &scope, row_identity, &body));
   std::vector<std::string> keys;
   JET_RETURN_IF_ERROR(OrderKeys(q.order_by, &scope, &keys));
   if (!core.top) {
@@ -318,6 +303,29 @@ bool HasAggregate(const Expr& e) {
 // with one source, when every source is shown, or over groups. A copied
 // table's record is its rowid; a query or sub-select has no record identity,
 // so all of its columns stand for it.
+// GROUP BY (text groups in Jet's General order) and HAVING. Without GROUP BY,
+// `row_identity` groups rows by the source records DISTINCTROW keeps apart.
+Status Translator::GroupingClauses(const SelectCore& core, Scope* scope, const std::string& row_identity,
+                                   std::string* body) {
+  if (!core.group_by.empty()) {
+    std::string groups;
+    for (const auto& g : core.group_by) {
+      TypedSql t;
+      JET_RETURN_IF_ERROR(Expr(*g, scope, &t));
+      groups += (groups.empty() ? "" : ", ") + t.sql + (IsText(t.type) ? " COLLATE JETGENERAL" : "");
+    }
+    *body += " GROUP BY " + groups;
+  } else if (!row_identity.empty()) {
+    *body += " GROUP BY " + row_identity;
+  }
+  if (core.having) {
+    TypedSql h;
+    JET_RETURN_IF_ERROR(Expr(*core.having, scope, &h));
+    *body += " HAVING " + h.sql;
+  }
+  return Status::OK();
+}
+
 std::string Translator::DistinctRowKeys(const SelectCore& core, const Scope& scope) const {
   if (core.quantifier != Quantifier::kDistinctRow || !core.group_by.empty() || core.having) return {};
   for (const SelectItem& item : core.items)
@@ -514,20 +522,7 @@ Status Translator::TranslateCrosstab(const Statement& st, QueryOut* out) {
                    " THEN 1 END) > 0 THEN " + cell.sql + " END AS c" + std::to_string(next++);
     out->columns.push_back({h.heading, cell.type, std::string(), cell.decimal_scale});
   }
-  if (!core.group_by.empty()) {
-    std::string groups;
-    for (const auto& g : core.group_by) {
-      TypedSql t;
-      JET_RETURN_IF_ERROR(Expr(*g, &scope, &t));
-      groups += (groups.empty() ? "" : ", ") + t.sql + (IsText(t.type) ? " COLLATE JETGENERAL" : "");
-    }
-    body += " GROUP BY " + groups;
-  }
-  if (core.having) {
-    TypedSql h;
-    JET_RETURN_IF_ERROR(Expr(*core.having, &scope, &h));
-    body += " HAVING " + h.sql;
-  }
+  JET_RETURN_IF_ERROR(GroupingClauses(core, &scope, std::string(), &body));
   out->sql = "SELECT " + select_list + body;
   std::vector<std::string> keys;
   JET_RETURN_IF_ERROR(OrderKeys(q.order_by, &scope, &keys));

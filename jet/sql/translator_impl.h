@@ -57,6 +57,7 @@ class Translator {
                     std::vector<OutputColumn>* columns);
   Status OrderKeys(const std::vector<OrderItem>& order, Scope* scope, std::vector<std::string>* keys);
   std::string DistinctRowKeys(const SelectCore& core, const Scope& scope) const;
+  Status GroupingClauses(const SelectCore& core, Scope* scope, const std::string& row_identity, std::string* body);
 
   // Expressions (translate_expr.cpp).
  public:
