@@ -44,6 +44,35 @@ int WeekdayFrom(const CivilDateTime& c, int first_day) {
   return (w - first_day + 7) % 7 + 1;
 }
 
+// The first day of the week holding `days`, weeks starting on `first_day`.
+int64_t WeekStart(int64_t days, int first_day) {
+  return days - (WeekdayOfDays(days) - first_day + 7) % 7;
+}
+
+// The first day of week 1 of `year`: the week of January 1 (first_week 1),
+// the first week with four days of the year (2), or the first whole week (3).
+int64_t FirstWeekStart(int64_t year, int first_day, int first_week) {
+  int64_t jan1 = DaysFromCivil(year, 1, 1) - kEpoch;
+  int64_t start = WeekStart(jan1, first_day);
+  if (first_week == 2 && jan1 - start > 3) start += 7;
+  if (first_week == 3 && start != jan1) start += 7;
+  return start;
+}
+
+// DatePart("ww"): 0 for either argument means the system's setting, which
+// for US English is Sunday and the week of January 1.
+int WeekOfYear(const CivilDateTime& c, int first_day, int first_week) {
+  if (first_day < 1 || first_day > 7) first_day = 1;
+  if (first_week < 1 || first_week > 3) first_week = 1;
+  int64_t days = DaysOf(c);
+  int64_t start = WeekStart(days, first_day);
+  int64_t week1 = FirstWeekStart(c.year, first_day, first_week);
+  if (start < week1) week1 = FirstWeekStart(c.year - 1, first_day, first_week);
+  // Late December may already be in next year's week 1.
+  else if (first_week == 2 && start >= FirstWeekStart(c.year + 1, first_day, first_week)) return 1;
+  return static_cast<int>((start - week1) / 7 + 1);
+}
+
 void Weekday(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   CivilDateTime c;
   if (!DateArg(ctx, argv[0], &c)) return;
@@ -83,7 +112,9 @@ void DateAdd(sqlite3_context* ctx, int, sqlite3_value** argv) {
   double serial;
   if (!DateArg(ctx, argv[2], &c, &serial)) return;
   std::string iv = Interval(argv[0]);
-  int64_t n = static_cast<int64_t>(std::trunc(ArgNumber(argv[1])));
+  // A number of intervals that is not whole is rounded to the nearest one
+  // first (half to even, as CLng does).
+  int64_t n = RoundHalfEvenToInt(ArgNumber(argv[1]));
   int64_t months = 0;
   if (iv == "yyyy") months = n * 12;
   else if (iv == "q") months = n * 3;
@@ -150,15 +181,8 @@ void DatePart(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   else if (iv == "y") r = DaysFromCivil(c.year, c.month, c.day) - DaysFromCivil(c.year, 1, 1) + 1;
   else if (iv == "d") r = c.day;
   else if (iv == "w") r = WeekdayFrom(c, first);
-  else if (iv == "ww") {
-    // Week 1 holds January 1 (Jet's default first week).
-    CivilDateTime jan1 = c;
-    jan1.month = 1;
-    jan1.day = 1;
-    int offset = WeekdayFrom(jan1, first) - 1;
-    int64_t doy = DaysFromCivil(c.year, c.month, c.day) - DaysFromCivil(c.year, 1, 1);
-    r = (doy + offset) / 7 + 1;
-  } else if (iv == "h") r = c.hour;
+  else if (iv == "ww") r = WeekOfYear(c, first, argc > 3 ? static_cast<int>(ArgInt(argv[3])) : 1);
+  else if (iv == "h") r = c.hour;
   else if (iv == "n") r = c.minute;
   else if (iv == "s") r = c.second;
   else return sqlite3_result_error(ctx, "Invalid procedure call or argument", -1);

@@ -2,6 +2,7 @@
 // number formats, always with US-English names and '.' as the decimal point.
 #include <cmath>
 #include <cstdio>
+#include <vector>
 
 #include "sql/date_math.h"
 #include "sql/function_support.h"
@@ -249,6 +250,101 @@ std::string FormatNamed(sqlite3_value* v, SqlType type, const std::string& name,
   return {};
 }
 
+// A text format: @ (a character or a blank), & (a character or nothing),
+// < and > (lower and upper case) and ! (fill from the left).
+bool IsTextFormat(const std::string& fmt) {
+  bool quoted = false, placeholder = false, only_case = !fmt.empty();
+  for (size_t i = 0; i < fmt.size(); ++i) {
+    char ch = fmt[i];
+    if (ch == '"') quoted = !quoted;
+    if (quoted || ch == '"') continue;
+    if (ch == '\\') {
+      ++i;
+      only_case = false;
+      continue;
+    }
+    if (ch == '@' || ch == '&') placeholder = true;
+    if (ch != '<' && ch != '>' && ch != '!') only_case = false;
+  }
+  return placeholder || only_case;
+}
+
+std::string FormatText(const std::string& value, const std::string& fmt_all) {
+  // The first section is for text, the second for a zero-length string.
+  std::string fmt = fmt_all;
+  {
+    bool quoted = false;
+    for (size_t i = 0; i < fmt_all.size(); ++i) {
+      if (fmt_all[i] == '"') quoted = !quoted;
+      if (fmt_all[i] == ';' && !quoted) {
+        fmt = fmt_all.substr(0, i);
+        std::string empty = fmt_all.substr(i + 1);
+        if (value.empty() && !empty.empty()) fmt = empty;
+        break;
+      }
+    }
+  }
+  // Placeholders (@ or &) and literals, in order.
+  struct Token {
+    char kind;  // '@', '&' or 'L' for a literal
+    char32_t ch;
+  };
+  std::vector<Token> tokens;
+  bool upper = false, lower = false, from_left = false;
+  std::u32string f = DecodeUtf8(fmt);
+  for (size_t i = 0; i < f.size(); ++i) {
+    char32_t ch = f[i];
+    if (ch == '"') {
+      for (++i; i < f.size() && f[i] != '"'; ++i) tokens.push_back({'L', f[i]});
+    } else if (ch == '\\' && i + 1 < f.size()) {
+      tokens.push_back({'L', f[++i]});
+    } else if (ch == '@' || ch == '&') {
+      tokens.push_back({static_cast<char>(ch), 0});
+    } else if (ch == '<') {
+      lower = true;
+      upper = false;
+    } else if (ch == '>') {
+      upper = true;
+      lower = false;
+    } else if (ch == '!') {
+      from_left = true;
+    } else {
+      tokens.push_back({'L', ch});
+    }
+  }
+  std::string cased = upper ? UpperCase(value) : lower ? FoldCase(value) : value;
+  std::u32string text = DecodeUtf8(cased);
+  bool any_placeholder = false;
+  for (const Token& t : tokens) any_placeholder = any_placeholder || t.kind != 'L';
+  if (!any_placeholder) {
+    std::u32string lit;
+    for (const Token& t : tokens) lit.push_back(t.ch);
+    return EncodeUtf8(from_left ? text + lit : lit + text);
+  }
+  // Characters fill the placeholders from the right unless ! says otherwise;
+  // those left over go in front (or at the end).
+  std::u32string out;
+  if (!from_left) {
+    size_t next = text.size();
+    for (size_t k = tokens.size(); k-- > 0;) {
+      const Token& t = tokens[k];
+      if (t.kind == 'L') out.insert(out.begin(), t.ch);
+      else if (next > 0) out.insert(out.begin(), text[--next]);
+      else if (t.kind == '@') out.insert(out.begin(), U' ');
+    }
+    out.insert(0, text.substr(0, next));
+  } else {
+    size_t next = 0;
+    for (const Token& t : tokens) {
+      if (t.kind == 'L') out.push_back(t.ch);
+      else if (next < text.size()) out.push_back(text[next++]);
+      else if (t.kind == '@') out.push_back(U' ');
+    }
+    out += text.substr(next);
+  }
+  return EncodeUtf8(out);
+}
+
 bool LooksLikeDateFormat(const std::string& fmt) {
   for (char ch : FoldCase(fmt))
     if (ch == 'd' || ch == 'm' || ch == 'y' || ch == 'h' || ch == 'n' || ch == 's' || ch == 'q' || ch == 'w')
@@ -262,6 +358,8 @@ void Format(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     // The fourth section of a number format is the text for Null.
     if (argc > 2 && !IsNull(argv[2])) {
       std::string fmt = ArgText(argv[2]);
+      // A text format's second section stands for Null and "" alike.
+      if (IsTextFormat(fmt) && fmt.find(';') != std::string::npos) return ResultText(ctx, FormatText("", fmt));
       size_t count = 0, at = 0;
       for (size_t i = 0; i < fmt.size(); ++i)
         if (fmt[i] == ';' && ++count == 3) at = i + 1;
@@ -281,6 +379,7 @@ void Format(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   bool handled;
   std::string named = FormatNamed(argv[0], type, fmt, &handled);
   if (handled) return ResultText(ctx, named);
+  if (IsTextFormat(fmt)) return ResultText(ctx, FormatText(TypedText(argv[0], type), fmt));
   if (sqlite3_value_type(argv[0]) == SQLITE_TEXT && type != SqlType::kDate) {
     // Text through a date format is read as a date first, as Jet does.
     if (LooksLikeDateFormat(fmt)) {

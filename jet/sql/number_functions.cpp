@@ -2,6 +2,7 @@
 // leaves as ten-thousandths (the translator scales it), so these stay exact.
 #include <cmath>
 #include <limits>
+#include <optional>
 
 #include "sql/date_math.h"
 #include "sql/function_support.h"
@@ -38,6 +39,9 @@ double ValOf(const std::string& text) {
   if (i + 1 < text.size() && text[i] == '&' && (text[i + 1] == 'H' || text[i + 1] == 'h')) {
     return static_cast<double>(std::strtoll(text.c_str() + i + 2, nullptr, 16));
   }
+  if (i + 1 < text.size() && text[i] == '&' && (text[i + 1] == 'O' || text[i + 1] == 'o')) {
+    return static_cast<double>(std::strtoll(text.c_str() + i + 2, nullptr, 8));
+  }
   bool dot = false, exp = false;
   for (; i < text.size(); ++i) {
     char c = text[i];
@@ -64,12 +68,39 @@ void Val(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   else sqlite3_result_double(ctx, v);
 }
 
+// The number a conversion function (CInt, CDbl, ...) reads from its
+// argument. Text must read as a number, as US settings write one ("1,234.5",
+// "$12"), or as a date; anything else is VBA's error 13.
+std::optional<double> ConversionNumber(sqlite3_value* v) {
+  if (sqlite3_value_type(v) != SQLITE_TEXT) return ArgNumber(v);
+  std::string text = ArgText(v);
+  if (auto n = ParseNumberText(text)) return n;
+  std::string plain;
+  for (char c : text)
+    if (c != ',' && c != '$') plain.push_back(c);
+  if (plain.size() != text.size()) {
+    if (auto n = ParseNumberText(plain)) return n;
+  }
+  return ParseDateText(text);
+}
+
+bool ReadConversionNumber(sqlite3_context* ctx, sqlite3_value* v, double* out) {
+  auto n = ConversionNumber(v);
+  if (!n) {
+    sqlite3_result_error(ctx, "Type mismatch", -1);
+    return false;
+  }
+  *out = *n;
+  return true;
+}
+
 void IntegerConversion(sqlite3_context* ctx, sqlite3_value* v, int64_t lo, int64_t hi) {
   if (IsNull(v)) {
     sqlite3_result_null(ctx);
     return;
   }
-  double d = ArgNumber(v);
+  double d;
+  if (!ReadConversionNumber(ctx, v, &d)) return;
   double r = RoundHalfEven(d);
   if (r < static_cast<double>(lo) || r > static_cast<double>(hi)) {
     sqlite3_result_error(ctx, "Overflow", -1);
@@ -84,15 +115,20 @@ void CLng(sqlite3_context* ctx, int, sqlite3_value** argv) {
 }
 void CDbl(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   JET_NULL_IN_NULL_OUT
-  ResultNumber(ctx, ArgNumber(argv[0]));
+  double d;
+  if (ReadConversionNumber(ctx, argv[0], &d)) ResultNumber(ctx, d);
 }
 void CSng(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   JET_NULL_IN_NULL_OUT
-  ResultNumber(ctx, static_cast<double>(static_cast<float>(ArgNumber(argv[0]))));
+  double d;
+  if (ReadConversionNumber(ctx, argv[0], &d)) ResultNumber(ctx, static_cast<double>(static_cast<float>(d)));
 }
 void CCur(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   JET_NULL_IN_NULL_OUT
   auto scaled = ToScaledCurrency(argv[0]);
+  if (!scaled && sqlite3_value_type(argv[0]) == SQLITE_TEXT) {
+    if (auto n = ConversionNumber(argv[0])) scaled = RoundHalfEvenToInt(*n * 10000.0);
+  }
   if (!scaled) {
     sqlite3_result_error(ctx, "Type mismatch", -1);
     return;
@@ -106,7 +142,8 @@ void CBool(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     if (t == "true" || t == "yes" || t == "on") return sqlite3_result_int(ctx, -1);
     if (t == "false" || t == "no" || t == "off") return sqlite3_result_int(ctx, 0);
   }
-  sqlite3_result_int(ctx, ArgNumber(argv[0]) != 0 ? -1 : 0);
+  double d;
+  if (ReadConversionNumber(ctx, argv[0], &d)) sqlite3_result_int(ctx, d != 0 ? -1 : 0);
 }
 void CDate(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   JET_NULL_IN_NULL_OUT
@@ -126,6 +163,37 @@ void IsDate(sqlite3_context* ctx, int, sqlite3_value** argv) {
   bool yes = sqlite3_value_type(argv[0]) == SQLITE_TEXT && ParseDateText(ArgText(argv[0]));
   sqlite3_result_int(ctx, yes ? -1 : 0);
 }
+
+// Str: a leading blank stands for the plus sign.
+void Str(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  JET_NULL_IN_NULL_OUT
+  double d = ArgNumber(argv[0]);
+  std::string text = sqlite3_value_type(argv[0]) == SQLITE_INTEGER ? ArgText(argv[0]) : NumberText(d);
+  ResultText(ctx, d >= 0 ? " " + text : text);
+}
+
+// Hex and Oct round to a whole number first; negatives are shown as the
+// two's complement of an Integer when they fit one, else of a Long.
+void Radix(sqlite3_context* ctx, sqlite3_value* v, int bits_per_digit) {
+  if (IsNull(v)) return sqlite3_result_null(ctx);
+  double d;
+  if (!ReadConversionNumber(ctx, v, &d)) return;
+  double r = RoundHalfEven(d);
+  if (r < -2147483648.0 || r > 4294967295.0) return sqlite3_result_error(ctx, "Overflow", -1);
+  int64_t n = static_cast<int64_t>(r);
+  uint64_t u = n >= 0 ? static_cast<uint64_t>(n) : n >= -32768 ? static_cast<uint64_t>(n + 65536)
+                                                                : static_cast<uint64_t>(n + 4294967296LL);
+  static const char kDigits[] = "0123456789ABCDEF";
+  std::string out;
+  const uint64_t mask = (1u << bits_per_digit) - 1;
+  do {
+    out.insert(out.begin(), kDigits[u & mask]);
+    u >>= bits_per_digit;
+  } while (u != 0);
+  ResultText(ctx, out);
+}
+void Hex(sqlite3_context* ctx, int, sqlite3_value** argv) { Radix(ctx, argv[0], 4); }
+void Oct(sqlite3_context* ctx, int, sqlite3_value** argv) { Radix(ctx, argv[0], 3); }
 
 void Int(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   JET_NULL_IN_NULL_OUT
@@ -224,6 +292,7 @@ constexpr Fn kFunctions[] = {
     {"jet_log", 1, Math1<Log>},     {"jet_exp", 1, Math1<Exp>},   {"jet_sin", 1, Math1<Sin>},
     {"jet_cos", 1, Math1<Cos>},     {"jet_tan", 1, Math1<Tan>},   {"jet_atn", 1, Math1<Atn>},
     {"jet_abs", 1, Math1<Abs>},     {"jet_pow", 2, Power},        {"jet_intdiv", 2, IntDiv},
+    {"jet_str", 1, Str},            {"jet_hex", 1, Hex},          {"jet_oct", 1, Oct},
     {"jet_mod", 2, Mod},            {"jet_div", 2, Divide},       {"jet_cur_mul", 2, CurrencyMultiply},
 };
 

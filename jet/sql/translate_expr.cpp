@@ -78,7 +78,19 @@ bool IsIntegerLiteral(const std::string& text) {
 
 }  // namespace
 
+// SQLite's comparisons yield 1 for true; Jet's True is -1, which shows as
+// soon as a comparison is used as a number: (a > b) * 5, Sum(a > b),
+// (a = b) = True.
 Status Translator::Expr(const sql::Expr& e, Scope* scope, TypedSql* out) {
+  JET_RETURN_IF_ERROR(Condition(e, scope, out));
+  if (out->truth) {
+    out->sql = "(-" + out->sql + ")";
+    out->truth = false;
+  }
+  return Status::OK();
+}
+
+Status Translator::Condition(const sql::Expr& e, Scope* scope, TypedSql* out) {
   switch (e.kind) {
     case ExprKind::kNull:
       *out = {"NULL", SqlType::kNull, 0, {}};
@@ -110,10 +122,13 @@ Status Translator::Expr(const sql::Expr& e, Scope* scope, TypedSql* out) {
       return SyntaxError("*");
     case ExprKind::kUnary: {
       TypedSql a;
-      JET_RETURN_IF_ERROR(Expr(*e.args[0], scope, &a));
       if (e.op == "NOT") {
-        *out = {"(NOT " + a.sql + ")", SqlType::kBoolean, 0, {}};
-      } else if (e.op == "-") {
+        JET_RETURN_IF_ERROR(Condition(*e.args[0], scope, &a));
+        *out = {"(NOT " + a.sql + ")", SqlType::kBoolean, 0, {}, true};
+        return Status::OK();
+      }
+      JET_RETURN_IF_ERROR(Expr(*e.args[0], scope, &a));
+      if (e.op == "-") {
         SqlType t = IsText(a.type) || a.type == SqlType::kVariant ? SqlType::kDouble : a.type;
         if (t == SqlType::kBoolean) t = SqlType::kInteger;
         *out = {"(-" + (t == a.type ? a.sql : AsNumber(a)) + ")", t, 0, {}};
@@ -136,7 +151,7 @@ Status Translator::Expr(const sql::Expr& e, Scope* scope, TypedSql* out) {
       Harmonize(&v2, &hi);
       std::string collate = Collate(v, lo);
       *out = {"(" + v.sql + collate + (e.negated ? " NOT" : "") + " BETWEEN " + lo.sql + " AND " + hi.sql + ")",
-              SqlType::kBoolean, 0, {}};
+              SqlType::kBoolean, 0, {}, true};
       return Status::OK();
     }
     case ExprKind::kIn: {
@@ -156,13 +171,14 @@ Status Translator::Expr(const sql::Expr& e, Scope* scope, TypedSql* out) {
         }
       }
       std::string collate = IsText(v.type) ? " COLLATE JETGENERAL" : "";
-      *out = {"(" + v.sql + collate + (e.negated ? " NOT IN (" : " IN (") + list + "))", SqlType::kBoolean, 0, {}};
+      *out = {"(" + v.sql + collate + (e.negated ? " NOT IN (" : " IN (") + list + "))", SqlType::kBoolean, 0, {},
+              true};
       return Status::OK();
     }
     case ExprKind::kIsNull: {
       TypedSql v;
       JET_RETURN_IF_ERROR(Expr(*e.args[0], scope, &v));
-      *out = {"(" + v.sql + (e.negated ? " IS NOT NULL)" : " IS NULL)"), SqlType::kBoolean, 0, {}};
+      *out = {"(" + v.sql + (e.negated ? " IS NOT NULL)" : " IS NULL)"), SqlType::kBoolean, 0, {}, true};
       return Status::OK();
     }
     case ExprKind::kLike: {
@@ -170,7 +186,7 @@ Status Translator::Expr(const sql::Expr& e, Scope* scope, TypedSql* out) {
       JET_RETURN_IF_ERROR(Expr(*e.args[0], scope, &v));
       JET_RETURN_IF_ERROR(Expr(*e.args[1], scope, &p));
       std::string call = "jet_like(" + AsText(v) + ", " + AsText(p) + ")";
-      *out = {e.negated ? "(NOT " + call + ")" : call, SqlType::kBoolean, 0, {}};
+      *out = {e.negated ? "(NOT " + call + ")" : call, SqlType::kBoolean, 0, {}, true};
       return Status::OK();
     }
     case ExprKind::kSubquery: {
@@ -183,7 +199,7 @@ Status Translator::Expr(const sql::Expr& e, Scope* scope, TypedSql* out) {
     case ExprKind::kExists: {
       QueryOut sub;
       JET_RETURN_IF_ERROR(Subquery(*e.subquery, scope, &sub));
-      *out = {"(EXISTS (" + sub.sql + "))", SqlType::kBoolean, 0, {}};
+      *out = {"(EXISTS (" + sub.sql + "))", SqlType::kBoolean, 0, {}, true};
       return Status::OK();
     }
     case ExprKind::kQuantified: {
@@ -194,9 +210,9 @@ Status Translator::Expr(const sql::Expr& e, Scope* scope, TypedSql* out) {
       std::string op = e.op;
       std::string inner = "SELECT 1 FROM (" + sub.sql + ") AS q_ WHERE ";
       if (e.text == "ANY") {
-        *out = {"(EXISTS (" + inner + v.sql + " " + op + " q_.c0))", SqlType::kBoolean, 0, {}};
+        *out = {"(EXISTS (" + inner + v.sql + " " + op + " q_.c0))", SqlType::kBoolean, 0, {}, true};
       } else {
-        *out = {"(NOT EXISTS (" + inner + "NOT (" + v.sql + " " + op + " q_.c0)))", SqlType::kBoolean, 0, {}};
+        *out = {"(NOT EXISTS (" + inner + "NOT (" + v.sql + " " + op + " q_.c0)))", SqlType::kBoolean, 0, {}, true};
       }
       return Status::OK();
     }
@@ -265,27 +281,26 @@ Status Translator::Parameter(const sql::Expr& e, TypedSql* out) {
 
 Status Translator::Compare(const std::string& op, TypedSql a, TypedSql b, TypedSql* out) {
   Harmonize(&a, &b);
-  *out = {"(" + a.sql + " " + op + " " + b.sql + Collate(a, b) + ")", SqlType::kBoolean, 0, {}};
+  *out = {"(" + a.sql + " " + op + " " + b.sql + Collate(a, b) + ")", SqlType::kBoolean, 0, {}, true};
   return Status::OK();
 }
 
 Status Translator::Binary(const sql::Expr& e, Scope* scope, TypedSql* out) {
   TypedSql a, b;
+  const std::string& op = e.op;
+  if (op == "AND" || op == "OR" || op == "IMP") {
+    JET_RETURN_IF_ERROR(Condition(*e.args[0], scope, &a));
+    JET_RETURN_IF_ERROR(Condition(*e.args[1], scope, &b));
+    std::string sql = op == "IMP" ? "((NOT " + a.sql + ") OR " + b.sql + ")" : "(" + a.sql + " " + op + " " + b.sql + ")";
+    *out = {sql, SqlType::kBoolean, 0, {}, true};
+    return Status::OK();
+  }
   JET_RETURN_IF_ERROR(Expr(*e.args[0], scope, &a));
   JET_RETURN_IF_ERROR(Expr(*e.args[1], scope, &b));
-  const std::string& op = e.op;
   if (op == "=" || op == "<>" || op == "<" || op == ">" || op == "<=" || op == ">=") return Compare(op, a, b, out);
-  if (op == "AND" || op == "OR") {
-    *out = {"(" + a.sql + " " + op + " " + b.sql + ")", SqlType::kBoolean, 0, {}};
-    return Status::OK();
-  }
   if (op == "XOR" || op == "EQV") {
     std::string cmp = op == "XOR" ? " <> " : " = ";
-    *out = {"((" + a.sql + " <> 0)" + cmp + "(" + b.sql + " <> 0))", SqlType::kBoolean, 0, {}};
-    return Status::OK();
-  }
-  if (op == "IMP") {
-    *out = {"((NOT " + a.sql + ") OR " + b.sql + ")", SqlType::kBoolean, 0, {}};
+    *out = {"((" + a.sql + " <> 0)" + cmp + "(" + b.sql + " <> 0))", SqlType::kBoolean, 0, {}, true};
     return Status::OK();
   }
   if (op == "&") {

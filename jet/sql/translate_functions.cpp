@@ -43,13 +43,17 @@ constexpr Simple kSimple[] = {
     {"Chr$", "jet_chr", SqlType::kText, {Arg::kNumber}},
     {"ChrW", "jet_chr", SqlType::kText, {Arg::kNumber}},
     {"Val", "jet_val", SqlType::kDouble, {Arg::kText}},
+    {"Hex", "jet_hex", SqlType::kText, {Arg::kNumber}},
+    {"Hex$", "jet_hex", SqlType::kText, {Arg::kNumber}},
+    {"Oct", "jet_oct", SqlType::kText, {Arg::kNumber}},
+    {"Oct$", "jet_oct", SqlType::kText, {Arg::kNumber}},
     {"CStr", "jet_trim", SqlType::kText, {Arg::kText}},
     {"CByte", "jet_cbyte", SqlType::kByte, {Arg::kAny}},
-    {"CInt", "jet_cint", SqlType::kInteger, {Arg::kNumber}},
-    {"CLng", "jet_clng", SqlType::kLong, {Arg::kNumber}},
-    {"CSng", "jet_csng", SqlType::kSingle, {Arg::kNumber}},
-    {"CDbl", "jet_cdbl", SqlType::kDouble, {Arg::kNumber}},
-    {"CCur", "jet_ccur", SqlType::kCurrency, {Arg::kNumber}},
+    {"CInt", "jet_cint", SqlType::kInteger, {Arg::kAny}},
+    {"CLng", "jet_clng", SqlType::kLong, {Arg::kAny}},
+    {"CSng", "jet_csng", SqlType::kSingle, {Arg::kAny}},
+    {"CDbl", "jet_cdbl", SqlType::kDouble, {Arg::kAny}},
+    {"CCur", "jet_ccur", SqlType::kCurrency, {Arg::kAny}},
     {"CBool", "jet_cbool", SqlType::kBoolean, {Arg::kAny}},
     {"CDate", "jet_cdate", SqlType::kDate, {Arg::kAny}},
     {"CVDate", "jet_cdate", SqlType::kDate, {Arg::kAny}},
@@ -148,8 +152,14 @@ Status Translator::Call(const sql::Expr& e, Scope* scope, TypedSql* out) {
   if (WordIs(name, "Nz")) {
     if (args.empty() || args.size() > 2) return wrong_args();
     if (args.size() == 1) {
-      std::string zero = IsText(args[0].type) ? "''" : "0";
-      *out = {"coalesce(" + args[0].sql + ", " + zero + ")", args[0].type, 0, {}};
+      // In a query Nz without a second argument turns Null into a
+      // zero-length string, so the column is text; arithmetic and
+      // comparisons on it still read the number back ("" reads as 0).
+      if (args[0].type == SqlType::kVariant) {
+        *out = {"coalesce(" + args[0].sql + ", '')", SqlType::kVariant, 0, {}};
+      } else {
+        *out = {"coalesce(" + AsText(args[0]) + ", '')", SqlType::kText, 0, {}};
+      }
     } else {
       SqlType t = MergeTypes({args[0], args[1]});
       *out = {"coalesce(" + Branch(args[0], t) + ", " + Branch(args[1], t) + ")", t, 0, {}};
@@ -187,6 +197,14 @@ Status Translator::Call(const sql::Expr& e, Scope* scope, TypedSql* out) {
             SqlType::kText, 0, {}};
     return Status::OK();
   }
+  if (WordIs(name, "Str") || WordIs(name, "Str$")) {
+    if (args.size() != 1) return wrong_args();
+    const SqlType t = args[0].type;
+    // Dates and Yes/No read as they print; numbers get a blank for the sign.
+    if (t == SqlType::kDate || t == SqlType::kBoolean) *out = {AsText(args[0]), SqlType::kText, 0, {}};
+    else *out = {"jet_str(" + AsNumber(args[0]) + ")", SqlType::kText, 0, {}};
+    return Status::OK();
+  }
   if (WordIs(name, "CStr")) {
     if (args.size() != 1) return wrong_args();
     *out = {AsText(args[0]), SqlType::kText, 0, {}};
@@ -218,6 +236,10 @@ Status Translator::Call(const sql::Expr& e, Scope* scope, TypedSql* out) {
       sql += (i ? ", " : "") + (is_text ? AsText(args[i]) : AsNumber(args[i]));
     }
     *out = {sql + ")", SqlType::kLong, 0, {}};
+    return Status::OK();
+  }
+  if (WordIs(name, "CCur") && args.size() == 1 && args[0].type == SqlType::kCurrency) {
+    *out = {args[0].sql, SqlType::kCurrency, 0, {}};
     return Status::OK();
   }
   for (const Simple& f : kSimple) {

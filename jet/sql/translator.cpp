@@ -243,7 +243,7 @@ Status Translator::TranslateSelect(const QueryExpr& q, Scope* outer, QueryOut* o
   std::string body = from.empty() ? "" : " FROM " + from;
   if (core.where) {
     TypedSql w;
-    JET_RETURN_IF_ERROR(Expr(*core.where, &scope, &w));
+    JET_RETURN_IF_ERROR(Condition(*core.where, &scope, &w));
     body += " WHERE " + w.sql;
   }
   JET_RETURN_IF_ERROR(GroupingClauses(core, &scope, row_identity, &body));
@@ -320,7 +320,7 @@ Status Translator::GroupingClauses(const SelectCore& core, Scope* scope, const s
   }
   if (core.having) {
     TypedSql h;
-    JET_RETURN_IF_ERROR(Expr(*core.having, scope, &h));
+    JET_RETURN_IF_ERROR(Condition(*core.having, scope, &h));
     *body += " HAVING " + h.sql;
   }
   return Status::OK();
@@ -367,7 +367,7 @@ Status Translator::TranslateFrom(const TableRef& ref, Scope* scope, std::string*
       JET_RETURN_IF_ERROR(TranslateFrom(*ref.left, scope, &left));
       JET_RETURN_IF_ERROR(TranslateFrom(*ref.right, scope, &right));
       TypedSql on;
-      JET_RETURN_IF_ERROR(Expr(*ref.on, scope, &on));
+      JET_RETURN_IF_ERROR(Condition(*ref.on, scope, &on));
       if (ref.join == JoinKind::kRight) {
         // SQLite 3.40 has no RIGHT JOIN: swap the sides of a LEFT JOIN.
         *sql = "(" + right + " LEFT JOIN " + left + " ON " + on.sql + ")";
@@ -482,7 +482,7 @@ Status Translator::TranslateCrosstab(const Statement& st, QueryOut* out) {
   std::string body = from.empty() ? "" : " FROM " + from;
   if (core.where) {
     TypedSql w;
-    JET_RETURN_IF_ERROR(Expr(*core.where, &scope, &w));
+    JET_RETURN_IF_ERROR(Condition(*core.where, &scope, &w));
     body += " WHERE " + w.sql;
   }
   TypedSql pivot;

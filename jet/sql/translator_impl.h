@@ -15,6 +15,8 @@ struct TypedSql {
   SqlType type = SqlType::kNull;
   int decimal_scale = 0;
   std::string caption;
+  // The SQL is a SQLite truth value (1/0/Null) that Jet sees as -1/0/Null.
+  bool truth = false;
 };
 
 struct Source {
@@ -61,7 +63,11 @@ class Translator {
 
   // Expressions (translate_expr.cpp).
  public:
+  // A value as Jet holds it: True is -1.
   Status Expr(const sql::Expr& e, Scope* scope, TypedSql* out);
+  // For WHERE, ON, HAVING and the operands of And/Or/Not: a comparison stays
+  // a bare SQLite condition so that SQLite can still use its indexes.
+  Status Condition(const sql::Expr& e, Scope* scope, TypedSql* out);
  private:
   Status Name(const sql::Expr& e, Scope* scope, TypedSql* out);
   Status Parameter(const sql::Expr& e, TypedSql* out);
