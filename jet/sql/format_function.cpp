@@ -1,6 +1,8 @@
 // Format(value, format): the named formats and the common custom date and
 // number formats, always with US-English names and '.' as the decimal point.
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstdio>
 #include <vector>
 
@@ -11,8 +13,40 @@
 namespace jet::sql {
 namespace {
 
+// Format rounds half away from zero, and on the number as VBA prints it (15
+// significant digits): Format(1.005, "0.00") is 1.01 where Round gives 1,
+// and Format(2.5, "0") is 3.
+std::string DecimalFixed(double v, int decimals) {
+  v = std::fabs(v);
+  if (v == 0 || !std::isfinite(v)) return FixedDigits(0, decimals);
+  std::string sci = ScientificDigits(v, 14);  // d.ddddddddddddddE+xx
+  size_t e = sci.find('E');
+  std::string digits = sci.substr(0, 1) + sci.substr(2, e - 2);
+  int keep = std::atoi(sci.c_str() + e + 1) + 1 + decimals;  // digits up to the last one shown
+  std::string n;  // the value times 10^decimals, as whole digits
+  if (keep < 0) {
+    n = "0";
+  } else if (keep == 0) {
+    n = digits[0] >= '5' ? "1" : "0";
+  } else if (keep >= static_cast<int>(digits.size())) {
+    n = digits + std::string(static_cast<size_t>(keep) - digits.size(), '0');
+  } else {
+    n = digits.substr(0, static_cast<size_t>(keep));
+    if (digits[static_cast<size_t>(keep)] >= '5') {
+      int i = static_cast<int>(n.size()) - 1;
+      while (i >= 0 && n[static_cast<size_t>(i)] == '9') n[static_cast<size_t>(i--)] = '0';
+      if (i < 0) n.insert(0, "1");
+      else ++n[static_cast<size_t>(i)];
+    }
+  }
+  if (static_cast<int>(n.size()) <= decimals) n.insert(0, static_cast<size_t>(decimals) + 1 - n.size(), '0');
+  std::string out = n.substr(0, n.size() - static_cast<size_t>(decimals));
+  if (decimals > 0) out += "." + n.substr(n.size() - static_cast<size_t>(decimals));
+  return out;
+}
+
 std::string Fixed(double v, int decimals, bool thousands) {
-  std::string s = FixedDigits(RoundHalfEven(std::fabs(v), decimals), decimals);
+  std::string s = DecimalFixed(v, decimals);
   if (thousands) {
     size_t dot = s.find('.');
     size_t end = dot == std::string::npos ? s.size() : dot;
@@ -158,6 +192,32 @@ std::string FormatNumber(double v, const std::string& fmt_all) {
   bool use_negative_section = v < 0 && sections.size() > 1 && !sections[1].empty();
   if (use_negative_section) fmt = sections[1];
   if (v == 0 && sections.size() > 2 && !sections[2].empty()) fmt = sections[2];
+  // An exponent (E+00, E-00, e+0 ...): the mantissa keeps as many whole
+  // digits as the format has zeros before the point.
+  {
+    bool quoted = false;
+    for (size_t i = 0; i + 1 < fmt.size(); ++i) {
+      if (fmt[i] == '"') quoted = !quoted;
+      if (quoted || (fmt[i] != 'E' && fmt[i] != 'e') || (fmt[i + 1] != '+' && fmt[i + 1] != '-')) continue;
+      std::string mantissa_fmt = fmt.substr(0, i);
+      size_t j = i + 2, exp_digits = 0;
+      while (j < fmt.size() && (fmt[j] == '0' || fmt[j] == '#')) exp_digits += fmt[j++] == '0';
+      int whole = 0, frac = 0;
+      size_t point = mantissa_fmt.find('.');
+      for (size_t k = 0; k < mantissa_fmt.size(); ++k)
+        if (mantissa_fmt[k] == '0' || mantissa_fmt[k] == '#') (k < point ? whole : frac)++;
+      whole = std::max(whole, 1);
+      double ax = std::fabs(v);
+      int exponent = ax == 0 ? 0 : static_cast<int>(std::floor(std::log10(ax))) - (whole - 1);
+      double m = ax / std::pow(10.0, exponent);
+      if (std::atof(DecimalFixed(m, frac).c_str()) >= std::pow(10.0, whole)) m = ax / std::pow(10.0, ++exponent);
+      std::string exp_text = std::to_string(std::abs(exponent));
+      if (exp_text.size() < exp_digits) exp_text.insert(0, exp_digits - exp_text.size(), '0');
+      std::string sign = exponent < 0 ? "-" : fmt[i + 1] == '+' ? "+" : "";
+      std::string out = FormatNumber(m, mantissa_fmt) + fmt[i] + sign + exp_text + fmt.substr(j);
+      return v < 0 && !use_negative_section ? "-" + out : out;
+    }
+  }
   bool percent = fmt.find('%') != std::string::npos;
   double x = std::fabs(v) * (percent ? 100 : 1);
   // Digits wanted before and after the point, and thousands separators.
@@ -401,11 +461,56 @@ void Format(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   ResultText(ctx, FormatNumber(x, fmt));
 }
 
+// jet_formatnumber(value, kind, digits, leading, parens, group): FormatNumber
+// (kind 0), FormatCurrency (1) and FormatPercent (2). -1 for digits and -2
+// (use default) for the tristate arguments take US English defaults: two
+// decimals, a leading zero, grouped thousands, and parentheses only around
+// negative currency.
+void FormatNumberFn(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  if (IsNull(argv[0])) return sqlite3_result_null(ctx);
+  int kind = sqlite3_value_int(argv[1]);
+  double v = ArgNumber(argv[0]);
+  if (kind == 2) v *= 100;
+  auto arg = [&](int i, int fallback) {
+    return argc > i && !IsNull(argv[i]) ? static_cast<int>(ArgInt(argv[i])) : fallback;
+  };
+  int digits = arg(2, -1);
+  if (digits < 0) digits = 2;
+  int leading = arg(3, -2), parens = arg(4, -2), group = arg(5, -2);
+  std::string s = Fixed(std::fabs(v), digits, group != 0);
+  if (leading == 0 && s.rfind("0.", 0) == 0) s.erase(0, 1);
+  if (kind == 1) s = "$" + s;
+  if (kind == 2) s += "%";
+  bool negative = v < 0 && s.find_first_of("123456789") != std::string::npos;
+  if (negative) s = (parens == -1 || (parens == -2 && kind == 1)) ? "(" + s + ")" : "-" + s;
+  ResultText(ctx, s);
+}
+
+// jet_formatdatetime(date, style): vbGeneralDate 0, vbLongDate 1,
+// vbShortDate 2, vbLongTime 3, vbShortTime 4.
+void FormatDateTimeFn(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  if (IsNull(argv[0])) return sqlite3_result_null(ctx);
+  auto d = ArgDate(argv[0]);
+  if (!d) return sqlite3_result_error(ctx, "Type mismatch", -1);
+  int style = argc > 1 && !IsNull(argv[1]) ? static_cast<int>(ArgInt(argv[1])) : 0;
+  if (style < 0 || style > 4) return sqlite3_result_error(ctx, "Invalid procedure call or argument", -1);
+  std::string text = style == 0   ? DateText(*d)
+                     : style == 1 ? FormatDate(*d, "dddd, mmmm d, yyyy")
+                     : style == 2 ? FormatDate(*d, "m/d/yyyy")
+                     : style == 3 ? FormatDate(*d, "h:nn:ss AM/PM")
+                                  : FormatDate(*d, "hh:nn");
+  ResultText(ctx, text);
+}
+
 }  // namespace
 
 void RegisterFormatFunction(sqlite3* db) {
   sqlite3_create_function(db, "jet_format", -1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, Format, nullptr,
                           nullptr);
+  sqlite3_create_function(db, "jet_formatnumber", -1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, FormatNumberFn,
+                          nullptr, nullptr);
+  sqlite3_create_function(db, "jet_formatdatetime", -1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr,
+                          FormatDateTimeFn, nullptr, nullptr);
 }
 
 }  // namespace jet::sql

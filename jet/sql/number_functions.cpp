@@ -1,5 +1,6 @@
 // Jet's arithmetic, conversion and math functions. Currency arrives and
 // leaves as ten-thousandths (the translator scales it), so these stay exact.
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -195,6 +196,29 @@ void Radix(sqlite3_context* ctx, sqlite3_value* v, int bits_per_digit) {
 void Hex(sqlite3_context* ctx, int, sqlite3_value** argv) { Radix(ctx, argv[0], 4); }
 void Oct(sqlite3_context* ctx, int, sqlite3_value** argv) { Radix(ctx, argv[0], 3); }
 
+// Partition(number, start, stop, interval): "lower:upper" of the range that
+// holds number, both sides padded with blanks to the width of stop + 1 so
+// that the texts sort in order.
+void Partition(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+  JET_NULL_IN_NULL_OUT
+  int64_t n = ArgInt(argv[0]), start = ArgInt(argv[1]), stop = ArgInt(argv[2]), interval = ArgInt(argv[3]);
+  if (start < 0 || stop <= start || interval < 1)
+    return sqlite3_result_error(ctx, "Invalid procedure call or argument", -1);
+  const size_t width = std::to_string(stop + 1).size();
+  auto pad = [&](std::string t) { return t.size() < width ? std::string(width - t.size(), ' ') + t : t; };
+  std::string lower, upper;
+  if (n < start) {
+    upper = std::to_string(start - 1);
+  } else if (n > stop) {
+    lower = std::to_string(stop + 1);
+  } else {
+    int64_t low = start + (n - start) / interval * interval;
+    lower = std::to_string(low);
+    upper = std::to_string(std::min(low + interval - 1, stop));
+  }
+  ResultText(ctx, pad(lower) + ":" + pad(upper));
+}
+
 void Int(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   JET_NULL_IN_NULL_OUT
   if (sqlite3_value_type(argv[0]) == SQLITE_INTEGER) return sqlite3_result_value(ctx, argv[0]);
@@ -292,6 +316,7 @@ constexpr Fn kFunctions[] = {
     {"jet_log", 1, Math1<Log>},     {"jet_exp", 1, Math1<Exp>},   {"jet_sin", 1, Math1<Sin>},
     {"jet_cos", 1, Math1<Cos>},     {"jet_tan", 1, Math1<Tan>},   {"jet_atn", 1, Math1<Atn>},
     {"jet_abs", 1, Math1<Abs>},     {"jet_pow", 2, Power},        {"jet_intdiv", 2, IntDiv},
+    {"jet_partition", 4, Partition},
     {"jet_str", 1, Str},            {"jet_hex", 1, Hex},          {"jet_oct", 1, Oct},
     {"jet_mod", 2, Mod},            {"jet_div", 2, Divide},       {"jet_cur_mul", 2, CurrencyMultiply},
 };

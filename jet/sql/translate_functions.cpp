@@ -27,6 +27,14 @@ constexpr Simple kSimple[] = {
     {"InStrRev", "jet_instrrev", SqlType::kLong, {Arg::kText, Arg::kText, Arg::kNumber, Arg::kNumber}},
     {"Trim", "jet_trim", SqlType::kText, {Arg::kText}},
     {"Trim$", "jet_trim", SqlType::kText, {Arg::kText}},
+    {"LTrim$", "jet_ltrim", SqlType::kText, {Arg::kText}},
+    {"RTrim$", "jet_rtrim", SqlType::kText, {Arg::kText}},
+    {"Space$", "jet_space", SqlType::kText, {Arg::kNumber}},
+    {"String$", "jet_string", SqlType::kText, {Arg::kNumber, Arg::kAny}},
+    {"AscW", "jet_asc", SqlType::kInteger, {Arg::kText}},
+    {"CDec", "jet_cdbl", SqlType::kDouble, {Arg::kAny}},
+    {"Partition", "jet_partition", SqlType::kText, {Arg::kNumber, Arg::kNumber, Arg::kNumber, Arg::kNumber}},
+    {"FormatDateTime", "jet_formatdatetime", SqlType::kText, {Arg::kDate, Arg::kNumber}},
     {"LTrim", "jet_ltrim", SqlType::kText, {Arg::kText}},
     {"RTrim", "jet_rtrim", SqlType::kText, {Arg::kText}},
     {"UCase", "jet_ucase", SqlType::kText, {Arg::kText}},
@@ -203,6 +211,25 @@ Status Translator::Call(const sql::Expr& e, Scope* scope, TypedSql* out) {
     // Dates and Yes/No read as they print; numbers get a blank for the sign.
     if (t == SqlType::kDate || t == SqlType::kBoolean) *out = {AsText(args[0]), SqlType::kText, 0, {}};
     else *out = {"jet_str(" + AsNumber(args[0]) + ")", SqlType::kText, 0, {}};
+    return Status::OK();
+  }
+  if (WordIs(name, "FormatNumber") || WordIs(name, "FormatCurrency") || WordIs(name, "FormatPercent")) {
+    if (args.empty() || args.size() > 5) return wrong_args();
+    int kind = WordIs(name, "FormatNumber") ? 0 : WordIs(name, "FormatCurrency") ? 1 : 2;
+    std::string sql = "jet_formatnumber(" + AsNumber(args[0]) + ", " + std::to_string(kind);
+    for (size_t i = 1; i < args.size(); ++i) sql += ", " + AsNumber(args[i]);
+    *out = {sql + ")", SqlType::kText, 0, {}};
+    return Status::OK();
+  }
+  if (WordIs(name, "CVar")) {
+    if (args.size() != 1) return wrong_args();
+    *out = args[0];
+    return Status::OK();
+  }
+  // Null is not Empty, and a value that reached the query is not an error.
+  if (WordIs(name, "IsEmpty") || WordIs(name, "IsError")) {
+    if (args.size() != 1) return wrong_args();
+    *out = {"0", SqlType::kBoolean, 0, {}};
     return Status::OK();
   }
   if (WordIs(name, "CStr")) {
