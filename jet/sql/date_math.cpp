@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <utility>
 #include <vector>
 
 #include "sql/lexer.h"
@@ -229,6 +230,9 @@ std::optional<double> ParseDateText(std::string_view text) {
     m = static_cast<int>(num(parts[0]));
     d = static_cast<int>(num(parts[1]));
     y = FullYear(num(parts[2]), parts[2]->text.size());
+    // A first number that cannot be a month is the day: Access reads
+    // #31/1/2001# as January 31 rather than refusing it.
+    if (m > 12 && d >= 1 && d <= 12) std::swap(m, d);
   } else {  // m/d of no year is not accepted: the result would depend on today
     return std::nullopt;
   }

@@ -51,6 +51,11 @@ TEST(JetExpressions, ArithmeticAndConcatenation) {
       {"'a' + Null", "\\N"},
       {"Null & 'a'", "a"},
       {"'a' & Null", "a"},
+      {"Null & Null", "\\N"},
+      {"Null * 2", "\\N"},
+      {"Null \\ 2", "\\N"},
+      {"Null Mod 2", "\\N"},
+      {"-Null", "\\N"},
       {"1.5 & ''", "1.5"},
       {"-1.5 & 'x'", "-1.5x"},
       {"1 & 2", "12"},
@@ -370,6 +375,15 @@ TEST(JetExpressions, DatesAndTimes) {
       {"#1/31/2001#", "2001-01-31 00:00:00"},
       {"#2001-01-31#", "2001-01-31 00:00:00"},
       {"#31-Jan-2001#", "2001-01-31 00:00:00"},
+      {"#Jan 31, 2001#", "2001-01-31 00:00:00"},
+      {"#1/31/01#", "2001-01-31 00:00:00"},
+      {"#31/1/2001#", "2001-01-31 00:00:00"},  // no 31st month: day first
+      {"#2001-01-31 10:00:00#", "2001-01-31 10:00:00"},
+      {"#10:30 PM#", "1899-12-30 22:30:00"},
+      {"DateValue('31/1/2001')", "2001-01-31 00:00:00"},
+      {"DateAdd('m', 1, '1/31/2001')", "2001-02-28 00:00:00"},
+      {"DateDiff('d', '1/1/2001', '1/31/2001')", "30"},
+      {"#1/31/2001# = '1/31/2001'", "1"},
       {"#1/31/2001 1:30 PM#", "2001-01-31 13:30:00"},
       {"DateSerial(2001, 13, 1)", "2002-01-01 00:00:00"},
       {"DateSerial(2001, 3, 0)", "2001-02-28 00:00:00"},
@@ -531,7 +545,8 @@ TEST(JetExpressions, AggregatesSortingAndGrouping) {
   EXPECT_EQ(query("SELECT S FROM T ORDER BY S, ID"), "\\N\nABC\nabc\nb\nÉa\nx\n");
   EXPECT_EQ(query("SELECT S FROM T ORDER BY S DESC, ID"), "x\nÉa\nb\nABC\nabc\n\\N\n");
   // Groups merge text that differs only in case.
-  EXPECT_EQ(query("SELECT Count(*) FROM T GROUP BY S ORDER BY S"), "1\n2\n1\n1\n1\n");
+  EXPECT_EQ(query("SELECT S, Count(*) FROM T GROUP BY S ORDER BY S"), "\\N,1\nABC,2\nb,1\nÉa,1\nx,1\n");
+  EXPECT_EQ(query("SELECT DISTINCT S FROM T WHERE S Like 'a*'"), "ABC\n");
   EXPECT_EQ(query("SELECT ID FROM T WHERE S = 'abc' ORDER BY ID"), "2\n4\n");
   EXPECT_EQ(query("SELECT Nz(N), Nz(N) + 1 FROM T WHERE ID IN (2, 3) ORDER BY ID"), ",1\n5,6\n");
   EXPECT_EQ(query("SELECT ID FROM T WHERE (N > 3) = True ORDER BY ID"), "3\n4\n5\n6\n");
