@@ -3,17 +3,20 @@
 // page chains that loop, pages of the wrong type, truncation — each read in
 // full. Built with AddressSanitizer and UndefinedBehaviorSanitizer, so an
 // out-of-bounds read or an overflow fails the run; the reader must answer
-// every one with an error or with rows, never a crash or a hang.
+// every one with an error or with rows, and the writer with a commit or a
+// refusal that leaves the file alone — never a crash or a hang.
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <unistd.h>
 #include <vector>
 
 #include "reader_exerciser.h"
+#include "writer_exerciser.h"
 
 namespace jet::testing {
 namespace {
@@ -104,16 +107,12 @@ struct Case {
   int mutations;
 };
 
-TEST(DamagedFiles, ReaderAnswersEveryMutationWithoutCrashing) {
-  const Case cases[] = {
-      {"overflowTestV2000.mdb", 40},  {"delColTestV2000.mdb", 30},      {"pecl-mdbtools-test.mdb", 40},
-      {"charsetGBK.mdb", 25},         {"testUnicodeCompV2003.mdb", 30}, {"compIndexTestV2000.mdb", 30},
-      {"testIndexPropertiesV2000.mdb", 30}, {"linkee1.mdb", 20},        {"DateTestDatabase.mdb", 25},
-      {"mdb-reader-longtext.accdb", 20},   {"testIndexCodesV1997.mdb", 20},
-  };
+// Writes each damaged variant of each case's fixture to one scratch file and
+// hands it to `check`; the same seeds give the same files on every run.
+void ForEachDamagedFile(const std::vector<Case>& cases,
+                        const std::function<void(const std::string& scratch)>& check) {
   const std::string dir = std::string(TABULON_FIXTURES) + "/jet/";
   const std::string scratch = ::testing::TempDir() + "mutated-" + std::to_string(getpid()) + ".mdb";
-  int total = 0, opened = 0, with_errors = 0;
   uint64_t seed = 1;
   for (const auto& c : cases) {
     const Bytes original = ReadFile(dir + c.file);
@@ -128,19 +127,60 @@ TEST(DamagedFiles, ReaderAnswersEveryMutationWithoutCrashing) {
         out.write(reinterpret_cast<const char*>(damaged.data()), static_cast<std::streamsize>(damaged.size()));
       }
       SCOPED_TRACE(std::string(c.file) + " seed " + std::to_string(seed) + ": " + what);
-      ExerciseResult r = ExerciseReader(scratch);
-      ++total;
-      opened += r.opened;
-      with_errors += r.errors > 0 || !r.opened;
+      check(scratch);
     }
   }
   std::remove(scratch.c_str());
+}
+
+TEST(DamagedFiles, ReaderAnswersEveryMutationWithoutCrashing) {
+  int total = 0, opened = 0, with_errors = 0;
+  ForEachDamagedFile(
+      {
+          {"overflowTestV2000.mdb", 40},  {"delColTestV2000.mdb", 30},      {"pecl-mdbtools-test.mdb", 40},
+          {"charsetGBK.mdb", 25},         {"testUnicodeCompV2003.mdb", 30}, {"compIndexTestV2000.mdb", 30},
+          {"testIndexPropertiesV2000.mdb", 30}, {"linkee1.mdb", 20},        {"DateTestDatabase.mdb", 25},
+          {"mdb-reader-longtext.accdb", 20},   {"testIndexCodesV1997.mdb", 20},
+      },
+      [&](const std::string& scratch) {
+        ExerciseResult r = ExerciseReader(scratch);
+        ++total;
+        opened += r.opened;
+        with_errors += r.errors > 0 || !r.opened;
+      });
   // The damage must actually reach the reader: most files still open, and
   // many of them report errors.
   EXPECT_GE(total, 300);
   EXPECT_GT(opened, total / 3);
   EXPECT_GT(with_errors, total / 10);
   std::printf("mutated files: %d, opened: %d, with errors: %d\n", total, opened, with_errors);
+}
+
+// The writer trusts nothing it reads either: on a damaged file every change
+// either commits or is refused, and a refused one leaves the file as it was.
+TEST(DamagedFiles, WriterCommitsOrRefusesWithoutCrashingOrHalfWriting) {
+  int total = 0, opened = 0, committed = 0, refused = 0;
+  ForEachDamagedFile(
+      {
+          {"overflowTestV2000.mdb", 30},      {"delColTestV2000.mdb", 25},     {"compIndexTestV2000.mdb", 30},
+          {"testIndexPropertiesV2000.mdb", 30}, {"testUnicodeCompV2003.mdb", 25}, {"DateTestDatabase.mdb", 20},
+          {"indexTestV2000.mdb", 30},
+      },
+      [&](const std::string& scratch) {
+        WriteExerciseResult r = ExerciseWriter(scratch);
+        EXPECT_EQ(r.half_written, 0);
+        (void)ExerciseReader(scratch);  // whatever was committed still reads without a crash
+        ++total;
+        opened += r.opened;
+        committed += r.committed;
+        refused += r.refused;
+      });
+  // Both outcomes must be common, or the damage never reached the writer.
+  EXPECT_GT(opened, total / 3);
+  EXPECT_GT(committed, total);
+  EXPECT_GT(refused, total / 10);
+  std::printf("mutated files: %d, opened for writing: %d, transactions committed: %d, refused: %d\n", total,
+              opened, committed, refused);
 }
 
 }  // namespace
