@@ -105,12 +105,24 @@ std::string FormatDate(double serial, const std::string& fmt) {
       case 'd':
         if (n == 1) out += std::to_string(c.day);
         else if (n == 2) { std::snprintf(buf, sizeof buf, "%02d", c.day); out += buf; }
-        else {
+        else if (n == 5) out += FormatDate(serial, "m/d/yyyy");  // ddddd: the short date
+        else if (n >= 6) {                                      // dddddd: the long date
+          out += FormatDate(serial, "dddd, mmmm d, yyyy");
+          n = 6;
+        } else {
           int w = WeekdayOfDays(DaysFromCivil(c.year, c.month, c.day) - DaysFromCivil(1899, 12, 30));
           out += WeekdayName(w, n == 3);
-          if (n > 4) n = 4;
         }
         break;
+      case 't':  // ttttt: the long time
+        if (n >= 5) {
+          out += FormatDate(serial, "h:nn:ss AM/PM");
+          n = 5;
+        } else {
+          out += fmt.substr(i, n);
+        }
+        break;
+      case 'c': out += DateText(serial); n = 1; break;
       case 'm':
         if (last_was_hour && n <= 2) {  // m after h means minutes
           std::snprintf(buf, sizeof buf, n == 2 ? "%02d" : "%d", c.minute);
@@ -435,6 +447,11 @@ void Format(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   std::string fmt = argc > 2 && !IsNull(argv[2]) ? ArgText(argv[2]) : std::string();
   if (fmt.empty()) {
     return ResultText(ctx, TypedText(argv[0], type));
+  }
+  // Text that reads as neither a number nor a date comes back as it is.
+  if (sqlite3_value_type(argv[0]) == SQLITE_TEXT && !IsTextFormat(fmt)) {
+    std::string text = ArgText(argv[0]);
+    if (!ParseNumberText(text) && !ParseDateText(text)) return ResultText(ctx, text);
   }
   bool handled;
   std::string named = FormatNamed(argv[0], type, fmt, &handled);

@@ -117,11 +117,13 @@ std::string DateText(double serial) {
   CivilDateTime c = CivilFromSerial(serial);
   char buf[64];
   std::string out;
-  if (days != 0 || seconds == 0) {
+  // Day 0 (December 30, 1899) is left out: it shows as a time alone, so
+  // a zero date reads 12:00:00 AM.
+  if (days != 0) {
     std::snprintf(buf, sizeof buf, "%d/%d/%lld", c.month, c.day, static_cast<long long>(c.year));
     out = buf;
   }
-  if (seconds != 0) {
+  if (seconds != 0 || days == 0) {
     int h12 = c.hour % 12 == 0 ? 12 : c.hour % 12;
     std::snprintf(buf, sizeof buf, "%d:%02d:%02d %s", h12, c.minute, c.second, c.hour < 12 ? "AM" : "PM");
     if (!out.empty()) out += " ";

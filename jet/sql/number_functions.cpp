@@ -1,6 +1,7 @@
 // Jet's arithmetic, conversion and math functions. Currency arrives and
 // leaves as ten-thousandths (the translator scales it), so these stay exact.
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -37,11 +38,17 @@ double ValOf(const std::string& text) {
   std::string digits;
   size_t i = 0;
   while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) ++i;
-  if (i + 1 < text.size() && text[i] == '&' && (text[i + 1] == 'H' || text[i + 1] == 'h')) {
-    return static_cast<double>(std::strtoll(text.c_str() + i + 2, nullptr, 16));
-  }
-  if (i + 1 < text.size() && text[i] == '&' && (text[i + 1] == 'O' || text[i + 1] == 'o')) {
-    return static_cast<double>(std::strtoll(text.c_str() + i + 2, nullptr, 8));
+  if (i + 1 < text.size() && text[i] == '&') {
+    char kind = static_cast<char>(std::toupper(static_cast<unsigned char>(text[i + 1])));
+    if (kind == 'H' || kind == 'O') {
+      // &H and &O numbers are an Integer when they fit 16 bits and a Long
+      // when they fit 32, so &HFFFF is -1.
+      char* end = nullptr;
+      long long v = std::strtoll(text.c_str() + i + 2, &end, kind == 'H' ? 16 : 8);
+      if (v >= 0x8000 && v <= 0xFFFF) v -= 0x10000;
+      else if (v >= 0x80000000LL && v <= 0xFFFFFFFFLL) v -= 0x100000000LL;
+      return static_cast<double>(v);
+    }
   }
   bool dot = false, exp = false;
   for (; i < text.size(); ++i) {
