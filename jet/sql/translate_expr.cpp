@@ -330,6 +330,12 @@ Status Translator::Binary(const sql::Expr& e, Scope* scope, TypedSql* out) {
   }
   if (op == "*") {
     SqlType t = WiderNumber(a.type, b.type);
+    // Multiplication ranks Double above Currency (addition ranks it below):
+    // Currency times a Double, or times text read as one, is a Double.
+    auto doubleish = [](SqlType x) {
+      return x == SqlType::kDouble || x == SqlType::kDate || x == SqlType::kVariant || IsText(x);
+    };
+    if (t == SqlType::kCurrency && (doubleish(a.type) || doubleish(b.type))) t = SqlType::kDouble;
     if (t == SqlType::kCurrency) {
       *out = {"jet_cur_mul(" + AsCurrency(a) + ", " + AsCurrency(b) + ")", t, 0, {}};
     } else {

@@ -79,6 +79,23 @@ TEST(JetExpressions, ArithmeticAndConcatenation) {
       {"CCur(1.1) * 3", "3.3"},
       {"CCur(10) / 4", "2.5"},
   });
+  // Result types: multiplication ranks Double above Currency, addition below.
+  const struct {
+    const char* expr;
+    ColumnType type;
+  } kTypes[] = {
+      {"CCur(1.1) * 3", ColumnType::kCurrency},     {"CCur(1.1) * CSng(1.5)", ColumnType::kCurrency},
+      {"CCur(1.1) * 1.5", ColumnType::kDouble},     {"CCur(1.1) + 1.25", ColumnType::kCurrency},
+      {"CCur(1.1) / CCur(2)", ColumnType::kDouble}, {"2 ^ 2", ColumnType::kDouble},
+      {"'a' & 1", ColumnType::kText},               {"CInt(1) + CInt(2)", ColumnType::kInteger},
+      {"CInt(1) + CLng(2)", ColumnType::kLong},     {"#1/1/2001# + 1", ColumnType::kDateTime},
+      {"#1/2/2001# - #1/1/2001#", ColumnType::kDouble},
+  };
+  for (const auto& c : kTypes) {
+    ColumnType type = ColumnType::kText;
+    Eval(Constants(), c.expr, &type);
+    EXPECT_EQ(type, c.type) << c.expr;
+  }
 }
 
 TEST(JetExpressions, TrueIsMinusOneAndLogicIsThreeValued) {
