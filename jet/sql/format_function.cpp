@@ -293,10 +293,20 @@ std::string FormatNumber(double v, const std::string& fmt_all) {
   return out;
 }
 
+// The number a value stands for. Currency arrives in ten-thousandths; a
+// Single is taken at its own seven digits, so that 1.1 stays 1.1.
+double NumberOf(sqlite3_value* v, SqlType type) {
+  if (type == SqlType::kCurrency && sqlite3_value_type(v) == SQLITE_INTEGER) return sqlite3_value_int64(v) / 10000.0;
+  double x = ArgNumber(v);
+  if (type == SqlType::kSingle && sqlite3_value_type(v) == SQLITE_FLOAT && std::isfinite(x))
+    x = std::atof(GeneralDigits(x, 7).c_str());
+  return x;
+}
+
 std::string FormatNamed(sqlite3_value* v, SqlType type, const std::string& name, bool* handled) {
   *handled = true;
   std::string n = FoldCase(name);
-  double x = type == SqlType::kCurrency ? sqlite3_value_int64(v) / 10000.0 : ArgNumber(v);
+  double x = NumberOf(v, type);
   if (n == "general number") return NumberText(x);
   if (n == "currency") {
     std::string s = "$" + Fixed(std::fabs(x), 2, true);
@@ -472,9 +482,7 @@ void Format(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     if (!d) return sqlite3_result_null(ctx);
     return ResultText(ctx, FormatDate(*d, fmt));
   }
-  double x = type == SqlType::kCurrency && sqlite3_value_type(argv[0]) == SQLITE_INTEGER
-                 ? sqlite3_value_int64(argv[0]) / 10000.0
-                 : ArgNumber(argv[0]);
+  double x = NumberOf(argv[0], type);
   ResultText(ctx, FormatNumber(x, fmt));
 }
 

@@ -210,6 +210,7 @@ Status Translator::Call(const sql::Expr& e, Scope* scope, TypedSql* out) {
     const SqlType t = args[0].type;
     // Dates and Yes/No read as they print; numbers get a blank for the sign.
     if (t == SqlType::kDate || t == SqlType::kBoolean) *out = {AsText(args[0]), SqlType::kText, 0, {}};
+    else if (t == SqlType::kSingle) *out = {"jet_str(" + AsText(args[0]) + ")", SqlType::kText, 0, {}};
     else *out = {"jet_str(" + AsNumber(args[0]) + ")", SqlType::kText, 0, {}};
     return Status::OK();
   }

@@ -229,6 +229,8 @@ TEST(JetExpressions, Conversions) {
       {"Str(-5)", "-5"},
       {"Str(1.5)", " 1.5"},
       {"Str(Null)", "\\N"},
+      {"Str(CSng(1.1))", " 1.1"},  // a Single prints with its own seven digits
+      {"CSng(1.1) & ''", "1.1"},
       {"Hex(255)", "FF"},
       {"Hex(-1)", "FFFF"},
       {"Hex(-32769)", "FFFF7FFF"},
@@ -398,6 +400,8 @@ TEST(JetExpressions, FormatNamedAndCustom) {
       {"FormatDateTime(#1/31/2001 13:45:10#, 4)", "13:45"},
       {"Format(Null, '0.00')", "\\N"},
       {"Format(1234.5)", "1234.5"},
+      {"Format(CSng(1.1), 'General Number')", "1.1"},
+      {"Format(CCur(1.5), 'Currency')", "$1.50"},
       {"Format(#1/31/2001#)", "1/31/2001"},
   });
 }
