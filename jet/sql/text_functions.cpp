@@ -79,11 +79,20 @@ void InStr(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   sqlite3_result_int64(ctx, at == std::u32string::npos ? 0 : static_cast<int64_t>(at + 1));
 }
 
+// InStrRev(text, find [, start [, compare]]): start -1 is the end; compare 0
+// is binary, anything else case-blind.
 void InStrRev(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   JET_NULL_IN_NULL_OUT
-  std::u32string text = DecodeUtf8(FoldCase(ArgText(argv[0])));
-  std::u32string find = DecodeUtf8(FoldCase(ArgText(argv[1])));
-  size_t from = argc > 2 && ArgInt(argv[2]) > 0 ? static_cast<size_t>(ArgInt(argv[2]) - 1) : std::u32string::npos;
+  bool binary = argc > 3 && ArgInt(argv[3]) == 0;
+  std::u32string text = DecodeUtf8(binary ? ArgText(argv[0]) : FoldCase(ArgText(argv[0])));
+  std::u32string find = DecodeUtf8(binary ? ArgText(argv[1]) : FoldCase(ArgText(argv[1])));
+  // The match has to end by start, not merely begin there.
+  size_t from = std::u32string::npos;
+  if (argc > 2 && ArgInt(argv[2]) > 0) {
+    size_t limit = std::min<size_t>(static_cast<size_t>(ArgInt(argv[2])), text.size());
+    if (find.size() > limit) return sqlite3_result_int(ctx, 0);
+    from = limit - find.size();
+  }
   size_t at = text.rfind(find, from);
   sqlite3_result_int64(ctx, at == std::u32string::npos ? 0 : static_cast<int64_t>(at + 1));
 }
