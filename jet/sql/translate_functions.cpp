@@ -163,7 +163,8 @@ Status Translator::Call(const sql::Expr& e, Scope* scope, TypedSql* out) {
       // In a query Nz without a second argument turns Null into a
       // zero-length string, so the column is text; arithmetic and
       // comparisons on it still read the number back ("" reads as 0).
-      if (args[0].type == SqlType::kVariant) {
+      // A Yes/No value stays -1/0 so that Nz(flag) = True still holds.
+      if (args[0].type == SqlType::kVariant || args[0].type == SqlType::kBoolean) {
         *out = {"coalesce(" + args[0].sql + ", '')", SqlType::kVariant, 0, {}};
       } else {
         *out = {"coalesce(" + AsText(args[0]) + ", '')", SqlType::kText, 0, {}};
