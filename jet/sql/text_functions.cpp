@@ -190,15 +190,32 @@ void StrComp(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   sqlite3_result_int(ctx, c < 0 ? -1 : c > 0 ? 1 : 0);
 }
 
-void Asc(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+// Codes 128-159 are the Windows-1252 characters in Access.
+constexpr char32_t k1252[32] = {0x20AC, 0x81, 0x201A, 0x192, 0x201E, 0x2026, 0x2020, 0x2021,
+                                0x2C6, 0x2030, 0x160, 0x2039, 0x152, 0x8D, 0x17D, 0x8F,
+                                0x90, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                                0x2DC, 0x2122, 0x161, 0x203A, 0x153, 0x9D, 0x17E, 0x178};
+
+// Asc gives the Windows-1252 code ('?' for characters it lacks); AscW the
+// Unicode one.
+void AscImpl(sqlite3_context* ctx, int argc, sqlite3_value** argv, bool wide) {
   JET_NULL_IN_NULL_OUT
   std::u32string s = DecodeUtf8(ArgText(argv[0]));
   if (s.empty()) {
     sqlite3_result_null(ctx);
     return;
   }
-  sqlite3_result_int64(ctx, static_cast<int64_t>(s[0]));
+  char32_t c = s[0];
+  int64_t code = static_cast<int64_t>(c);
+  if (!wide && (c >= 0x80 && (c < 0xA0 || c > 0xFF))) {
+    code = '?';
+    for (int i = 0; i < 32; ++i)
+      if (k1252[i] == c) code = 128 + i;
+  }
+  sqlite3_result_int64(ctx, code);
 }
+void Asc(sqlite3_context* ctx, int argc, sqlite3_value** argv) { AscImpl(ctx, argc, argv, false); }
+void AscW(sqlite3_context* ctx, int argc, sqlite3_value** argv) { AscImpl(ctx, argc, argv, true); }
 
 void Chr(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   JET_NULL_IN_NULL_OUT
@@ -207,11 +224,6 @@ void Chr(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     sqlite3_result_null(ctx);
     return;
   }
-  // Codes 128-159 are the Windows-1252 characters in Access.
-  static const char32_t k1252[32] = {0x20AC, 0x81, 0x201A, 0x192, 0x201E, 0x2026, 0x2020, 0x2021,
-                                     0x2C6, 0x2030, 0x160, 0x2039, 0x152, 0x8D, 0x17D, 0x8F,
-                                     0x90, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
-                                     0x2DC, 0x2122, 0x161, 0x203A, 0x153, 0x9D, 0x17E, 0x178};
   char32_t c = (code >= 128 && code < 160) ? k1252[code - 128] : static_cast<char32_t>(code);
   ResultChars(ctx, std::u32string(1, c));
 }
@@ -258,7 +270,7 @@ constexpr Fn kFunctions[] = {
     {"jet_trim", 1, Trim},     {"jet_ltrim", 1, LTrim},     {"jet_rtrim", 1, RTrim},
     {"jet_ucase", 1, UCase},   {"jet_lcase", 1, LCase},     {"jet_replace", -1, Replace},
     {"jet_space", 1, Space},   {"jet_string", 2, String},   {"jet_strcomp", -1, StrComp},
-    {"jet_asc", 1, Asc},       {"jet_chr", 1, Chr},         {"jet_strreverse", 1, StrReverse},
+    {"jet_asc", 1, Asc},       {"jet_ascw", 1, AscW},       {"jet_chr", 1, Chr},         {"jet_strreverse", 1, StrReverse},
     {"jet_amp", 2, Amp},       {"jet_text", 2, TypedTextFn},
 };
 

@@ -31,7 +31,7 @@ constexpr Simple kSimple[] = {
     {"RTrim$", "jet_rtrim", SqlType::kText, {Arg::kText}},
     {"Space$", "jet_space", SqlType::kText, {Arg::kNumber}},
     {"String$", "jet_string", SqlType::kText, {Arg::kNumber, Arg::kAny}},
-    {"AscW", "jet_asc", SqlType::kInteger, {Arg::kText}},
+    {"AscW", "jet_ascw", SqlType::kInteger, {Arg::kText}},
     {"CDec", "jet_cdbl", SqlType::kDouble, {Arg::kAny}},
     {"Partition", "jet_partition", SqlType::kText, {Arg::kNumber, Arg::kNumber, Arg::kNumber, Arg::kNumber}},
     {"FormatDateTime", "jet_formatdatetime", SqlType::kText, {Arg::kDate, Arg::kNumber}},

@@ -314,6 +314,9 @@ TEST(JetExpressions, TextFunctions) {
       {"Chr(128)", "€"},
       {"Asc('A')", "65"},
       {"Asc('abc')", "97"},
+      {"Asc('€')", "128"},  // the Windows-1252 code
+      {"AscW('€')", "8364"},
+      {"Asc('é')", "233"},
   });
 }
 
