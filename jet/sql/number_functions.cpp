@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <optional>
 
@@ -162,9 +163,18 @@ void CDate(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   }
   sqlite3_result_double(ctx, *d);
 }
+// IsNumeric takes text as CDbl would read it: thousands separators, a
+// dollar sign and &H/&O numbers are numbers; dates are not.
 void IsNumeric(sqlite3_context* ctx, int, sqlite3_value** argv) {
   int t = sqlite3_value_type(argv[0]);
-  bool yes = t == SQLITE_INTEGER || t == SQLITE_FLOAT || (t == SQLITE_TEXT && ParseNumberText(ArgText(argv[0])));
+  bool yes = t == SQLITE_INTEGER || t == SQLITE_FLOAT;
+  if (t == SQLITE_TEXT) {
+    std::string text = ArgText(argv[0]);
+    size_t i = text.find_first_not_of(' ');
+    bool radix = i != std::string::npos && i + 2 < text.size() && text[i] == '&' &&
+                 std::strchr("HhOo", text[i + 1]) != nullptr;
+    yes = radix || (ConversionNumber(argv[0]) && !ParseDateText(text));
+  }
   sqlite3_result_int(ctx, yes ? -1 : 0);
 }
 void IsDate(sqlite3_context* ctx, int, sqlite3_value** argv) {

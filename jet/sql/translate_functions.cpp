@@ -223,6 +223,10 @@ Status Translator::Call(const sql::Expr& e, Scope* scope, TypedSql* out) {
     *out = {sql + ")", SqlType::kText, 0, {}};
     return Status::OK();
   }
+  if (WordIs(name, "IsNumeric") && args.size() == 1 && args[0].type == SqlType::kDate) {
+    *out = {"0", SqlType::kBoolean, 0, {}};  // a date is not a number (and Null is neither)
+    return Status::OK();
+  }
   if (WordIs(name, "CVar")) {
     if (args.size() != 1) return wrong_args();
     *out = args[0];
