@@ -223,10 +223,16 @@ void MonthNameFn(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   if (IsNull(argv[0])) return sqlite3_result_null(ctx);
   ResultText(ctx, std::string(MonthName(static_cast<int>(ArgInt(argv[0])), argc > 1 && ArgNumber(argv[1]) != 0)));
 }
+// WeekdayName(n [, abbreviate [, firstdayofweek]]): n counts from the
+// first day of the week, Sunday unless the third argument says otherwise.
 void WeekdayNameFn(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   if (IsNull(argv[0])) return sqlite3_result_null(ctx);
-  ResultText(ctx,
-             std::string(WeekdayName(static_cast<int>(ArgInt(argv[0])), argc > 1 && ArgNumber(argv[1]) != 0)));
+  int n = static_cast<int>(ArgInt(argv[0]));
+  if (n < 1 || n > 7) return sqlite3_result_error(ctx, "Invalid procedure call or argument", -1);
+  int first = argc > 2 && !IsNull(argv[2]) ? static_cast<int>(ArgInt(argv[2])) : 1;
+  if (first < 1 || first > 7) first = 1;
+  int weekday = (n - 1 + first - 1) % 7 + 1;
+  ResultText(ctx, std::string(WeekdayName(weekday, argc > 1 && !IsNull(argv[1]) && ArgNumber(argv[1]) != 0)));
 }
 
 struct Fn {

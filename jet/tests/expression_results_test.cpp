@@ -505,6 +505,8 @@ TEST(JetExpressions, DatesAndTimes) {
       {"MonthName(2)", "February"},
       {"MonthName(2, True)", "Feb"},
       {"WeekdayName(1)", "Sunday"},
+      {"WeekdayName(1, True, 2)", "Mon"},
+      {"WeekdayName(Weekday(#1/31/2001#))", "Wednesday"},
       {"#1/31/2001# + 1", "2001-02-01 00:00:00"},
       {"#2/1/2001# - #1/31/2001#", "1"},
       {"Date() = Int(Now())", "1"},
