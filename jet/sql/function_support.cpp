@@ -221,6 +221,7 @@ namespace {
 char32_t FoldChar(char32_t c) {
   if (c >= 'A' && c <= 'Z') return c + 32;
   if (c < 0xC0) return c;
+  if (c == 0x178) return 0xFF;  // Ÿ, whose small letter sits in Latin-1
   if ((c >= 0xC0 && c <= 0xDE && c != 0xD7)) return c + 32;
   if (c >= 0x100 && c <= 0x17F && c != 0x130 && c != 0x131 && c != 0x138 && c != 0x149 && c != 0x17F) {
     bool odd_lower = (c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E);
@@ -235,6 +236,7 @@ char32_t FoldChar(char32_t c) {
 char32_t UpperChar(char32_t c) {
   if (c >= 'a' && c <= 'z') return c - 32;
   if (c < 0xE0) return c;
+  if (c == 0xFF) return 0x178;
   if (c >= 0xE0 && c <= 0xFE && c != 0xF7) return c - 32;
   if (c >= 0x3B1 && c <= 0x3CB && c != 0x3C2) return c - 32;
   if (c >= 0x430 && c <= 0x44F) return c - 32;
