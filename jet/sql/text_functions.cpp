@@ -270,7 +270,8 @@ constexpr Fn kFunctions[] = {
     {"jet_trim", 1, Trim},     {"jet_ltrim", 1, LTrim},     {"jet_rtrim", 1, RTrim},
     {"jet_ucase", 1, UCase},   {"jet_lcase", 1, LCase},     {"jet_replace", -1, Replace},
     {"jet_space", 1, Space},   {"jet_string", 2, String},   {"jet_strcomp", -1, StrComp},
-    {"jet_asc", 1, Asc},       {"jet_ascw", 1, AscW},       {"jet_chr", 1, Chr},         {"jet_strreverse", 1, StrReverse},
+    {"jet_asc", 1, Asc},       {"jet_ascw", 1, AscW},       {"jet_chr", 1, Chr},
+    {"jet_strreverse", 1, StrReverse},
     {"jet_amp", 2, Amp},       {"jet_text", 2, TypedTextFn},
 };
 

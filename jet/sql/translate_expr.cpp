@@ -291,7 +291,8 @@ Status Translator::Binary(const sql::Expr& e, Scope* scope, TypedSql* out) {
   if (op == "AND" || op == "OR" || op == "IMP") {
     JET_RETURN_IF_ERROR(Condition(*e.args[0], scope, &a));
     JET_RETURN_IF_ERROR(Condition(*e.args[1], scope, &b));
-    std::string sql = op == "IMP" ? "((NOT " + a.sql + ") OR " + b.sql + ")" : "(" + a.sql + " " + op + " " + b.sql + ")";
+    std::string sql = op == "IMP" ? "((NOT " + a.sql + ") OR " + b.sql + ")"
+                                  : "(" + a.sql + " " + op + " " + b.sql + ")";
     *out = {sql, SqlType::kBoolean, 0, {}, true};
     return Status::OK();
   }
