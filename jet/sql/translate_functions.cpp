@@ -257,7 +257,9 @@ Status Translator::Call(const sql::Expr& e, Scope* scope, TypedSql* out) {
   if (WordIs(name, "Abs")) {
     if (args.size() != 1) return wrong_args();
     SqlType t = IsNumber(args[0].type) || args[0].type == SqlType::kDate ? args[0].type : SqlType::kDouble;
-    *out = {"abs(" + (t == args[0].type ? args[0].sql : AsNumber(args[0])) + ")", t, 0, {}};
+    if (t == SqlType::kBoolean) t = SqlType::kInteger;  // Abs(True) is the number 1
+    bool as_is = t == args[0].type || args[0].type == SqlType::kBoolean;
+    *out = {"abs(" + (as_is ? args[0].sql : AsNumber(args[0])) + ")", t, 0, {}};
     return Status::OK();
   }
   if (WordIs(name, "InStr")) {
@@ -282,6 +284,7 @@ Status Translator::Call(const sql::Expr& e, Scope* scope, TypedSql* out) {
     SqlType t = f.result;
     if (t == SqlType::kVariant) {
       t = IsNumber(args.empty() ? SqlType::kDouble : args[0].type) ? args[0].type : SqlType::kDouble;
+      if (t == SqlType::kBoolean) t = SqlType::kInteger;  // Int(True) is -1, a number
       if (t == SqlType::kCurrency) {
         // Int/Fix of Currency: whole units, still Currency.
         *out = {"(" + std::string(f.sqlite) + "(" + args[0].sql + " / 10000.0) * 10000)", t, 0, {}};

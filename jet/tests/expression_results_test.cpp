@@ -90,6 +90,7 @@ TEST(JetExpressions, ArithmeticAndConcatenation) {
       {"'a' & 1", ColumnType::kText},               {"CInt(1) + CInt(2)", ColumnType::kInteger},
       {"CInt(1) + CLng(2)", ColumnType::kLong},     {"#1/1/2001# + 1", ColumnType::kDateTime},
       {"#1/2/2001# - #1/1/2001#", ColumnType::kDouble},
+      {"Abs(True)", ColumnType::kInteger},          {"Int(1 = 1)", ColumnType::kInteger},
   };
   for (const auto& c : kTypes) {
     ColumnType type = ColumnType::kText;
@@ -105,6 +106,9 @@ TEST(JetExpressions, TrueIsMinusOneAndLogicIsThreeValued) {
       {"(1 < 2) * 5", "-5"},
       {"-(1 < 2)", "1"},
       {"Abs(2 > 1)", "1"},
+      {"Int(True)", "-1"},
+      {"Fix(1 = 1)", "-1"},
+      {"Abs('-2.5')", "2.5"},
       {"CInt(1 = 1)", "-1"},
       {"(1 = 1) = True", "1"},
       {"(2 > 1) = -1", "1"},
