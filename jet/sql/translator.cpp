@@ -148,9 +148,10 @@ Status Translator::TranslateQuery(const QueryExpr& q, Scope* outer, QueryOut* ou
           }
       }
       if (index < 0) {
-        return Status::InvalidArgument("ORDER BY clause (" + item.expr->parts.back() +
-                                           ") conflicts with UNION's column names.",
-                                       3075);
+        // Only an output column's name can sort a union; anything else (an
+        // expression, a stray word) has no name to quote.
+        const std::string what = item.expr->parts.empty() ? "expression" : item.expr->parts.back();
+        return Status::InvalidArgument("ORDER BY clause (" + what + ") conflicts with UNION's column names.", 3075);
       }
       TypedSql key{"c" + std::to_string(index), out->columns[index].type, 0, {}};
       keys += (keys.empty() ? "" : ", ") + OrderSuffix(key, item.descending);
