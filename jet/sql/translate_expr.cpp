@@ -97,8 +97,11 @@ Status Translator::Condition(const sql::Expr& e, Scope* scope, TypedSql* out) {
       return Status::OK();
     case ExprKind::kNumber:
       if (IsIntegerLiteral(e.text)) {
+        // A whole literal is an Integer when it fits one, else a Long, else a
+        // Double, so that 1 - [Discount] stays a Single as Access computes it.
         long long v = std::atoll(e.text.c_str());
-        *out = {std::to_string(v), v > 2147483647LL ? SqlType::kDouble : SqlType::kLong, 0, {}};
+        SqlType t = v > 2147483647LL ? SqlType::kDouble : v > 32767 ? SqlType::kLong : SqlType::kInteger;
+        *out = {std::to_string(v), t, 0, {}};
         if (out->type == SqlType::kDouble) out->sql = DoubleLiteral(static_cast<double>(v));
       } else {
         *out = {DoubleLiteral(e.number), SqlType::kDouble, 0, {}};

@@ -78,6 +78,9 @@ TEST(JetExpressions, ArithmeticAndConcatenation) {
       {"32767 + 1", "32768"},
       {"CCur(1.1) * 3", "3.3"},
       {"CCur(10) / 4", "2.5"},
+      // Integer literal minus Single is a Single, and Currency times Single
+      // a Currency: the Order Details Extended figure of Access's sample.
+      {"CCur(CCur(13.9) * 21 * (1 - CSng(0.15)) / 100) * 100", "248.12"},
   });
   // Result types: multiplication ranks Double above Currency, addition below.
   const struct {
@@ -91,6 +94,8 @@ TEST(JetExpressions, ArithmeticAndConcatenation) {
       {"CInt(1) + CLng(2)", ColumnType::kLong},     {"#1/1/2001# + 1", ColumnType::kDateTime},
       {"#1/2/2001# - #1/1/2001#", ColumnType::kDouble},
       {"Abs(True)", ColumnType::kInteger},          {"Int(1 = 1)", ColumnType::kInteger},
+      {"1 - CSng(0.15)", ColumnType::kSingle},      {"100000 - CSng(0.15)", ColumnType::kDouble},
+      {"CCur(13.9) * 21 * (1 - CSng(0.15))", ColumnType::kCurrency},
   };
   for (const auto& c : kTypes) {
     ColumnType type = ColumnType::kText;
