@@ -134,13 +134,16 @@ Status IntegrityChecker::CheckNothingRefersTo(Database& db, const std::string& t
     const std::set<std::string>* keys = nullptr;
     JET_RETURN_IF_ERROR(Keys(db, i, false, &keys));
     if (!keys->count(*old_key)) continue;
-    if (r.cascades()) {
-      return Status::Unsupported("relationship '" + r.name + "' cascades changes to table '" + r.table +
-                                 "', which this engine does not do; change the related records first");
+    std::string message = "The record cannot be deleted or changed because table '" + r.table +
+                          "' includes related records";
+    // Jet would carry the change on to the related records; this engine
+    // does not, so it refuses as for a relationship that does not cascade,
+    // and says why.
+    if (new_row ? r.cascades_updates() : r.cascades_deletes()) {
+      message += " (relationship '" + r.name + "' cascades " + (new_row ? "updates" : "deletes") +
+                 ", which this program does not do: change the related records first)";
     }
-    return Status::InvalidArgument("The record cannot be deleted or changed because table '" + r.table +
-                                       "' includes related records",
-                                   3200);
+    return Status::InvalidArgument(message, 3200);
   }
   return Status::OK();
 }

@@ -21,7 +21,8 @@ struct Relationship {
   int32_t flags = 0;
 
   bool enforced() const { return (flags & 0x2) == 0; }
-  bool cascades() const { return (flags & 0x1100) != 0; }  // updates (0x100) or deletes (0x1000)
+  bool cascades_updates() const { return (flags & 0x100) != 0; }
+  bool cascades_deletes() const { return (flags & 0x1000) != 0; }
 };
 
 Status ReadRelationships(Database& db, std::vector<Relationship>* relationships);

@@ -238,6 +238,29 @@ TEST(WriterRows, RefusedChangesCarryJetsErrorAndLeaveTheFileAsItWas) {
   for (const ColumnDef& c : orders->columns) order.push_back(Value::Null(c.type));
   order[orders->FindColumn("EmployeeID")] = Value(ColumnType::kLong, int64_t{999});
   EXPECT_EQ(db->InsertRow("Orders", order).jet_error(), 3201);
+  // Customers cascade key changes to their orders and orders cascade deletes
+  // to their details; this engine refuses both and says so, while a change
+  // the relationship does not cascade gets the plain refusal.
+  std::vector<RowId> order_ids, customer_ids;
+  std::vector<Row> order_rows = AllRows(*db, "Orders", &order_ids);
+  std::vector<Row> customer_rows = AllRows(*db, "Customers", &customer_ids);
+  const int customer = [&] {
+    for (size_t i = 0; i < customer_rows.size(); ++i)
+      if (customer_rows[i][0] == order_rows[0][orders->FindColumn("CustomerID")]) return static_cast<int>(i);
+    return -1;
+  }();
+  ASSERT_GE(customer, 0);
+  Status s = db->DeleteRow("Orders", order_ids[0]);
+  EXPECT_EQ(s.jet_error(), 3200);
+  EXPECT_NE(s.message().find("cascades deletes"), std::string::npos) << s.ToString();
+  Row rekeyed = customer_rows[customer];
+  rekeyed[0] = Value(ColumnType::kText, std::string("ZZZZZ"));
+  s = db->UpdateRow("Customers", customer_ids[customer], rekeyed);
+  EXPECT_EQ(s.jet_error(), 3200);
+  EXPECT_NE(s.message().find("cascades updates"), std::string::npos) << s.ToString();
+  s = db->DeleteRow("Customers", customer_ids[customer]);
+  EXPECT_EQ(s.jet_error(), 3200);
+  EXPECT_EQ(s.message().find("cascades"), std::string::npos) << s.ToString();
   EXPECT_EQ(FileBytes(path), before);
 
   // A refused change inside a transaction leaves the rest of it intact.
