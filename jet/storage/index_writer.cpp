@@ -226,7 +226,9 @@ Status IndexContents::Write(Pager* pager, uint32_t owner_page, uint32_t root_pag
   for (size_t i = 0; i < groups.size(); ++i) {
     const uint32_t old_page = leaves_.empty() ? root_page : leaves_[i].page;
     if (groups[i].empty()) {
-      pool.Give(old_page);
+      // The root stays, empty if need be: the definition names it, so it is
+      // never given up.
+      if (old_page != root_page) pool.Give(old_page);
       continue;
     }
     bool first = true;
