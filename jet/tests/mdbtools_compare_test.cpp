@@ -5,153 +5,23 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
 
-#include "jet/text_form.h"
+#include "mdb_export_csv.h"
 #include "test_support.h"
 
 namespace jet::testing {
 namespace {
 
-struct CsvField {
-  std::string text;
-  bool quoted = false;
-};
-using CsvRecord = std::vector<CsvField>;
-
-// RFC 4180 records; mdb-export quotes text-like fields and leaves Null empty.
-std::vector<CsvRecord> ParseCsv(const std::string& in) {
-  std::vector<CsvRecord> records;
-  CsvRecord record;
-  CsvField field;
-  size_t i = 0;
-  auto end_field = [&] {
-    record.push_back(std::move(field));
-    field = CsvField{};
-  };
-  while (i < in.size()) {
-    char c = in[i];
-    if (c == '"' && field.text.empty() && !field.quoted) {
-      field.quoted = true;
-      for (++i; i < in.size(); ++i) {
-        if (in[i] == '"') {
-          if (i + 1 < in.size() && in[i + 1] == '"') {
-            field.text.push_back('"');
-            ++i;
-          } else {
-            ++i;
-            break;
-          }
-        } else {
-          field.text.push_back(in[i]);
-        }
-      }
-      continue;
-    }
-    if (c == ',') {
-      end_field();
-    } else if (c == '\n') {
-      end_field();
-      records.push_back(std::move(record));
-      record.clear();
-    } else {
-      field.text.push_back(c);
-    }
-    ++i;
-  }
-  if (!field.text.empty() || !record.empty()) {
-    end_field();
-    records.push_back(std::move(record));
-  }
-  return records;
-}
-
 std::string Quote(const std::string& s) { return "'" + s + "'"; }
-
-// mdbtools prints numbers its own way; compare what they mean.
-bool SameNumber(const std::string& ours, const std::string& theirs, double tolerance) {
-  char* end = nullptr;
-  const double a = std::strtod(ours.c_str(), &end);
-  const double b = std::strtod(theirs.c_str(), &end);
-  if (a == b) return true;
-  return std::fabs(a - b) <= tolerance * std::max(std::fabs(a), std::fabs(b));
-}
-
-// mdbtools prints '?' for the code-page holes that Windows maps to C1 controls.
-std::string WithC1AsQuestionMarks(const std::string& utf8) {
-  std::string out;
-  for (size_t i = 0; i < utf8.size(); ++i) {
-    const auto b0 = static_cast<unsigned char>(utf8[i]);
-    const auto b1 = i + 1 < utf8.size() ? static_cast<unsigned char>(utf8[i + 1]) : 0;
-    if (b0 == 0xC2 && b1 >= 0x80 && b1 <= 0x9F) {
-      out.push_back('?');
-      ++i;
-    } else {
-      out.push_back(utf8[i]);
-    }
-  }
-  return out;
-}
-
-constexpr double kYear9999Serial = 2958101;
 
 // The mdbtools rendering of `value` agrees with ours, or mdbtools is known
 // to be wrong for it. `checked` counts the values actually compared.
 void ExpectSameValue(const Value& ours, const CsvField& theirs, bool jet3, const std::string& where, int* checked) {
-  if (ours.is_null()) {
-    EXPECT_TRUE(theirs.text.empty() && !theirs.quoted) << where << ": expected Null, mdbtools has " << theirs.text;
-    ++*checked;
-    return;
-  }
-  const std::string text = CanonicalText(ours);
-  switch (ours.type()) {
-    case ColumnType::kBinary:
-      return;  // mdb-export drops binary columns
-    case ColumnType::kDateTime: {
-      const double serial = ours.as_datetime().serial;
-      if (serial < 0 || serial >= kYear9999Serial) return;  // mdbtools misprints these
-      EXPECT_EQ(text.substr(0, 19), theirs.text) << where;
-      break;
-    }
-    case ColumnType::kSingle:
-      EXPECT_TRUE(SameNumber(text, theirs.text, 1e-6)) << where << ": " << text << " vs " << theirs.text;
-      break;
-    case ColumnType::kDouble:
-      EXPECT_TRUE(SameNumber(text, theirs.text, 1e-9)) << where << ": " << text << " vs " << theirs.text;
-      break;
-    case ColumnType::kCurrency:
-    case ColumnType::kDecimal:
-      EXPECT_TRUE(SameNumber(text, theirs.text, 1e-15)) << where << ": " << text << " vs " << theirs.text;
-      break;
-    case ColumnType::kOle: {
-      std::string upper = text;
-      std::string other = theirs.text;
-      std::transform(upper.begin(), upper.end(), upper.begin(), ::tolower);
-      std::transform(other.begin(), other.end(), other.begin(), ::tolower);
-      EXPECT_EQ(upper, other) << where;
-      break;
-    }
-    case ColumnType::kGuid: {
-      // With -b hex, mdb-export hex-encodes the GUID's text form.
-      std::string other;
-      for (size_t i = 0; i + 1 < theirs.text.size(); i += 2) {
-        other.push_back(static_cast<char>(std::stoi(theirs.text.substr(i, 2), nullptr, 16)));
-      }
-      // mdbtools leaves out the fourth dash; the digits must agree.
-      auto digits = [](std::string s) {
-        s.erase(std::remove(s.begin(), s.end(), '-'), s.end());
-        std::transform(s.begin(), s.end(), s.begin(), ::toupper);
-        return s;
-      };
-      EXPECT_EQ(digits(text), digits(other)) << where;
-      EXPECT_EQ(text.size(), 38u) << where;
-      break;
-    }
-    default:
-      EXPECT_EQ(jet3 ? WithC1AsQuestionMarks(text) : text, theirs.text) << where;
-  }
-  ++*checked;
+  std::string why;
+  const MdbAgreement agreement = CompareWithMdbExport(ours, theirs, jet3, &why);
+  EXPECT_NE(agreement, MdbAgreement::kDiffers) << where << ": " << why;
+  if (agreement != MdbAgreement::kNotComparable) ++*checked;
 }
 
 std::vector<std::string> FixtureFiles() {

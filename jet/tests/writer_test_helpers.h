@@ -17,6 +17,7 @@
 #include "storage/data_page.h"
 #include "storage/index_page.h"
 #include "storage/pager.h"
+#include "storage/usage_map.h"
 #include "test_support.h"
 
 namespace jet::testing {
@@ -114,6 +115,62 @@ inline void ExpectIndexesInStep(const std::string& path, const std::string& tabl
       EXPECT_EQ(pointed.size(), rows.size()) << "live rows missing from the index";
     }
     EXPECT_EQ(index.distinct_count, distinct.size());
+  }
+}
+
+// The file's own map of free pages.
+constexpr uint32_t kFreePageMap = 1 << 8;
+
+// The two usage maps a table definition names.
+struct TableMaps {
+  uint32_t tdef_page = 0;
+  uint32_t owned = 0;
+  uint32_t free_space = 0;
+};
+
+inline TableMaps MapsOf(const std::string& path, const std::string& table) {
+  auto db = OpenForReading(path);
+  std::shared_ptr<const TableDef> def;
+  EXPECT_TRUE(db && db->GetTableDef(table, &def).ok());
+  std::unique_ptr<Pager> pager;
+  EXPECT_TRUE(Pager::Open(path, &pager).ok());
+  Page tdef;
+  EXPECT_TRUE(pager->ReadPage(def->tdef_page, &tdef).ok());
+  return {def->tdef_page, Get32(tdef.data() + 0x37), Get32(tdef.data() + 0x3B)};
+}
+
+// The table's maps agree with its pages: it owns only its own data pages,
+// every page holding one of its live rows is owned, pages said to have free
+// space are its own, and none of them is also on the file's free-page list.
+inline void ExpectMapsConsistent(const std::string& path, const std::string& table) {
+  SCOPED_TRACE(table);
+  const TableMaps maps = MapsOf(path, table);
+  std::unique_ptr<Pager> pager;
+  ASSERT_TRUE(Pager::Open(path, &pager).ok());
+  std::vector<uint32_t> owned, free_space, free_pages;
+  ASSERT_TRUE(ReadUsageMap(*pager, maps.owned, &owned).ok());
+  ASSERT_TRUE(ReadUsageMap(*pager, maps.free_space, &free_space).ok());
+  ASSERT_TRUE(ReadUsageMap(*pager, kFreePageMap, &free_pages).ok());
+  const std::set<uint32_t> owned_set(owned.begin(), owned.end());
+  for (uint32_t p : owned) {
+    Page page;
+    ASSERT_TRUE(pager->ReadPage(p, &page).ok());
+    EXPECT_EQ(page[0], static_cast<uint8_t>(PageType::kData)) << "owned page " << p;
+    EXPECT_EQ(DataPage(page, false).owner(), maps.tdef_page) << "owned page " << p;
+  }
+  for (uint32_t p : free_space) EXPECT_TRUE(owned_set.count(p)) << "free-space page " << p << " is not owned";
+  for (uint32_t p : free_pages) EXPECT_FALSE(owned_set.count(p)) << "owned page " << p << " is also free";
+  for (uint32_t p = 2; p < pager->page_count(); ++p) {
+    Page page;
+    ASSERT_TRUE(pager->ReadPage(p, &page).ok());
+    DataPage data(page, false);
+    if (page[0] != static_cast<uint8_t>(PageType::kData) || data.owner() != maps.tdef_page) continue;
+    for (uint16_t r = 0; r < data.row_count(); ++r) {
+      RowSlot slot;
+      ASSERT_TRUE(data.Slot(r, &slot).ok());
+      if (slot.deleted) continue;
+      EXPECT_TRUE(owned_set.count(p)) << "page " << p << " holds a live row but is not owned";
+    }
   }
 }
 
