@@ -24,6 +24,8 @@
 
 #include "mdb_export_csv.h"
 #include "storage/relationships.h"
+#include "storage/row_encoder.h"
+#include "storage/table_layout.h"
 #include "writer_test_helpers.h"
 
 namespace jet::testing {
@@ -669,6 +671,85 @@ void ExpectMdbExportAgrees(Database& db, const std::string& path, const std::str
   }
 }
 
+// No page a table still uses is on the file's free-page list, from which
+// the next page Access or we need is taken: its definition, the data pages
+// its map owns, the long-value pages its rows' Memo and OLE values are on,
+// and every page of its index trees.
+void ExpectNoPageInUseIsFree(const std::string& path) {
+  std::unique_ptr<Pager> pager;
+  ASSERT_TRUE(Pager::Open(path, &pager).ok());
+  std::vector<uint32_t> listed;
+  ASSERT_TRUE(ReadUsageMap(*pager, kFreePageMap, &listed).ok());
+  const std::set<uint32_t> free_pages(listed.begin(), listed.end());
+  auto db = OpenForReading(path);
+  ASSERT_TRUE(db);
+  for (const CatalogEntry& entry : db->catalog()) {
+    if (entry.kind != ObjectKind::kTable) continue;
+    TableLayout layout;
+    ASSERT_TRUE(ReadTableLayout(*pager, TextReader(), entry.tdef_page(), &layout).ok()) << entry.name;
+    std::vector<uint32_t> owned;
+    ASSERT_TRUE(ReadUsageMap(*pager, layout.usage_map, &owned).ok()) << entry.name;
+    for (uint32_t p : owned) {
+      EXPECT_FALSE(free_pages.count(p)) << "page " << p << " of " << entry.name << " is free";
+      Page page;
+      ASSERT_TRUE(pager->ReadPage(p, &page).ok());
+      const DataPage data(page, false);
+      if (page[0] != static_cast<uint8_t>(PageType::kData) || data.owner() != entry.tdef_page()) continue;
+      for (uint16_t r = 0; r < data.row_count(); ++r) {
+        RowSlot slot;
+        ByteSpan row;
+        // Pointer rows lead to rows of this table that are visited anyway.
+        if (!data.RowBytes(r, &row, &slot).ok() || slot.overflow) continue;
+        for (const ColumnDef& c : layout.def->columns) {
+          ByteSpan field;
+          if (!IsLongValueType(c.type) || !VariableField(layout, row, c, &field).ok() || field.size() < 12) continue;
+          if (field.U8(3) & 0x80) continue;  // inline
+          const bool single = field.U8(3) & 0x40;
+          std::set<uint32_t> seen;
+          for (uint32_t at = field.U32(4); at != 0 && seen.insert(at).second;) {
+            EXPECT_FALSE(free_pages.count(PointerPage(at)))
+                << "long-value page " << PointerPage(at) << " of " << entry.name << "." << c.name << " is free";
+            Page lval;
+            ByteSpan piece;
+            if (single || !pager->ReadPage(PointerPage(at), &lval).ok() ||
+                !DataPage(lval, false).RowBytes(PointerRow(at), &piece).ok() || piece.size() < 4) {
+              break;
+            }
+            at = piece.U32(0);
+          }
+        }
+      }
+    }
+  }
+  for (const CatalogEntry& entry : db->catalog()) {
+    std::shared_ptr<const TableDef> def;
+    if (entry.kind != ObjectKind::kTable || !db->GetTableDef(entry.name, &def).ok()) continue;
+    std::set<uint32_t> seen;
+    for (uint32_t p = def->tdef_page; p != 0 && seen.insert(p).second;) {
+      EXPECT_FALSE(free_pages.count(p)) << "definition page " << p << " of " << entry.name << " is free";
+      Page page;
+      ASSERT_TRUE(pager->ReadPage(p, &page).ok());
+      p = Get32(page.data() + 4);
+    }
+    for (const IndexDef& index : def->indexes) {
+      std::vector<uint32_t> pending = {index.first_page};
+      while (!pending.empty()) {
+        const uint32_t p = pending.back();
+        pending.pop_back();
+        if (p == 0 || !seen.insert(p).second) continue;
+        EXPECT_FALSE(free_pages.count(p)) << "page " << p << " of index " << entry.name << "." << index.name << " is free";
+        Page page;
+        IndexPage tree;
+        ASSERT_TRUE(pager->ReadPage(p, &page).ok());
+        ASSERT_TRUE(DecodeIndexPage(page, false, &tree).ok()) << entry.name << "." << index.name << " page " << p;
+        if (tree.leaf) continue;
+        for (const IndexEntry& e : tree.entries) pending.push_back(e.child_page);
+        pending.push_back(tree.tail_page);
+      }
+    }
+  }
+}
+
 class EveryJet4Fixture : public ::testing::TestWithParam<std::string> {};
 
 // Each user table in turn gets one transaction of an insert, an update and
@@ -677,6 +758,7 @@ class EveryJet4Fixture : public ::testing::TestWithParam<std::string> {};
 TEST_P(EveryJet4Fixture, InsertUpdateDeleteInEveryUserTable) {
   const std::string fixture = GetParam();
   const std::string path = ScratchCopy(fixture, "sweep-" + fixture);
+  ExpectNoPageInUseIsFree(path);  // as Access left it
   std::map<std::string, std::vector<Row>> expected;
   {
     auto db = OpenForReading(path);
@@ -713,6 +795,7 @@ TEST_P(EveryJet4Fixture, InsertUpdateDeleteInEveryUserTable) {
     ExpectRowsChanged(*db, table, ids, before, result);
     ExpectIndexesInStep(path, table);
     ExpectMapsConsistent(path, table);
+    ExpectNoPageInUseIsFree(path);
     ExpectMdbExportAgrees(*db, path, table, result);
     expected[table] = AllRows(*db, table);
     for (const auto& [other, rows] : expected) {
