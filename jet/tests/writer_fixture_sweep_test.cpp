@@ -401,16 +401,16 @@ bool InUniqueIndex(const TableDef& def, int col) {
   return false;
 }
 
-// The row to add: a copy of the first row (or plain values when there is
+// The row to add: a copy of row `source` (or plain values when there is
 // none) with a fresh key for every unique index, autonumbers left Null.
-Row RowToInsert(Database& db, const TableDef& def, const Ties& ties, const std::vector<Row>& rows) {
+Row RowToInsert(Database& db, const TableDef& def, const Ties& ties, const std::vector<Row>& rows, size_t source = 0) {
   Row row;
   for (size_t i = 0; i < def.columns.size(); ++i) {
     const ColumnDef& c = def.columns[i];
     if (c.autonumber || c.guid_autonumber) {
       row.push_back(Value::Null(c.type));
     } else if (!rows.empty()) {
-      row.push_back(rows[0][i]);
+      row.push_back(rows[source % rows.size()][i]);
     } else if (auto parent = ties.parent.find(int(i)); parent != ties.parent.end()) {
       // A new row may only name a row its parent table has.
       std::shared_ptr<const TableDef> pdef;
@@ -807,6 +807,120 @@ TEST_P(EveryJet4Fixture, InsertUpdateDeleteInEveryUserTable) {
   for (const auto& [where, why] : ExpectedRefusals()) {
     if (where.first == fixture) {
       EXPECT_TRUE(refused.count(where)) << where.second << " was not refused: " << why;
+    }
+  }
+}
+
+// --- Many changes at once ---
+
+constexpr size_t kBulkInserts = 250;
+constexpr size_t kBulkEdits = 100;
+constexpr size_t kBulkDeletes = 100;
+
+// `old` with only its text column (the one ChangedRow would pick, when no
+// unique index holds it) at full length and no longer compressible: rows grow past
+// the room Access left on their pages and move.
+std::optional<Row> GrownRow(const TableDef& def, const Ties& ties, const Row& old, const std::vector<Row>& rows) {
+  std::vector<int> changed;
+  ChangedRow(def, ties, old, rows, &changed);
+  Row row = old;
+  for (int c : changed) {
+    if (def.columns[c].type != ColumnType::kText || InUniqueIndex(def, c)) continue;
+    std::string grown = "\u0175";  // outside what compressed text can hold
+    for (size_t n = 1; n < TextLimit(def.columns[c]); ++n) grown += static_cast<char>('a' + n % 26);
+    row[c] = Value(ColumnType::kText, grown);
+    return row;
+  }
+  return std::nullopt;
+}
+
+// In one transaction: a few hundred rows added (index pages split, the
+// table's maps grow, long values copied), a hundred rows grown in place or
+// moved, up to a hundred deleted; then the same checks as for one change.
+TEST_P(EveryJet4Fixture, BulkInsertsEditsAndDeletesInEveryUserTable) {
+  const std::string fixture = GetParam();
+  const std::string path = ScratchCopy(fixture, "bulk-" + fixture);
+  std::map<std::string, std::vector<Row>> expected;
+  {
+    auto db = OpenForReading(path);
+    ASSERT_TRUE(db);
+    expected = Contents(*db);
+  }
+  std::vector<std::string> tables;
+  for (const auto& [name, rows] : expected) tables.push_back(name);
+  for (const std::string& table : tables) {
+    SCOPED_TRACE(fixture + " / " + table);
+    std::vector<RowId> ids;
+    std::vector<Row> before;
+    std::map<uint32_t, Row> edited;
+    size_t inserted = 0, deleted = 0;
+    {
+      auto db = OpenForWriting(path);
+      ASSERT_TRUE(db);
+      before = AllRows(*db, table, &ids);
+      std::shared_ptr<const TableDef> def;
+      ASSERT_TRUE(db->GetTableDef(table, &def).ok());
+      const Ties ties = TiesOf(*db, *def);
+      ASSERT_TRUE(db->BeginTransaction().ok());
+      std::vector<Row> pool = before;
+      for (size_t i = 0; i < kBulkInserts; ++i) {
+        Row row = RowToInsert(*db, *def, ties, pool, i);
+        Status s = db->InsertRow(table, row);
+        ASSERT_TRUE(s.ok()) << "insert " << i << ": " << s.ToString();
+        pool.push_back(row);
+        ++inserted;
+      }
+      for (size_t i = 0; i < before.size() && edited.size() < kBulkEdits; i += 3) {
+        std::optional<Row> grown = GrownRow(*def, ties, before[i], pool);
+        if (!grown) break;
+        Status s = db->UpdateRow(table, ids[i], *grown);
+        ASSERT_TRUE(s.ok()) << "edit of row " << i << ": " << s.ToString();
+        EXPECT_TRUE(db->ReadRow(table, ids[i], &*grown).ok());
+        edited[ids[i].page << 8 | ids[i].row] = *grown;
+      }
+      for (size_t i = before.size(); i-- > 0 && deleted < kBulkDeletes;) {
+        if (i % 5 != 1) continue;
+        Status s = db->DeleteRow(table, ids[i]);
+        if (s.jet_error() == 3200) continue;
+        ASSERT_TRUE(s.ok()) << "delete of row " << i << ": " << s.ToString();
+        edited[ids[i].page << 8 | ids[i].row] = Row();
+        ++deleted;
+      }
+      Status s = db->Commit();
+      ASSERT_TRUE(s.ok()) << s.ToString();
+    }
+    auto db = OpenForReading(path);
+    ASSERT_TRUE(db) << "the file no longer opens";
+    std::shared_ptr<const TableDef> def;
+    ASSERT_TRUE(db->GetTableDef(table, &def).ok());
+    std::printf("%s / %s: %zu rows; %zu added, %zu edited, %zu deleted; %d rows now moved\n", fixture.c_str(),
+                table.c_str(), before.size(), inserted, edited.size() - deleted, deleted, MovedRows(path, def->tdef_page));
+    std::vector<RowId> now_ids;
+    const std::vector<Row> now = AllRows(*db, table, &now_ids);
+    EXPECT_EQ(now.size(), before.size() + inserted - deleted);
+    std::map<uint32_t, const Row*> by_id;
+    for (size_t i = 0; i < now.size(); ++i) by_id[now_ids[i].page << 8 | now_ids[i].row] = &now[i];
+    for (size_t i = 0; i < before.size(); ++i) {
+      const uint32_t id = ids[i].page << 8 | ids[i].row;
+      const auto change = edited.find(id);
+      const auto found = by_id.find(id);
+      if (change != edited.end() && change->second.empty()) {
+        EXPECT_EQ(found, by_id.end()) << "a deleted row is still there";
+      } else if (found == by_id.end()) {
+        ADD_FAILURE() << "row " << i << " is gone";
+      } else {
+        EXPECT_EQ(*found->second, change != edited.end() ? change->second : before[i]) << "row " << i;
+      }
+    }
+    ExpectIndexesInStep(path, table);
+    ExpectMapsConsistent(path, table);
+    ExpectNoPageInUseIsFree(path);
+    EXPECT_EQ(MdbExportRowCount(path, table), static_cast<long>(now.size()));
+    expected[table] = now;
+    for (const auto& [other, rows] : expected) {
+      if (other != table) {
+        EXPECT_EQ(AllRows(*db, other), rows) << "untouched table " << other << " changed";
+      }
     }
   }
 }
