@@ -671,6 +671,66 @@ void ExpectMdbExportAgrees(Database& db, const std::string& path, const std::str
   }
 }
 
+// The usage map each physical index keeps of its pages, read from the
+// table's definition (joined over its pages): root page -> map pointer.
+std::map<uint32_t, uint32_t> IndexMaps(const Pager& pager, uint32_t tdef_page) {
+  std::vector<uint8_t> tdef;
+  for (uint32_t p = tdef_page; p != 0 && tdef.size() < 64 * pager.page_size();) {
+    Page page;
+    EXPECT_TRUE(pager.ReadPage(p, &page).ok());
+    tdef.insert(tdef.end(), page.begin() + (tdef.empty() ? 0 : 8), page.end());
+    p = Get32(page.data() + 4);
+  }
+  std::map<uint32_t, uint32_t> maps;
+  ByteSpan in(tdef);
+  const uint16_t columns = in.U16(0x2D);
+  const uint32_t reals = in.U32(0x33);
+  size_t pos = 0x3F + size_t(reals) * 12 + size_t(columns) * 25;
+  for (uint16_t c = 0; c < columns && in.Has(pos, 2); ++c) pos += 2 + in.U16(pos);
+  for (uint32_t i = 0; i < reals && in.Has(pos, 52); ++i, pos += 52) maps[in.U32(pos + 38)] = in.U32(pos + 34);
+  return maps;
+}
+
+// Each index's own usage map names every page of its tree, and only index
+// pages of its table.
+void ExpectIndexMapsOwnTheirTrees(const std::string& path, const std::string& table) {
+  auto db = OpenForReading(path);
+  ASSERT_TRUE(db);
+  std::shared_ptr<const TableDef> def;
+  ASSERT_TRUE(db->GetTableDef(table, &def).ok());
+  std::unique_ptr<Pager> pager;
+  ASSERT_TRUE(Pager::Open(path, &pager).ok());
+  for (const auto& [root, map] : IndexMaps(*pager, def->tdef_page)) {
+    SCOPED_TRACE("index with root page " + std::to_string(root));
+    if (map == 0) continue;
+    std::vector<uint32_t> listed;
+    ASSERT_TRUE(ReadUsageMap(*pager, map, &listed).ok());
+    const std::set<uint32_t> owned(listed.begin(), listed.end());
+    std::set<uint32_t> tree;
+    for (std::vector<uint32_t> pending = {root}; !pending.empty();) {
+      const uint32_t p = pending.back();
+      pending.pop_back();
+      if (p == 0 || !tree.insert(p).second) continue;
+      Page page;
+      IndexPage decoded;
+      ASSERT_TRUE(pager->ReadPage(p, &page).ok());
+      ASSERT_TRUE(DecodeIndexPage(page, false, &decoded).ok());
+      if (decoded.leaf) continue;
+      for (const IndexEntry& e : decoded.entries) pending.push_back(e.child_page);
+      pending.push_back(decoded.tail_page);
+    }
+    for (uint32_t p : tree) EXPECT_TRUE(owned.count(p)) << "tree page " << p << " is not in its map";
+    for (uint32_t p : owned) {
+      Page page;
+      ASSERT_TRUE(pager->ReadPage(p, &page).ok());
+      EXPECT_TRUE(page[0] == static_cast<uint8_t>(PageType::kIndexIntermediate) ||
+                  page[0] == static_cast<uint8_t>(PageType::kIndexLeaf))
+          << "mapped page " << p << " is not an index page";
+      EXPECT_EQ(Get32(page.data() + 4), def->tdef_page) << "mapped page " << p << " belongs to another table";
+    }
+  }
+}
+
 // No page a table still uses is on the file's free-page list, from which
 // the next page Access or we need is taken: its definition, the data pages
 // its map owns, the long-value pages its rows' Memo and OLE values are on,
@@ -795,6 +855,7 @@ TEST_P(EveryJet4Fixture, InsertUpdateDeleteInEveryUserTable) {
     ExpectRowsChanged(*db, table, ids, before, result);
     ExpectIndexesInStep(path, table);
     ExpectMapsConsistent(path, table);
+    ExpectIndexMapsOwnTheirTrees(path, table);
     ExpectNoPageInUseIsFree(path);
     ExpectMdbExportAgrees(*db, path, table, result);
     expected[table] = AllRows(*db, table);
@@ -914,6 +975,7 @@ TEST_P(EveryJet4Fixture, BulkInsertsEditsAndDeletesInEveryUserTable) {
     }
     ExpectIndexesInStep(path, table);
     ExpectMapsConsistent(path, table);
+    ExpectIndexMapsOwnTheirTrees(path, table);
     ExpectNoPageInUseIsFree(path);
     EXPECT_EQ(MdbExportRowCount(path, table), static_cast<long>(now.size()));
     expected[table] = now;
