@@ -878,21 +878,43 @@ constexpr size_t kBulkInserts = 250;
 constexpr size_t kBulkEdits = 100;
 constexpr size_t kBulkDeletes = 100;
 
-// `old` with only its text column (the one ChangedRow would pick, when no
-// unique index holds it) at full length and no longer compressible: rows grow past
-// the room Access left on their pages and move.
-std::optional<Row> GrownRow(const TableDef& def, const Ties& ties, const Row& old, const std::vector<Row>& rows) {
+// `old` with its text column (the one ChangedRow would pick, when no unique
+// index holds it) at full length and no longer compressible, so rows grow
+// past the room Access left on their pages and move; and with its first
+// Memo or OLE value replaced by one long enough for a chain of pages (every
+// `nth` odd edit) or removed (even), releasing the value Access stored.
+std::optional<Row> GrownRow(const TableDef& def, const Ties& ties, const Row& old, const std::vector<Row>& rows,
+                            size_t nth) {
   std::vector<int> changed;
   ChangedRow(def, ties, old, rows, &changed);
   Row row = old;
+  bool grew = false;
   for (int c : changed) {
     if (def.columns[c].type != ColumnType::kText || InUniqueIndex(def, c)) continue;
     std::string grown = "\u0175";  // outside what compressed text can hold
     for (size_t n = 1; n < TextLimit(def.columns[c]); ++n) grown += static_cast<char>('a' + n % 26);
     row[c] = Value(ColumnType::kText, grown);
-    return row;
+    grew = true;
+    break;
   }
-  return std::nullopt;
+  for (size_t c = 0; c < def.columns.size(); ++c) {
+    const ColumnDef& column = def.columns[c];
+    if (!IsLongValueType(column.type)) continue;
+    if (nth % 2 == 0 && column.nullable) {
+      row[c] = Value::Null(column.type);
+    } else if (column.type == ColumnType::kMemo) {
+      std::string text;
+      for (size_t n = 0; n < 5000 + nth; ++n) text += static_cast<char>('A' + (n + nth) % 26);
+      row[c] = Value(column.type, text);
+    } else {
+      Bytes bytes(9000 + nth);
+      for (size_t n = 0; n < bytes.size(); ++n) bytes[n] = static_cast<uint8_t>(n * 7 + nth);
+      row[c] = Value(column.type, bytes);
+    }
+    grew = true;
+    break;
+  }
+  return grew ? std::optional<Row>(row) : std::nullopt;
 }
 
 // In one transaction: a few hundred rows added (index pages split, the
@@ -913,7 +935,7 @@ TEST_P(EveryJet4Fixture, BulkInsertsEditsAndDeletesInEveryUserTable) {
     SCOPED_TRACE(fixture + " / " + table);
     std::vector<RowId> ids;
     std::vector<Row> before;
-    std::map<uint32_t, Row> edited;
+    std::map<uint32_t, Row> edited, added;
     size_t inserted = 0, deleted = 0;
     {
       auto db = OpenForWriting(path);
@@ -926,17 +948,21 @@ TEST_P(EveryJet4Fixture, BulkInsertsEditsAndDeletesInEveryUserTable) {
       std::vector<Row> pool = before;
       for (size_t i = 0; i < kBulkInserts; ++i) {
         Row row = RowToInsert(*db, *def, ties, pool, i);
-        Status s = db->InsertRow(table, row);
+        RowId id;
+        Status s = db->InsertRow(table, row, &id);
         ASSERT_TRUE(s.ok()) << "insert " << i << ": " << s.ToString();
+        added[id.page << 8 | id.row] = row;
         pool.push_back(row);
         ++inserted;
       }
       for (size_t i = 0; i < before.size() && edited.size() < kBulkEdits; i += 3) {
-        std::optional<Row> grown = GrownRow(*def, ties, before[i], pool);
+        std::optional<Row> grown = GrownRow(*def, ties, before[i], pool, i / 3);
         if (!grown) break;
         Status s = db->UpdateRow(table, ids[i], *grown);
         ASSERT_TRUE(s.ok()) << "edit of row " << i << ": " << s.ToString();
-        EXPECT_TRUE(db->ReadRow(table, ids[i], &*grown).ok());
+        Row back;
+        EXPECT_TRUE(db->ReadRow(table, ids[i], &back).ok());
+        EXPECT_EQ(back, *grown) << "edit of row " << i << " reads back otherwise";
         edited[ids[i].page << 8 | ids[i].row] = *grown;
       }
       for (size_t i = before.size(); i-- > 0 && deleted < kBulkDeletes;) {
@@ -971,6 +997,18 @@ TEST_P(EveryJet4Fixture, BulkInsertsEditsAndDeletesInEveryUserTable) {
         ADD_FAILURE() << "row " << i << " is gone";
       } else {
         EXPECT_EQ(*found->second, change != edited.end() ? change->second : before[i]) << "row " << i;
+      }
+    }
+    for (const auto& [id, row] : added) {
+      const auto found = by_id.find(id);
+      if (found == by_id.end()) {
+        ADD_FAILURE() << "a new row is not where the writer put it";
+        continue;
+      }
+      for (size_t c = 0; c < row.size(); ++c) {
+        if (!def->columns[c].autonumber && !def->columns[c].guid_autonumber) {
+          EXPECT_EQ((*found->second)[c], row[c]) << "new row, column " << def->columns[c].name;
+        }
       }
     }
     ExpectIndexesInStep(path, table);
