@@ -1092,6 +1092,81 @@ TEST_P(EveryJet4Fixture, EmptiedThenRefilledInTheNextTransaction) {
   }
 }
 
+// One open database through a day's work on every table: rows added,
+// edited, added and rolled back, deleted, each in its own transaction, with
+// what the writer keeps between transactions (index trees, where rows last
+// went) reused rather than read again.
+TEST_P(EveryJet4Fixture, SeveralTransactionsOnOneOpenDatabase) {
+  const std::string fixture = GetParam();
+  const std::string path = ScratchCopy(fixture, "day-" + fixture);
+  std::map<std::string, size_t> expected_counts;
+  {
+    auto db = OpenForWriting(path);
+    ASSERT_TRUE(db);
+    for (const std::string& table : UserTables(*db)) {
+      SCOPED_TRACE(fixture + " / " + table);
+      std::shared_ptr<const TableDef> def;
+      ASSERT_TRUE(db->GetTableDef(table, &def).ok());
+      const Ties ties = TiesOf(*db, *def);
+      std::vector<RowId> ids;
+      std::vector<Row> pool = AllRows(*db, table, &ids);
+      const size_t before = pool.size();
+      std::vector<RowId> added;
+      ASSERT_TRUE(db->BeginTransaction().ok());
+      for (size_t i = 0; i < 30; ++i) {
+        Row row = RowToInsert(*db, *def, ties, pool, i);
+        RowId id;
+        Status s = db->InsertRow(table, row, &id);
+        ASSERT_TRUE(s.ok()) << s.ToString();
+        pool.push_back(row);
+        added.push_back(id);
+      }
+      ASSERT_TRUE(db->Commit().ok());
+      ASSERT_TRUE(db->BeginTransaction().ok());
+      for (size_t i = 0; i < added.size(); i += 3) {
+        Row old;
+        ASSERT_TRUE(db->ReadRow(table, added[i], &old).ok());
+        std::optional<Row> grown = GrownRow(*def, ties, old, pool, i);
+        if (!grown) break;
+        Status s = db->UpdateRow(table, added[i], *grown);
+        ASSERT_TRUE(s.ok()) << s.ToString();
+      }
+      ASSERT_TRUE(db->Commit().ok());
+      ASSERT_TRUE(db->BeginTransaction().ok());
+      std::vector<Row> undone = pool;
+      for (size_t i = 30; i < 60; ++i) {
+        undone.push_back(RowToInsert(*db, *def, ties, undone, i));
+        Status s = db->InsertRow(table, undone.back());
+        ASSERT_TRUE(s.ok()) << s.ToString();
+      }
+      ASSERT_TRUE(db->Rollback().ok());
+      ASSERT_TRUE(db->BeginTransaction().ok());
+      for (size_t i = 1; i < added.size(); i += 3) ASSERT_TRUE(db->DeleteRow(table, added[i]).ok());
+      ASSERT_TRUE(db->Commit().ok());
+      ASSERT_TRUE(db->BeginTransaction().ok());
+      for (size_t i = 60; i < 70; ++i) {
+        Row row = RowToInsert(*db, *def, ties, pool, i);
+        Status s = db->InsertRow(table, row);
+        ASSERT_TRUE(s.ok()) << s.ToString();
+        pool.push_back(row);
+      }
+      ASSERT_TRUE(db->Commit().ok());
+      expected_counts[table] = before + 30 - 10 + 10;
+    }
+  }
+  for (const auto& [table, count] : expected_counts) {
+    SCOPED_TRACE(fixture + " / " + table);
+    ExpectIndexesInStep(path, table);
+    ExpectMapsConsistent(path, table);
+    ExpectIndexMapsOwnTheirTrees(path, table);
+    auto db = OpenForReading(path);
+    ASSERT_TRUE(db);
+    EXPECT_EQ(AllRows(*db, table).size(), count);
+    EXPECT_EQ(MdbExportRowCount(path, table), static_cast<long>(count));
+  }
+  ExpectNoPageInUseIsFree(path);
+}
+
 std::vector<std::string> WritableFixtures() {
   std::vector<std::string> files;
   for (const std::string& f : JetFixtures()) {
