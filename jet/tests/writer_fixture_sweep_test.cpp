@@ -8,7 +8,12 @@
 // Then the changes a user makes in one sitting, in one transaction: a row
 // added (copied from an existing one, with fresh values for its unique
 // keys), one edited in a text and a number column, one deleted. Our reader,
-// every index and mdbtools must all see exactly those changes.
+// every index and mdbtools must all see exactly those changes. And heavier
+// days: hundreds of rows at once, rows grown off their pages, Access's own
+// long values replaced, a table emptied and refilled across transactions,
+// and one open database through several commits and a rollback. After each,
+// the usage maps, the index maps and the free-page list must still agree
+// with what the file uses.
 #include <gtest/gtest.h>
 
 #include <strings.h>
