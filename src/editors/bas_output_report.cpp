@@ -20,6 +20,7 @@
 #include "platform/ui/dialogs.h"
 #include "platform/ui/login_name.h"
 #include "reportdb/report_store.h"
+#include "reportdb/sql_text.h"
 
 namespace basOutputReport {
 namespace {
@@ -105,8 +106,8 @@ void BackToTypedNewReport(frmOutputReport& form) {
 }
 
 void AddTypedReport(frmOutputReport& form) {
-  const QString name = form.txtNewReportName->text().trimmed();
-  const QString description = form.DescriptionText().trimmed();
+  const QString name = reportdb::TrimBlanks(form.txtNewReportName->text());
+  const QString description = reportdb::TrimBlanks(form.DescriptionText());
   LeaveNewReportMode(form);
   const Key outputId = Store().AddNewReport(name, QDate::currentDate(), CurrentUserName(), description);
   if (outputId == reportdb::kReportNameTaken) {
@@ -120,7 +121,7 @@ void AddTypedReport(frmOutputReport& form) {
 
 // False when the store could not save it (and said why).
 bool SaveDescription(frmOutputReport& form) {
-  return Store().UpdateReportDescription(SelectedReportKey(form), form.DescriptionText().trimmed());
+  return Store().UpdateReportDescription(SelectedReportKey(form), reportdb::TrimBlanks(form.DescriptionText()));
 }
 
 // The query highlighted in the report's list, or nothing.
