@@ -184,6 +184,32 @@ TEST_F(OutputReportTest, AnExistingReportIsShownAndItsDescriptionSavedTrimmedOnO
                   .contains(QStringLiteral("1,\"Sales Review\",\"1997-01-15\",\"mfisher\",\"Sales, reviewed\"")));
 }
 
+TEST_F(OutputReportTest, ADescriptionTheDatabaseRefusesKeepsTheDialogOpenAndTheRowUnchanged) {
+  const QStringList before = ExportedRows(QStringLiteral("tblExportableResults"));
+  WhenShown<frmOutputReport>([&](frmOutputReport& form) {
+    // The description goes into the statement as typed, so an apostrophe
+    // breaks it; the store says so and nothing is written.
+    TypeOver(*form.txtDescription, QStringLiteral("Dana's contacts"));
+    QTest::mouseClick(form.cmdOK, Qt::LeftButton);
+    EXPECT_TRUE(form.isVisible());
+    EXPECT_EQ(storeErrors.size(), 1);
+    EXPECT_EQ(refreshesAfterSave, 0);
+
+    TypeOver(*form.txtDescription, QStringLiteral("Dana contacts"));
+    QTest::mouseClick(form.cmdOK, Qt::LeftButton);
+    EXPECT_FALSE(form.isVisible());
+  });
+  frmOutputReport_OnShow(2);
+
+  ASSERT_EQ(storeErrors.size(), 1);
+  EXPECT_TRUE(storeErrors[0].endsWith(QStringLiteral("\r\n\r\nContact the system provider if this problem persists.")));
+  EXPECT_TRUE(script.MessageBoxes().isEmpty());
+  EXPECT_EQ(refreshesAfterSave, 1);
+  QStringList expected = before;
+  expected.replaceInStrings(QStringLiteral("\"Customers and suppliers by city.\""), QStringLiteral("\"Dana contacts\""));
+  EXPECT_EQ(ExportedRows(QStringLiteral("tblExportableResults")), expected);
+}
+
 TEST_F(OutputReportTest, DeletingAsksWithNoAsDefaultAndOnYesRemovesOnlyTheReportRow) {
   const QStringList linksBefore = ExportedRows(QStringLiteral("tblExportableResults_UserQueries"));
   const QString question = QStringLiteral("This action is irreversible.\r\n\r\nPermanently delete the 'Contacts' report?");
