@@ -6,6 +6,9 @@
 
 #include "editors/editor_context.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace {
 
 // The output's records: a line break inside quotes belongs to the value.
@@ -27,6 +30,22 @@ QStringList CsvRecords(const QString& text) {
 }
 
 }  // namespace
+
+HeldWriteLock::HeldWriteLock(const QString& path) {
+  fd_ = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CLOEXEC);
+  if (fd_ < 0) return;
+  // An open-file-description lock: it meets the engine's own even in this
+  // process, as a lock held by another program would.
+  struct flock lock = {};
+  lock.l_type = F_WRLCK;
+  lock.l_whence = SEEK_SET;
+  if (::fcntl(fd_, F_OFD_SETLK, &lock) != 0) Release();
+}
+
+void HeldWriteLock::Release() {
+  if (fd_ >= 0) ::close(fd_);
+  fd_ = -1;
+}
 
 void EditorTest::SetUp() {
   ASSERT_TRUE(temp_.isValid());

@@ -22,6 +22,20 @@
 
 inline void PrintTo(const QString& text, std::ostream* out) { *out << '"' << text.toStdString() << '"'; }
 
+// A write lock on the file, as another program changing it holds one.
+class HeldWriteLock {
+ public:
+  explicit HeldWriteLock(const QString& path);
+  ~HeldWriteLock() { Release(); }
+  HeldWriteLock(const HeldWriteLock&) = delete;
+  HeldWriteLock& operator=(const HeldWriteLock&) = delete;
+  bool Held() const { return fd_ >= 0; }
+  void Release();
+
+ private:
+  int fd_ = -1;
+};
+
 class EditorTest : public ::testing::Test {
  protected:
   void SetUp() override;

@@ -140,4 +140,41 @@ TEST_F(UserQueryListTest, AQueryInNoReportIsRemovedAfterAPlainQuestion) {
   EXPECT_TRUE(ExportedNamed(QStringLiteral("Invoices")).isEmpty());
 }
 
+TEST_F(UserQueryListTest, AFileAnotherProgramIsChangingRefusesRemovalAndAdditionsInTheDialogsOwnWords) {
+  HeldWriteLock lock(path);
+  ASSERT_TRUE(lock.Held());
+  WhenShown<frmEditUserQueryList>([&](frmEditUserQueryList& form) {
+    script.AnswerMessageBox(platform::vbYes);
+    Remove(form, QStringLiteral("Sales by Year"));
+    EXPECT_TRUE(Entries(*form.lstAvailableUserQueries).contains(QStringLiteral("Sales by Year")));
+
+    TakeIn(form, QStringLiteral("Products by Category"));
+    QTest::mouseClick(form.cmdOK, Qt::LeftButton);
+    EXPECT_TRUE(form.isVisible());
+    EXPECT_EQ(form.lstAvailableUserQueries->currentItem()->data(Qt::UserRole).toInt(),
+              basEditUserQueryList::kPendingQuery);
+
+    // Once the other program is done, the same OK goes through.
+    lock.Release();
+    QTest::mouseClick(form.cmdOK, Qt::LeftButton);
+    EXPECT_FALSE(form.isVisible());
+  });
+  frmEditUserQueryList_OnShow();
+
+  ASSERT_EQ(BoxTitles(), (QStringList{QStringLiteral("WARNING"),
+                                      QStringLiteral("basEditUserQueryList::frmEditUserQueryList_OnDelete"),
+                                      QStringLiteral("basEditUserQueryList::frmEditUserQueryList_cmdOK_OnClick")}));
+  const auto& removal = script.MessageBoxes()[1];
+  EXPECT_TRUE(removal.prompt.startsWith(QStringLiteral("Error: ")));
+  EXPECT_TRUE(removal.prompt.endsWith(QStringLiteral("\r\n\r\nSelected User Query could not be deleted.")))
+      << removal.prompt.toStdString();
+  EXPECT_EQ(removal.style, platform::vbExclamation);
+  EXPECT_TRUE(script.MessageBoxes()[2].prompt.endsWith(
+      QStringLiteral("\r\n\r\nError updating the list of available user queries.")));
+  EXPECT_TRUE(storeErrors.isEmpty()) << storeErrors.join('|').toStdString();
+  EXPECT_EQ(UserQueryNamed(QStringLiteral("Sales by Year")).size(), 1);
+  EXPECT_EQ(ExportedNamed(QStringLiteral("Sales by Year")).size(), 1);
+  EXPECT_EQ(ExportedNamed(QStringLiteral("Products by Category")).size(), 1);
+}
+
 }  // namespace
