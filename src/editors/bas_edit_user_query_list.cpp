@@ -67,11 +67,20 @@ std::int32_t StoredKey(const QString& name) {
   return row->IsEOF() ? kPendingQuery : row->Fields(QStringLiteral("QueryID")).Value().toInt();
 }
 
+// Access keeps the row sources of its forms and reports as saved queries
+// named "~sq_..."; they are hidden in Access and no user report can use them.
+void DropHiddenQueries(QListWidget& list) {
+  for (int i = list.count() - 1; i >= 0; --i) {
+    if (list.item(i)->text().startsWith(QLatin1Char('~'))) delete list.takeItem(i);
+  }
+}
+
 }  // namespace
 
 void frmEditUserQueryList_OnShow() {
   frmEditUserQueryList form;
   Store().InitDatabaseTableDefs(*form.lstQueryDefs);
+  DropHiddenQueries(*form.lstQueryDefs);
   Store().InitUserQueryList(*form.lstAvailableUserQueries);
   form.exec();
 }

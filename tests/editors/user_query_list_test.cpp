@@ -45,7 +45,11 @@ class UserQueryListTest : public EditorTest {
 TEST_F(UserQueryListTest, SavedQueriesAreTakenInAsPendingEntriesAndAddedByOk) {
   WhenShown<frmEditUserQueryList>([&](frmEditUserQueryList& form) {
     EXPECT_EQ(form.windowTitle(), kTitle);
-    EXPECT_EQ(Entries(*form.lstQueryDefs), database->QueryDefNames());
+    // The saved queries in the database's order, without Access's hidden ones.
+    QStringList saved = database->QueryDefNames();
+    saved.removeIf([](const QString& name) { return name.startsWith(QLatin1Char('~')); });
+    EXPECT_EQ(Entries(*form.lstQueryDefs), saved);
+    EXPECT_EQ(saved.size(), 21);
     EXPECT_EQ(form.lstAvailableUserQueries->count(), 10);
 
     TakeIn(form, QStringLiteral("Sales by Year"));  // a user query already
