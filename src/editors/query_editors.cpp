@@ -1,26 +1,22 @@
 #include "editors/query_editors.h"
 
-#if __has_include("editors/bas_query_destination.h")
-#include "editors/bas_query_destination.h"
-#define TABULON_HAS_DESTINATION_EDITOR 1
-#endif
-#if __has_include("editors/bas_query_parameters.h")
-#include "editors/bas_query_parameters.h"
-#define TABULON_HAS_PARAMETERS_EDITOR 1
-#endif
+#include "platform/ui/dialogs.h"
 
 namespace editors {
+namespace {
 
-void ShowQueryDestinationEditor([[maybe_unused]] std::int32_t queryId) {
-#ifdef TABULON_HAS_DESTINATION_EDITOR
-  basQueryDestination::frmQueryDestination_OnShow(queryId);
-#endif
+// The destination and parameters editors are not in this version yet; the
+// buttons say so rather than doing nothing.
+void NotAvailable(const QString& editor) {
+  platform::dialogs().MsgBox(QStringLiteral("The ") + editor +
+                                 QStringLiteral(" is not available in this version of Tabulon."),
+                             platform::vbInformation, QStringLiteral("Tabulon"));
 }
 
-void ShowQueryParametersEditor([[maybe_unused]] std::int32_t queryId) {
-#ifdef TABULON_HAS_PARAMETERS_EDITOR
-  basQueryParameters::frmQueryParameters_OnShow(queryId);
-#endif
-}
+}  // namespace
+
+void ShowQueryDestinationEditor(std::int32_t) { NotAvailable(QStringLiteral("query destination editor")); }
+
+void ShowQueryParametersEditor(std::int32_t) { NotAvailable(QStringLiteral("query parameters editor")); }
 
 }  // namespace editors

@@ -81,6 +81,12 @@ QString DeleteReportLinks(Key outputId) {
          QStringLiteral("From tblExportableResults_UserQueries ") + WhereEquals(kLinkReportKey, outputId);
 }
 
+QString DeleteQueryLinks(Key queryId) {
+  return QStringLiteral("DELETE tblExportableResults_UserQueries.* ") +
+         QStringLiteral("From tblExportableResults_UserQueries ") +
+         WhereEquals(QStringLiteral("tblExportableResults_UserQueries.QueryID"), queryId);
+}
+
 QString ReportMembersByName(Key outputId) { return ReportMembers(kSelectKeyAndName, outputId, kOrderByQueryName); }
 
 QString ReportMembersForTree(Key outputId) {

@@ -33,6 +33,9 @@ QString DeleteReport(Key outputId);
 // --- tblExportableResults_UserQueries -------------------------------------
 
 QString DeleteReportLinks(Key outputId);
+// Every link row that names one user query, removed with the query itself so
+// that no report is left pointing at a query that is gone.
+QString DeleteQueryLinks(Key queryId);
 // QueryID, QueryName of a report's member queries, by name.
 QString ReportMembersByName(Key outputId);
 // QueryName, QueryID of a report's member queries, by name (the tree's order).
