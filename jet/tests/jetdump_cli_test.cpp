@@ -1,6 +1,8 @@
 // jetdump as its users run it: exit codes, help, listing and CSV output.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "test_support.h"
 
 namespace jet::testing {
@@ -50,6 +52,28 @@ TEST(JetdumpCommand, ListsSchemasAndExportsWithClearFailures) {
   std::string nofile = Jetdump("/no/such.mdb", &rc);
   EXPECT_EQ(rc, 1);
   EXPECT_NE(nofile.find("/no/such.mdb"), std::string::npos);
+}
+
+TEST(JetdumpCommand, RunsASavedQueryWithParameterValuesAsDocumented) {
+  int rc = -1;
+  const std::string xtreme = "'" + FixturePath("xtreme.mdb") + "'";
+  // Credit_Limits keeps the credits below minus the given limit.
+  auto rows = [&](const std::string& value) {
+    std::string out = Jetdump(xtreme + " --run Credit_Limits " + value, &rc);
+    EXPECT_EQ(rc, 0) << out;
+    return std::count(out.begin(), out.end(), '\n') - 1;
+  };
+  const long wide = rows("500");
+  const long narrow = rows("2203.75");
+  EXPECT_GT(wide, narrow);
+  EXPECT_GT(narrow, 0);
+  // \N is a Null limit, and a comparison with Null keeps no row.
+  EXPECT_EQ(rows("'\\N'"), 0);
+
+  // Values after the query would swallow a database named last.
+  std::string late = Jetdump("--run Credit_Limits 500 " + xtreme, &rc);
+  EXPECT_EQ(rc, 2);
+  EXPECT_NE(late.find("give FILE before --run"), std::string::npos) << late;
 }
 
 }  // namespace

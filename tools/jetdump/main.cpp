@@ -23,6 +23,7 @@ const char kUsage[] =
     "  --csv TABLE          print TABLE as CSV in the canonical text form\n"
     "  --queries            print each saved query's type, parameters and SQL\n"
     "  --run QUERY [VALUE...]  run a saved query with parameter values by position\n"
+    "                          (give FILE before --run; \\N is a Null value)\n"
     "  --sql STATEMENT...   run one or more SQL statements in one transaction;\n"
     "                       INSERT, UPDATE and DELETE change the file\n"
     "  --system             include system tables in the list\n"
@@ -92,7 +93,8 @@ bool ParseArgs(int argc, char** argv, Options* o, std::string* error) {
         *error = a + " needs " + (a == "--run" ? "a query name" : "a statement");
         return false;
       }
-      if (o->file.empty() && o->arguments.size() > 1 && a == "--run") {
+      // Values would swallow a database named after them, so it comes first.
+      if (positional.empty() && o->arguments.size() > 1 && a == "--run") {
         *error = "give FILE before --run";
         return false;
       }

@@ -58,7 +58,9 @@ int RunSavedQuery(const std::string& file, const jet::OpenOptions& options, cons
   std::shared_ptr<jet::QueryEngine> engine;
   if (auto s = jet::QueryEngine::ForFile(file, options, &engine); !s.ok()) return Fail(s);
   std::vector<jet::Value> params;
-  for (const auto& v : values) params.emplace_back(jet::ColumnType::kText, v);
+  // \N stands for Null, as the CSV output writes it.
+  for (const auto& v : values)
+    params.push_back(v == "\\N" ? jet::Value::Null(jet::ColumnType::kText) : jet::Value(jet::ColumnType::kText, v));
   jet::QueryResult result;
   if (auto s = engine->RunQuery(query, params, &result); !s.ok()) return Fail(s);
   PrintResult(result);
