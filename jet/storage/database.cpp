@@ -342,6 +342,30 @@ Status Database::OpenTable(const std::string& name, std::unique_ptr<TableCursor>
   return Status::OK();
 }
 
+Status Database::ListRowIds(const std::string& name, std::vector<RowId>* ids) {
+  const CatalogEntry* entry = nullptr;
+  Database* linked = nullptr;
+  JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
+  if (linked) return linked->ListRowIds(entry->foreign_name, ids);
+  std::shared_ptr<const TableLayout> layout;
+  JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
+  std::unique_ptr<TableScan> scan;
+  JET_RETURN_IF_ERROR(TableScan::Create(*impl_->pager, *impl_->text, layout, false, &scan));
+  ids->clear();
+  while (scan->Next()) ids->push_back(scan->row_id());
+  return scan->status();
+}
+
+Status Database::ReadRowAt(const std::string& name, RowId id, Row* row) {
+  const CatalogEntry* entry = nullptr;
+  Database* linked = nullptr;
+  JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
+  if (linked) return linked->ReadRowAt(entry->foreign_name, id, row);
+  std::shared_ptr<const TableLayout> layout;
+  JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
+  return TableScan::ReadAt(*impl_->pager, *impl_->text, *layout, id, row);
+}
+
 Status Database::CountRows(const std::string& name, uint64_t* count) {
   const CatalogEntry* entry = FindTable(name);
   if (!entry) return Status::NotFound("no table named '" + name + "'", 3078);

@@ -5,6 +5,21 @@
 
 namespace jet {
 
+namespace {
+
+// A moved row's slot holds where its data went: follow it (one hop, Access
+// never chains them).
+Status FollowOverflow(const Pager& pager, ByteSpan* bytes) {
+  if (bytes->size() < 4) return Status::Corruption("overflow row pointer is truncated");
+  const uint32_t target = bytes->U32(0);
+  Page target_page;
+  JET_RETURN_IF_ERROR(pager.ReadPageOfType(PointerPage(target), PageType::kData, &target_page));
+  RowSlot slot;
+  return DataPage(target_page, pager.is_jet3()).RowBytes(PointerRow(target), bytes, &slot);
+}
+
+}  // namespace
+
 TableScan::TableScan(const Pager& pager, const TextReader& text,
                      std::shared_ptr<const TableLayout> layout, bool decode)
     : TableCursor(layout->def), pager_(pager), layout_(layout), decoder_(pager, text, *layout),
@@ -56,19 +71,26 @@ bool TableScan::Advance(ByteSpan* bytes) {
     id_ = {page_no, r};
     if (!slot.overflow) return true;
 
-    // Follow the pointer (one hop: Access never chains them).
-    if (bytes->size() < 4) return Fail(Status::Corruption("overflow row pointer is truncated"));
-    const uint32_t target = bytes->U32(0);
-    Page target_page;
-    if (Status s = pager_.ReadPageOfType(PointerPage(target), PageType::kData, &target_page); !s.ok()) {
-      return Fail(s);
-    }
-    if (Status s = DataPage(target_page, pager_.is_jet3()).RowBytes(PointerRow(target), bytes, &slot); !s.ok()) {
-      return Fail(s);
-    }
+    if (Status s = FollowOverflow(pager_, bytes); !s.ok()) return Fail(s);
     return true;
   }
   return false;
+}
+
+Status TableScan::ReadAt(const Pager& pager, const TextReader& text, const TableLayout& layout, RowId id,
+                         Row* row) {
+  Page page;
+  JET_RETURN_IF_ERROR(pager.ReadPageOfType(id.page, PageType::kData, &page));
+  DataPage data(page, pager.is_jet3());
+  if (data.owner() != layout.def->tdef_page || id.row >= data.row_count()) {
+    return Status::NotFound("no row at that place", 3021);
+  }
+  RowSlot slot;
+  ByteSpan bytes(nullptr, 0);
+  JET_RETURN_IF_ERROR(data.RowBytes(id.row, &bytes, &slot));
+  if (slot.deleted) return Status::NotFound("the row at that place was deleted", 3021);
+  if (slot.overflow) JET_RETURN_IF_ERROR(FollowOverflow(pager, &bytes));
+  return RowDecoder(pager, text, layout).Decode(bytes, row);
 }
 
 bool TableScan::Next() {

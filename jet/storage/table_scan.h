@@ -18,6 +18,11 @@ class TableScan : public TableCursor {
                        std::shared_ptr<const TableLayout> layout, bool decode,
                        std::unique_ptr<TableScan>* scan);
 
+  // Reads the one row at `id` (a place this scan gave), following its
+  // overflow pointer as a scan does.
+  static Status ReadAt(const Pager& pager, const TextReader& text, const TableLayout& layout, RowId id,
+                       Row* row);
+
   bool Next() override;
   const Row& row() const override { return row_; }
   RowId row_id() const override { return id_; }

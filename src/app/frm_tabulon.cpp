@@ -11,6 +11,7 @@
 
 #include "app/end_program.h"
 #include "app/error_guard.h"
+#include "app/export_assistant_hook.h"
 #include "app/fill_list_from_db.h"
 #include "app/frm_about_qor.h"
 #include "app/instance_channel.h"
@@ -21,6 +22,9 @@
 #include "platform/ui/dialogs.h"
 #include "platform/ui/login_name.h"
 #include "platform/ui/mouse_pointer.h"
+
+// The resources of a static library are registered by hand, outside any namespace.
+static void LoadAppResources() { Q_INIT_RESOURCE(app); }
 
 namespace {
 
@@ -36,6 +40,11 @@ QString RunQuestion() {
              "settings.") +
          kCrLf + kCrLf + QStringLiteral("*Use the Tabulon Export Assistant to find and change report parameters.") +
          kCrLf + kCrLf + QStringLiteral("Run the report now?");
+}
+
+QIcon ExportAssistantIcon() {
+  LoadAppResources();
+  return QIcon(QStringLiteral(":/app/export_assistant.svg"));
 }
 
 }  // namespace
@@ -63,12 +72,9 @@ void frmTabulon::BuildMenus() {
   mnuFileOpen = file->addAction(tr("&Open..."), this, [this] { mnuFileOpen_Click(); });
   file->addSeparator();
   mnuFileExit = file->addAction(tr("E&xit"), this, [this] { mnuFileExit_Click(); });
-  // The Export Assistant arrives later; until then neither the menu command
-  // nor the toolbar button that would open it is shown.
   QMenu* edit = menuBar()->addMenu(tr("&Edit"));
-  mnuEditExcelTemplates = edit->addAction(tr("Excel Export &Assistant..."));
-  mnuEditExcelTemplates->setVisible(false);
-  edit->menuAction()->setVisible(false);
+  mnuEditExcelTemplates = edit->addAction(ExportAssistantIcon(), tr("Excel Export &Assistant..."), this,
+                                          [this] { mnuEditExcelTemplates_Click(); });
   QMenu* help = menuBar()->addMenu(tr("&Help"));
   mnuHelpContents = help->addAction(tr("&Contents"), this, [this] { mnuHelpContents_Click(); });
   mnuHelpContents->setShortcut(QKeySequence::HelpContents);
@@ -77,9 +83,10 @@ void frmTabulon::BuildMenus() {
   tbToolBar = addToolBar(tr("Tools"));
   tbToolBar->setObjectName(QStringLiteral("tbToolBar"));
   tbToolBar->addAction(mnuFileOpen);
-  QAction* xl = tbToolBar->addAction(tr("Export Assistant"));
+  QAction* xl = tbToolBar->addAction(ExportAssistantIcon(), tr("Export Assistant"), this, [this] {
+    app::Guarded([this] { mnuEditExcelTemplates_Click(); }, app::ReportForHandler());
+  });
   xl->setObjectName(QStringLiteral("xl"));
-  xl->setVisible(false);
   tbToolBar->addAction(mnuHelpContents);
 }
 
@@ -149,8 +156,11 @@ void frmTabulon::lstAvailableQueries_DblClick() {
   if (!item || !gDatabase) return;
   const int answer = platform::dialogs().MsgBox(RunQuestion(), platform::vbYesNo | platform::vbQuestion,
                                                 gApp->Title());
-  // Until the Export Assistant exists, No only closes the question.
-  if (answer != platform::vbYes) return;
+  // No leads the user to the Export Assistant, where reports are changed.
+  if (answer != platform::vbYes) {
+    mnuEditExcelTemplates_Click();
+    return;
+  }
   platform::SetMousePointer(platform::vbHourglass);
   const QString reportName = item->text();
   const qint32 outputId = item->data(Qt::UserRole).toInt();
@@ -189,6 +199,14 @@ void frmTabulon::mnuFileOpen_Click() {
                        "resolve this problem.  Operation cancelled."),
         platform::vbCritical, QStringLiteral("Excel Export Assistant"));
   }
+}
+
+void frmTabulon::mnuEditExcelTemplates_Click() {
+  if (!gDatabase) return;
+  app::OpenExportAssistant(this);
+  // Closing the Assistant ends the program, through the main window's own
+  // closing so that its placement is kept.
+  close();
 }
 
 void frmTabulon::mnuFileExit_Click() { app::EndProgramNow(); }

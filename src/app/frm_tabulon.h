@@ -24,6 +24,8 @@ class frmTabulon : public QMainWindow {
 
   void lstAvailableQueries_DblClick();
   void mnuFileOpen_Click();
+  // Opens the Export Assistant; when it closes the program ends.
+  void mnuEditExcelTemplates_Click();
   void mnuFileExit_Click();
   void mnuHelpContents_Click();
   void mnuHelpAbout_Click();

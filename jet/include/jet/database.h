@@ -69,6 +69,11 @@ class Database {
   // A cursor over a table's live rows in scan order.
   Status OpenTable(const std::string& name, std::unique_ptr<TableCursor>* cursor);
 
+  // Every live row's place, in scan order, found without decoding a row, and
+  // one row read by its place: a long table can be shown a screenful at a time.
+  Status ListRowIds(const std::string& name, std::vector<RowId>* ids);
+  Status ReadRowAt(const std::string& name, RowId id, Row* row);
+
   // The live row count, counted from the rows (not the stale stored count).
   Status CountRows(const std::string& name, uint64_t* count);
 

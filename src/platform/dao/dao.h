@@ -127,6 +127,7 @@ class Database {
   void Close() {}
 
   jet::QueryEngine& engine() { return *engine_; }
+  std::shared_ptr<jet::QueryEngine> shared_engine() const { return engine_; }
 
  private:
   std::unique_ptr<Recordset> OpenTable(const QString& name);

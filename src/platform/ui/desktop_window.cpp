@@ -12,13 +12,13 @@ namespace {
 
 constexpr double kTwipsPerInch = 1440.0;
 
+}  // namespace
+
 double TwipsPerPixel(const QWidget& window) {
   const QScreen* screen = window.screen();
   const double dotsPerInch = screen != nullptr ? screen->logicalDotsPerInchX() : 96.0;
   return kTwipsPerInch / (dotsPerInch > 0 ? dotsPerInch : 96.0);
 }
-
-}  // namespace
 
 void OnTop(QWidget* window, bool on) {
   if (window == nullptr) return;

@@ -21,6 +21,7 @@ void OnTop(QWidget* window, bool on);
 bool DisplayHelp(QWidget* window, const QString& helpFile, int command = 0);
 
 // 1440 twips to the inch, at the window's screen resolution.
+double TwipsPerPixel(const QWidget& window);
 WindowPlacement PlacementInTwips(const QWidget& window);
 void ApplyPlacementInTwips(QWidget& window, const WindowPlacement& placement);
 

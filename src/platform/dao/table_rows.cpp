@@ -1,0 +1,49 @@
+#include "platform/dao/table_rows.h"
+
+#include "jet/query.h"
+#include "platform/dao/dao.h"
+#include "platform/dao/dao_errors.h"
+
+namespace dao {
+
+std::unique_ptr<TableRows> TableRows::Open(Database& database, const QString& table) {
+  std::unique_ptr<TableRows> rows(new TableRows);
+  rows->engine_ = database.shared_engine();
+  rows->table_ = table.toStdString();
+  jet::Database& file = database.engine().database();
+  std::shared_ptr<const jet::TableDef> def;
+  ThrowIfError(file.GetTableDef(rows->table_, &def), "DAO.Database");
+  for (const auto& column : def->columns) {
+    rows->fields_.push_back({QString::fromStdString(column.name), column.type, QString()});
+  }
+  ThrowIfError(file.ListRowIds(rows->table_, &rows->places_), "DAO.Database");
+  return rows;
+}
+
+QVector<QVariant> TableRows::Row(int index) const {
+  QVector<QVariant> values(fields_.size());
+  jet::Row row;
+  if (index < 0 || index >= RowCount() ||
+      !engine_->database().ReadRowAt(table_, places_[static_cast<size_t>(index)], &row).ok()) {
+    return values;
+  }
+  for (int i = 0; i < values.size() && i < static_cast<int>(row.size()); ++i) values[i] = ToVariant(row[i]);
+  return values;
+}
+
+QVector<QVariant> TableRows::ColumnValues(int field) const {
+  QVector<QVariant> values;
+  values.reserve(RowCount());
+  std::unique_ptr<jet::TableCursor> cursor;
+  if (engine_->database().OpenTable(table_, &cursor).ok()) {
+    while (values.size() < RowCount() && cursor->Next()) {
+      const jet::Row& row = cursor->row();
+      values.append(field < static_cast<int>(row.size()) ? ToVariant(row[static_cast<size_t>(field)]) : QVariant());
+    }
+  }
+  // Rows that could not be read sort as Null.
+  values.resize(RowCount());
+  return values;
+}
+
+}  // namespace dao

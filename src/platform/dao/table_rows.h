@@ -1,0 +1,46 @@
+// dao::TableRows: a table's rows read by position when they are wanted, for
+// lists that show a table of any length: opening one finds where every row
+// lives (without decoding any), and a row is decoded when it is asked for.
+#pragma once
+
+#include <QString>
+#include <QVariant>
+#include <QVector>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "jet/table_cursor.h"
+#include "platform/dao/recordset.h"
+
+namespace jet {
+class QueryEngine;
+}
+
+namespace dao {
+
+class Database;
+
+class TableRows {
+ public:
+  // A local or linked table by name; AppError with Jet's number otherwise.
+  static std::unique_ptr<TableRows> Open(Database& database, const QString& table);
+
+  const QVector<FieldInfo>& Fields() const { return fields_; }
+  int RowCount() const { return static_cast<int>(places_.size()); }
+  // One value per field, mapped as a recordset maps them. A row that cannot
+  // be read (changed away since opening, or damaged) comes back all Null.
+  QVector<QVariant> Row(int index) const;
+  // One field of every row, in row order, read in one pass over the table
+  // (for sorting by that field).
+  QVector<QVariant> ColumnValues(int field) const;
+
+ private:
+  TableRows() = default;
+  std::shared_ptr<jet::QueryEngine> engine_;
+  std::string table_;
+  QVector<FieldInfo> fields_;
+  std::vector<jet::RowId> places_;
+};
+
+}  // namespace dao
