@@ -173,7 +173,8 @@ void CExportAssistant::ListDestination(QTreeWidgetItem* node) {
   model.ClearColumnHeaders();
   for (const dao::FieldInfo& field : records->Fields()) model.AddColumnHeader(field.name);
   model.ClearItems();
-  if (!records->IsEOF() && records->Value(0).isValid() && !records->Value(0).isNull()) {
+  // An empty text is no template either.
+  if (!records->IsEOF() && !records->Value(0).toString().trimmed().isEmpty()) {
     model.AddItem(RowTexts(*records));
     return;
   }

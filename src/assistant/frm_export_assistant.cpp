@@ -143,7 +143,7 @@ void frmExportAssistant::BuildMenus() {
 }
 
 void frmExportAssistant::BuildToolBar() {
-  tbToolBar = new QToolBar(this);
+  tbToolBar = new QToolBar(picTitles->parentWidget());
   tbToolBar->setObjectName(QStringLiteral("tbToolBar"));
   tbToolBar->setIconSize(QSize(16, 16));
   tbToolBar->addAction(mnuFileNew);
@@ -277,13 +277,13 @@ void frmExportAssistant::lvReports_ItemClick(int row) {
 // --- Placement and layout ---------------------------------------------------
 
 void frmExportAssistant::LoadPlacement() {
-  platform::WindowPlacement placement = kDefaultPlacement;
+  placement_ = kDefaultPlacement;
   try {
-    placement = platform::ReadWindowPlacement(PlacementName(), kSection, kDefaultPlacement);
+    placement_ = platform::ReadWindowPlacement(PlacementName(), kSection, kDefaultPlacement);
   } catch (const platform::AppError&) {
     // A damaged stored placement is no reason not to open: the defaults do.
   }
-  platform::ApplyPlacementInTwips(*this, placement);
+  platform::ApplyPlacementInTwips(*this, placement_);
   layout_.splitter = kSplitterShare * std::round(static_cast<float>(width()) * TwipsPerPixel());
   SizeControls(layout_.splitter);
 }
@@ -333,6 +333,13 @@ void frmExportAssistant::SizeControls(float x) {
   }
   Place(imgSplitter, layout_.splitterBar);
   Place(sbStatusBar, {0, frame.innerHeight - frame.statusHeight, frame.windowWidth, frame.statusHeight});
+}
+
+void frmExportAssistant::showEvent(QShowEvent* event) {
+  QDialog::showEvent(event);
+  // The stored size includes the frame, which is known once the window is.
+  if (!placed_) platform::ApplyPlacementInTwips(*this, placement_);
+  placed_ = true;
 }
 
 void frmExportAssistant::resizeEvent(QResizeEvent* event) {

@@ -9,6 +9,7 @@
 
 #include "assistant/pane_layout.h"
 #include "assistant/report_editors.h"
+#include "platform/settings/application_settings.h"
 
 class QAction;
 class QLabel;
@@ -87,6 +88,7 @@ class frmExportAssistant : public QDialog {
   QAction* xl = nullptr;
 
  protected:
+  void showEvent(QShowEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
   void reject() override;
@@ -113,6 +115,8 @@ class frmExportAssistant : public QDialog {
   CExportAssistant& assistant_;
   ReportEditors editors_;
   PaneLayout layout_;
+  platform::WindowPlacement placement_;
+  bool placed_ = false;
   Tree usedLast_ = Tree::kReports;
   bool moving_ = false;
   float dragBarLeft_ = 0;

@@ -37,9 +37,9 @@ struct PaneLayout {
 
 // The design's fixed rows: the reports row, the strip with the query
 // titles, the query row and the strip above the tables.
-constexpr float kReportRowHeight = 2000;
+constexpr float kReportRowHeight = 1500;
 constexpr float kTitleStripHeight = 285;
-constexpr float kQueryRowHeight = 1400;
+constexpr float kQueryRowHeight = 1000;
 
 // Closest the splitter may be laid out to either side, and dragged to.
 constexpr float kLayoutMargin = 1500;
