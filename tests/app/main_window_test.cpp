@@ -3,7 +3,16 @@
 #include <QFile>
 #include <QListWidget>
 
+#include <QApplication>
+#include <QTimer>
+#include <QToolBar>
+#include <QTreeWidgetItem>
+#include <functional>
+
 #include "app/frm_tabulon.h"
+#include "app/program_windows.h"
+#include "assistant/frm_export_assistant.h"
+#include "assistant/tree_view.h"
 #include "app/mglobals.h"
 #include "app/mmain.h"
 #include "platform/settings/application_settings.h"
@@ -18,10 +27,13 @@ const QString kDatabaseError = QStringLiteral(
     "Operation cancelled.");
 const platform::WindowPlacement kEarlierPlacement{111, 222, 3333, 4444};
 
+QString TreeText(assistant::frmExportAssistant& window) { return window.tvReports->Root()->text(0); }
+
 class MainWindowTest : public ShellTest {
  protected:
   void SetUp() override {
     ShellTest::SetUp();
+    app::InstallProgramWindows();
     database_ = CopyOfReportsDatabase();
     RecordDatabasePath(database_);
     MMain::Main();
@@ -111,9 +123,22 @@ TEST_F(MainWindowTest, FileExitEndsAtOnceWithoutSavingThePlacement) {
   EXPECT_EQ(SavedPlacement(), kEarlierPlacement);
 }
 
-TEST_F(MainWindowTest, RunQuestionNoOnlyClosesTheQuestion) {
+// The Assistant is shown modally: `body` runs while it is up, then File Exit
+// closes it.
+void WhenAssistantShown(const std::function<void(assistant::frmExportAssistant&)>& body) {
+  QTimer::singleShot(0, [body] {
+    auto* assistant = qobject_cast<assistant::frmExportAssistant*>(QApplication::activeModalWidget());
+    ASSERT_NE(assistant, nullptr) << "the Export Assistant was not shown";
+    body(*assistant);
+    assistant->mnuFileExit_Click();
+  });
+}
+
+TEST_F(MainWindowTest, RunQuestionNoOpensTheAssistantAndClosingItEndsTheProgram) {
   gMainWindow->lstAvailableQueries->setCurrentRow(5);
   script.AnswerMessageBox(platform::vbNo);
+  QString shownOn;
+  WhenAssistantShown([&](assistant::frmExportAssistant& w) { shownOn = TreeText(w); });
   gMainWindow->lstAvailableQueries_DblClick();
 
   ASSERT_EQ(script.MessageBoxes().size(), 1);
@@ -124,12 +149,31 @@ TEST_F(MainWindowTest, RunQuestionNoOnlyClosesTheQuestion) {
   EXPECT_EQ(script.MessageBoxes()[0].style, platform::vbYesNo | platform::vbQuestion);
   EXPECT_EQ(script.MessageBoxes()[0].title, QStringLiteral("Tabulon"));
   EXPECT_TRUE(script.FileDialogsShown().isEmpty());
-  EXPECT_EQ(gMainWindow->PanelText(QStringLiteral("Status")), QString());
-  EXPECT_TRUE(gMainWindow->isVisible());
+  EXPECT_EQ(shownOn, database_);
+  // The main window went with it, keeping its placement.
+  EXPECT_EQ(gMainWindow, nullptr);
+  EXPECT_NE(SavedPlacement(), platform::WindowPlacement{});
 }
 
-TEST_F(MainWindowTest, TheAssistantsCommandsAreNotShownYetAndHelpIsOnF1) {
-  EXPECT_FALSE(gMainWindow->mnuEditExcelTemplates->isVisible());
+TEST_F(MainWindowTest, TheMenuAndTheToolbarOpenTheAssistantAndHelpIsOnF1) {
+  EXPECT_TRUE(gMainWindow->mnuEditExcelTemplates->isVisible());
+  QAction* xl = gMainWindow->tbToolBar->findChild<QAction*>(QStringLiteral("xl"));
+  ASSERT_NE(xl, nullptr);
+  EXPECT_TRUE(xl->isVisible());
+  int opened = 0;
+  WhenAssistantShown([&](assistant::frmExportAssistant&) { ++opened; });
+  xl->trigger();
+  EXPECT_EQ(opened, 1);
+  EXPECT_EQ(gMainWindow, nullptr);
+
+  MMain::Main();
+  ASSERT_NE(gMainWindow, nullptr);
+  WhenAssistantShown([&](assistant::frmExportAssistant&) { ++opened; });
+  gMainWindow->mnuEditExcelTemplates->trigger();
+  EXPECT_EQ(opened, 2);
+  EXPECT_EQ(gMainWindow, nullptr);
+
+  MMain::Main();
   EXPECT_EQ(gMainWindow->mnuHelpContents->shortcut(), QKeySequence(Qt::Key_F1));
   EXPECT_TRUE(QFile::exists(gApp->HelpFile())) << gApp->HelpFile().toStdString();
 }

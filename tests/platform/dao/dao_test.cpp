@@ -8,6 +8,7 @@
 #include <functional>
 
 #include "platform/dao/dao.h"
+#include "platform/dao/table_rows.h"
 #include "platform/errors/app_error.h"
 #include "reportdb/sql_catalogue.h"
 
@@ -166,3 +167,27 @@ TEST(DaoTableDefs, AttributesLinksFieldsIndexesAndTableRecordsets) {
 }
 
 }  // namespace
+
+// A table read a row at a time by its place gives what a recordset over the
+// whole table gives, in the same order: moved (overflow) rows, a Jet 3
+// file and a table linked from another file included.
+TEST(DaoTableRows, RowsByPlaceMatchTheWholeTable) {
+  const struct {
+    const char* file;
+    const char* table;
+  } cases[] = {{"overflowTestV2000.mdb", "Table1"}, {"nwind.mdb", "Orders"}, {"linked.mdb", "Table1"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.file) + " " + c.table);
+    auto db = dao::DBEngine::Workspaces(0).OpenDatabase(Fixture(c.file), false, true);
+    auto whole = db->OpenRecordset(QString::fromLatin1(c.table));
+    auto rows = dao::TableRows::Open(*db, QString::fromLatin1(c.table));
+    ASSERT_EQ(rows->RowCount(), whole->RecordCount());
+    ASSERT_GT(rows->RowCount(), 0);
+    ASSERT_EQ(rows->Fields().size(), whole->FieldCount());
+    for (int i = 0; i < rows->RowCount(); ++i) ASSERT_EQ(rows->Row(i), whole->Rows()[i]) << "row " << i;
+    const QVector<QVariant> last = rows->ColumnValues(rows->Fields().size() - 1);
+    ASSERT_EQ(last.size(), rows->RowCount());
+    EXPECT_EQ(last.back(), whole->Rows().back().back());
+    EXPECT_EQ(rows->Row(rows->RowCount()), QVector<QVariant>(rows->Fields().size()));
+  }
+}
