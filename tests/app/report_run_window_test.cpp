@@ -7,6 +7,7 @@
 #include <QListWidget>
 #include <QTest>
 
+#include "app/export_assistant_hook.h"
 #include "app/frm_tabulon.h"
 #include "app/mglobals.h"
 #include "app/mmain.h"
@@ -129,10 +130,14 @@ TEST_F(ReportRunWindowTest, YesRunsTheReportIntoTheChosenWorkbookWhileTheStatusP
   EXPECT_TRUE(gMainWindow->isVisible());
 }
 
-TEST_F(ReportRunWindowTest, NoOnlyClosesTheQuestionAndWritesNothing) {
+TEST_F(ReportRunWindowTest, NoGoesToTheAssistantAndWritesNothing) {
   script.AnswerMessageBox(platform::vbNo);
+  // The Assistant itself is shown by the window tests; here only its opening counts.
+  int assistantOpened = 0;
+  app::SetExportAssistantOpener([&](QWidget*) { ++assistantOpened; });
 
   DoubleClickReport(kQuarterly);
+  app::SetExportAssistantOpener(nullptr);
 
   ASSERT_EQ(script.MessageBoxes().size(), 1);
   EXPECT_EQ(script.MessageBoxes()[0].style, platform::vbYesNo | platform::vbQuestion);
@@ -142,7 +147,8 @@ TEST_F(ReportRunWindowTest, NoOnlyClosesTheQuestionAndWritesNothing) {
   EXPECT_TRUE(handedOver_.isEmpty());
   EXPECT_TRUE(QDir(out_.path()).isEmpty());
   EXPECT_FALSE(gExcelWorkbook.has_value());
-  EXPECT_TRUE(gMainWindow->isVisible());
+  EXPECT_EQ(assistantOpened, 1);
+  EXPECT_EQ(gMainWindow, nullptr);  // closing the Assistant ended the program
 }
 
 }  // namespace
