@@ -455,8 +455,8 @@ void frmExportAssistant::mnuEditDelete_Click() {
     if (!report) return;
     if (usedLast_ == Tree::kReports) {
       if (!editors_.deleteReport) return;
-      QTreeWidgetItem* parent = report->parent();
-      if (editors_.deleteReport(report->text(0), TreeView::Tag(report).toInt())) RefreshReportNode(parent);
+      // The tree is listed again so the report is gone from it; its folder is then the one selected.
+      if (editors_.deleteReport(report->text(0), TreeView::Tag(report).toInt())) RefreshReportTree();
       return;
     }
     const int row = lvReports->currentIndex().row();

@@ -13,6 +13,12 @@
 #include "app/program_windows.h"
 #include "assistant/frm_export_assistant.h"
 #include "assistant/tree_view.h"
+#include "editors/frm_output_report.h"
+#include <QTest>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QLabel>
 #include "app/mglobals.h"
 #include "app/mmain.h"
 #include "platform/settings/application_settings.h"
@@ -176,6 +182,37 @@ TEST_F(MainWindowTest, TheMenuAndTheToolbarOpenTheAssistantAndHelpIsOnF1) {
   MMain::Main();
   EXPECT_EQ(gMainWindow->mnuHelpContents->shortcut(), QKeySequence(Qt::Key_F1));
   EXPECT_TRUE(QFile::exists(gApp->HelpFile())) << gApp->HelpFile().toStdString();
+}
+
+TEST_F(MainWindowTest, TheAssistantsEditCommandsMakeAndDeleteAReportAndTheTreeFollows) {
+  WhenAssistantShown([&](assistant::frmExportAssistant& w) {
+    QTreeWidgetItem* folder = w.tvReports->FindNode(QStringLiteral("Output Report"));
+    folder->setExpanded(true);
+    ASSERT_EQ(folder->childCount(), 7);
+    ASSERT_TRUE(w.mnuEditNew->isEnabled());
+
+    QTimer::singleShot(0, [] {
+      auto* editor = qobject_cast<frmOutputReport*>(QApplication::activeModalWidget());
+      ASSERT_NE(editor, nullptr) << "the report editor was not shown";
+      QTest::keyClicks(editor->txtNewReportName, QStringLiteral("Net pens"));
+      QTest::keyClicks(editor->txtDescription, QStringLiteral("Catch at the net pens"));
+      QTest::mouseClick(editor->cmdOK, Qt::LeftButton);
+      QTest::mouseClick(editor->cmdCancel, Qt::LeftButton);
+    });
+    w.mnuEditNew->trigger();
+    ASSERT_EQ(folder->childCount(), 8);
+    QTreeWidgetItem* added = w.tvReports->FindNode(QStringLiteral("Net pens"));
+    ASSERT_NE(added, nullptr);
+
+    w.tvReports->SelectNode(added);
+    script.AnswerMessageBox(platform::vbYes);
+    w.mnuEditDelete->trigger();
+    EXPECT_EQ(w.tvReports->FindNode(QStringLiteral("Net pens")), nullptr);
+    EXPECT_EQ(w.tvReports->FindNode(QStringLiteral("Output Report"))->childCount(), 7);
+  });
+  gMainWindow->mnuEditExcelTemplates->trigger();
+  ASSERT_FALSE(script.MessageBoxes().isEmpty());
+  EXPECT_EQ(script.MessageBoxes().last().title, QStringLiteral("Delete?"));
 }
 
 }  // namespace
