@@ -1,4 +1,5 @@
-// How long the report editors take to open on the sample database (from the
+// How long the report editors (the query destination and parameters
+// editors among them) take to open on the sample database (from the
 // call to the dialog shown with its lists filled), and how long the query
 // selection's OK takes to rewrite 50 reports of 20 queries each in one
 // transaction, on a copy of the sample with those reports added.
@@ -21,6 +22,9 @@
 #include "editors/frm_edit_report_queries.h"
 #include "editors/frm_edit_user_query_list.h"
 #include "editors/frm_output_report.h"
+#include "editors/frm_query_destination.h"
+#include "editors/frm_query_parameters.h"
+#include "editors/query_editors.h"
 #include "platform/dao/dao.h"
 #include "platform/ui/scripted_dialogs.h"
 #include "reportdb/report_store.h"
@@ -115,7 +119,7 @@ int main(int argc, char** argv) {
 
   {
     OpenDatabase open(sample);
-    Figures report, newReport, selection, userQueries;
+    Figures report, newReport, selection, userQueries, destination, parameters;
     for (int i = 0; i < rounds; ++i) {
       report.ms.push_back(TimeToShown<frmOutputReport>([] { basOutputReport::frmOutputReport_OnShow(1); }));
       newReport.ms.push_back(
@@ -124,12 +128,17 @@ int main(int argc, char** argv) {
           TimeToShown<frmEditReportQueries>([] { basEditReportQueries::frmEditReportQueries_OnShow(1); }));
       userQueries.ms.push_back(
           TimeToShown<frmEditUserQueryList>([] { basEditUserQueryList::frmEditUserQueryList_OnShow(); }));
+      // qryCatchByWeek: a template to list the sheets of, two macros, two parameters.
+      destination.ms.push_back(TimeToShown<frmQueryDestination>([] { editors::ShowQueryDestinationEditor(1); }));
+      parameters.ms.push_back(TimeToShown<frmQueryParameters>([] { editors::ShowQueryParametersEditor(1); }));
     }
     std::printf("Sample database: opening each editor\n");
     report.Print("report editor on a report");
     newReport.Print("report editor, new report");
     selection.Print("query selection");
     userQueries.Print("user query list editor");
+    destination.Print("query destination editor");
+    parameters.Print("query parameters editor");
   }
 
   const QString large = temp.filePath(QStringLiteral("fifty-reports.mdb"));

@@ -405,12 +405,12 @@ void frmExportAssistant::mnuEditEdit_Click() {
     QTreeWidgetItem* query = tvUserQueries->SelectedItem();
     if (usedLast_ == Tree::kUserQueries && query) {
       const int queryId = TreeView::Tag(query).toInt();
-      if (query->text(0) == QStringLiteral("Destination") && editors_.showQueryDestination) {
-        editors_.showQueryDestination(queryId);
-        return;
-      }
-      if (query->text(0) == QStringLiteral("Parameters") && editors_.showQueryParameters) {
-        editors_.showQueryParameters(queryId);
+      const auto& editor = query->text(0) == QStringLiteral("Destination")  ? editors_.showQueryDestination
+                           : query->text(0) == QStringLiteral("Parameters") ? editors_.showQueryParameters
+                                                                            : nullptr;
+      if (editor) {
+        editor(queryId);
+        NodeClick(tvUserQueries, lvUserQueries, query);  // the list shows what was saved
         return;
       }
     }

@@ -13,7 +13,9 @@
 #include "app/program_windows.h"
 #include "assistant/frm_export_assistant.h"
 #include "assistant/tree_view.h"
+#include "assistant/list_view.h"
 #include "editors/frm_output_report.h"
+#include "editors/frm_query_destination.h"
 #include <QTest>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -213,6 +215,45 @@ TEST_F(MainWindowTest, TheAssistantsEditCommandsMakeAndDeleteAReportAndTheTreeFo
   gMainWindow->mnuEditExcelTemplates->trigger();
   ASSERT_FALSE(script.MessageBoxes().isEmpty());
   EXPECT_EQ(script.MessageBoxes().last().title, QStringLiteral("Delete?"));
+}
+
+// A person's click on a tree node or a list row.
+void Click(QTreeWidget& tree, QTreeWidgetItem* node) {
+  ASSERT_NE(node, nullptr);
+  tree.scrollToItem(node);
+  QTest::mouseClick(tree.viewport(), Qt::LeftButton, {}, tree.visualItemRect(node).center());
+}
+void Click(assistant::ListView& list, int row) {
+  list.scrollTo(list.model()->index(row, 0));
+  QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, list.visualRect(list.model()->index(row, 0)).center());
+}
+
+TEST_F(MainWindowTest, EditOnAQuerysDestinationOpensItsEditorAndTheListShowsWhatWasSaved) {
+  WhenAssistantShown([&](assistant::frmExportAssistant& w) {
+    w.tvReports->FindNode(QStringLiteral("Output Report"))->setExpanded(true);
+    Click(*w.tvReports, w.tvReports->FindNode(QStringLiteral("Sales Review")));
+    const QAbstractItemModel& members = *w.lvReports->model();
+    int row = 0;
+    while (row < members.rowCount() && members.index(row, 0).data() != QStringLiteral("Employee Sales by Country")) ++row;
+    ASSERT_LT(row, members.rowCount());
+    Click(*w.lvReports, row);
+    Click(*w.tvUserQueries, w.tvUserQueries->FindNode(QStringLiteral("Destination")));
+    EXPECT_EQ(w.lvUserQueries->model()->index(0, 2).data().toString(), QStringLiteral("3"));
+
+    QTimer::singleShot(0, [] {
+      auto* editor = qobject_cast<frmQueryDestination*>(QApplication::activeModalWidget());
+      ASSERT_NE(editor, nullptr) << "the query destination editor was not shown";
+      EXPECT_EQ(editor->txtTemplate->text(), QStringLiteral("C:\\Reports\\Templates\\Sales.xls"));
+      editor->txtTargetRow->setFocus();
+      QTest::keyClick(editor->txtTargetRow, Qt::Key_A, Qt::ControlModifier);
+      QTest::keyClicks(editor->txtTargetRow, QStringLiteral("9"));
+      QTest::mouseClick(editor->cmdOK, Qt::LeftButton);
+    });
+    w.mnuEditEdit->trigger();
+    EXPECT_EQ(QApplication::activeModalWidget(), &w);
+    EXPECT_EQ(w.lvUserQueries->model()->index(0, 2).data().toString(), QStringLiteral("9"));
+  });
+  gMainWindow->mnuEditExcelTemplates->trigger();
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 // A report made from nothing in the editors and run into a workbook: typed
 // in as a new report, given a saved query with a parameter through the
-// query selection, the query's destination and parameter value stored,
-// then run by the export and read back from the saved file.
+// query selection, the query's destination and parameter value
+// typed into their editors, then run by the export and read back from the
+// saved file.
 #include <QComboBox>
 #include <QFile>
+#include <QListWidget>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -13,12 +15,17 @@
 #include "editors/bas_edit_report_queries.h"
 #include "editors/bas_output_report.h"
 #include "editors/frm_edit_report_queries.h"
+#include "editors/flex_grid.h"
 #include "editors/frm_output_report.h"
+#include "editors/frm_query_destination.h"
+#include "editors/frm_query_parameters.h"
 #include "export/bas_exporter.h"
 #include "export/excel_slots.h"
 #include "xls_reader.h"
 
 namespace {
+
+using editors::FlexGrid;
 
 const QString kQuery = QStringLiteral("qryMarkedFish");  // one parameter: [Survey Year]
 constexpr int kRow = 3;
@@ -34,6 +41,13 @@ class ReportJourneyTest : public EditorTest {
   void TearDown() override {
     ReleaseExcelSlots();
     EditorTest::TearDown();
+  }
+
+  static void Retype(QWidget* field, const QString& text) {
+    field->setFocus();
+    QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(field, Qt::Key_Delete);
+    QTest::keyClicks(field, text);
   }
 
   int QueryKey() const {
@@ -62,15 +76,39 @@ TEST_F(ReportJourneyTest, ANewReportBuiltInTheEditorsRunsIntoAWorkbook) {
     });
     QTest::mouseClick(form.cmdAddQueries, Qt::LeftButton);
     EXPECT_EQ(Entries(*form.lstReportQueries), QStringList{kQuery});
+
+    // The query's destination and its parameter's value, typed in their editors.
+    ClickEntry(*form.lstReportQueries, kQuery);
+    WhenShown<frmQueryDestination>([&](frmQueryDestination& destination) {
+      EXPECT_EQ(destination.lstUserQueries->currentItem()->text(), kQuery);
+      Retype(destination.txtTemplate, QString());
+      Retype(destination.cboSheetName->lineEdit(), QStringLiteral("Sheet1"));
+      Retype(destination.txtTargetRow, QString::number(kRow));
+      Retype(destination.txtTargetColumn, QString::number(kColumn));
+      QTest::mouseClick(destination.cmdOK, Qt::LeftButton);
+      EXPECT_FALSE(destination.isVisible());
+    });
+    QTest::mouseClick(form.cmdDestination, Qt::LeftButton);
+    WhenShown<frmQueryParameters>([&](frmQueryParameters& parameters) {
+      FlexGrid& grid = *parameters.msflxQueryParameters;
+      EXPECT_EQ(grid.TextMatrix(1, 0), QStringLiteral("Survey Year"));
+      QTest::mouseClick(grid.viewport(), Qt::LeftButton, Qt::NoModifier,
+                        grid.visualRect(grid.model()->index(1, 1)).center());
+      for (qsizetype n = grid.Text().size(); n > 0; --n) QTest::keyClick(&grid, Qt::Key_Backspace);
+      QTest::keyClicks(&grid, QStringLiteral("2021"));
+      QTest::mouseClick(parameters.cmdOK, Qt::LeftButton);
+      EXPECT_FALSE(parameters.isVisible());
+    });
+    QTest::mouseClick(form.cmdParameters, Qt::LeftButton);
     QTest::mouseClick(form.cmdCancel, Qt::LeftButton);
   });
   basOutputReport::frmOutputReport_OnShow(basOutputReport::kNewReport);
   ASSERT_GT(outputId, 0);
 
-  // What the destination and parameters editors save for the query.
-  const int queryId = QueryKey();
-  ASSERT_TRUE(store->UpdateQueryDestination(queryId, QString(), QStringLiteral("Sheet1"), kRow, kColumn, QString()));
-  ASSERT_TRUE(store->UpdateQueryParameters(queryId, QStringLiteral("2021")));
+  EXPECT_EQ(EngineRows(QStringLiteral("SELECT ExcelSheetName, ExcelTargetRow, ExcelTargetColumn, "
+                                      "DefaultQueryParameters FROM tblUserQueries WHERE QueryID = %1")
+                           .arg(QueryKey())),
+            QStringList{QStringLiteral("Sheet1|%1|%2|2021").arg(kRow).arg(kColumn)});
 
   const QString workbook = TempPath(QStringLiteral("Marked fish 2021.xls"));
   script.AnswerFileDialog(workbook);

@@ -14,6 +14,7 @@
 
 #include "platform/excel/application.h"
 #include "platform/excel/excel_errors.h"
+#include "platform/excel/template_sheets.h"
 #include "platform/excel/uno_objects.h"
 #include "platform/excel/uno_text.h"
 
@@ -71,15 +72,17 @@ bool LoadedAsWorkbook(const css::uno::Reference<css::lang::XComponent>& componen
   return false;
 }
 
-// Excel 97-2003 opens a new workbook with three sheets, Sheet1 to Sheet3,
-// whatever the language; the office names its one sheet in the user's.
+// A new workbook gets Excel's sheets; the office names its one sheet in
+// the user's language.
 void MakeDefaultSheets(WorkbookState& book) {
   const auto sheets = book.document->getSheets();
   css::uno::Reference<css::container::XIndexAccess> by_index(sheets, css::uno::UNO_QUERY_THROW);
-  css::uno::Reference<css::container::XNamed>(by_index->getByIndex(0), css::uno::UNO_QUERY_THROW)->setName("Sheet1");
-  for (int n = 2; n <= 3; ++n) {
-    const auto name = ToOUString(QStringLiteral("Sheet%1").arg(n));
-    if (!sheets->hasByName(name)) sheets->insertNewByName(name, static_cast<sal_Int16>(n - 1));
+  const QStringList names = NewWorkbookSheetNames();
+  css::uno::Reference<css::container::XNamed>(by_index->getByIndex(0), css::uno::UNO_QUERY_THROW)
+      ->setName(ToOUString(names.first()));
+  for (int n = 1; n < names.size(); ++n) {
+    const auto name = ToOUString(names[n]);
+    if (!sheets->hasByName(name)) sheets->insertNewByName(name, static_cast<sal_Int16>(n));
   }
 }
 
