@@ -115,7 +115,9 @@ void frmTabulon::Load() {
   gRegistry->SetRegMainKey(QString::fromLatin1(kFamilyMainKey));
   // Only the family's other programs record this path; a choice made here
   // is asked for again at the next start.
-  const QString path = gRegistry->ReadRegistry(QStringLiteral("StartUp"), QStringLiteral("DatabasePath"), QString());
+  const QString path = !gCommandLineDatabase.isEmpty()
+                           ? gCommandLineDatabase
+                           : gRegistry->ReadRegistry(QStringLiteral("StartUp"), QStringLiteral("DatabasePath"), QString());
   gFile->SetCurrentFile(path);
   gFile->SetCurrentPath(CFile::FilePath(path));
   if (gFile->CurrentFile().size() < kShortestFileName) {

@@ -1,19 +1,43 @@
 #include <QApplication>
+#include <QFileInfo>
 
+#include "app/batch_run.h"
+#include "app/mglobals.h"
 #include "app/mmain.h"
 #include "app/program_windows.h"
 #include "export/excel_slots.h"
 
-int main(int argc, char** argv) {
-  QApplication application(argc, argv);
-  QApplication::setApplicationName(QStringLiteral("Tabulon"));
-  QApplication::setOrganizationName(QStringLiteral("Varnel Technologies"));
+namespace {
+
+QStringList Arguments(int argc, char** argv) {
+  QStringList arguments;
+  for (int i = 0; i < argc; ++i) arguments << QString::fromLocal8Bit(argv[i]);
+  return arguments;
+}
+
+int RunDesktopProgram(const QStringList& arguments) {
+  // A database given on the command line (as the file manager gives one) is
+  // opened for this session only; the recorded path stays as it is.
+  if (arguments.size() > 1) gCommandLineDatabase = QFileInfo(arguments.at(1)).absoluteFilePath();
   // The windows close the program themselves: closing the main window ends
   // it, and a dialog left last must not.
   QApplication::setQuitOnLastWindowClosed(false);
   app::InstallProgramWindows();
   MMain::Main();
-  const int status = QApplication::exec();
+  return QApplication::exec();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const QStringList arguments = Arguments(argc, argv);
+  const bool batch = app::IsBatchInvocation(arguments);
+  // A scheduled job has no screen to show anything on.
+  if (batch && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+  QApplication application(argc, argv);
+  QApplication::setApplicationName(QStringLiteral("Tabulon"));
+  QApplication::setOrganizationName(QStringLiteral("Varnel Technologies"));
+  const int status = batch ? app::RunBatch(arguments) : RunDesktopProgram(arguments);
   // The office is left running for the user; only our hold on it ends here.
   ReleaseExcelSlots();
   return status;

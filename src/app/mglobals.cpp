@@ -7,4 +7,5 @@ std::unique_ptr<CRegistry> gRegistry;
 dao::Workspace* gWorkspace = nullptr;
 std::shared_ptr<dao::Database> gDatabase;
 bool gDatabaseLoaded = false;
+QString gCommandLineDatabase;
 frmTabulon* gMainWindow = nullptr;

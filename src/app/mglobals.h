@@ -18,6 +18,9 @@ extern std::unique_ptr<CRegistry> gRegistry;
 extern dao::Workspace* gWorkspace;
 extern std::shared_ptr<dao::Database> gDatabase;
 extern bool gDatabaseLoaded;
+// The database named on the command line, opened instead of the recorded
+// one for this session; empty when none was named.
+extern QString gCommandLineDatabase;
 // The one main window; cleared when it closes.
 extern frmTabulon* gMainWindow;
 

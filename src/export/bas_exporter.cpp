@@ -91,6 +91,7 @@ class ExportRun {
 };
 
 void ExportRun::Run() {
+  ResetRunOutcome();
   context_.showStatus(QStringLiteral("Status"));
   Next next = Next::kFinish;
   try {

@@ -41,6 +41,11 @@ struct RunContext {
 
 void ExportReport(const QString& reportName, std::int32_t outputId, const RunContext& context);
 
+// How the last run ended, by the message it ended with: what a caller with
+// nobody to read the messages (a batch run) goes by. The window ignores it.
+enum class RunOutcome { kComplete, kNoFileChosen, kQueryFailed, kWorkbookFailed, kMacroFailed, kFailed };
+RunOutcome LastRunOutcome();
+
 // The save dialog, starting where the last output went. The full path
 // chosen, or "" on cancel; the folder is remembered for next time.
 QString ChooseOutputFileName(const QString& defaultName, const QString& extension, const QString& kind);

@@ -1,5 +1,7 @@
 #include "export/bas_exporter_messages.h"
 
+#include "export/bas_exporter.h"
+
 #include "export/cexcel_exporter.h"
 #include "platform/errors/app_error.h"
 #include "platform/ui/dialogs.h"
@@ -10,7 +12,12 @@ namespace {
 const QString kTitle = QStringLiteral("Excel Exporter");
 const QString kCrLf = QStringLiteral("\r\n");
 
-void Show(const QString& text, int icon) { platform::dialogs().MsgBox(text, icon, kTitle); }
+RunOutcome gOutcome = RunOutcome::kComplete;
+
+void Show(const QString& text, int icon, RunOutcome outcome) {
+  gOutcome = outcome;
+  platform::dialogs().MsgBox(text, icon, kTitle);
+}
 
 QString TemplateOrTargetText() {
   return QStringLiteral(
@@ -36,6 +43,11 @@ QString MacroText() {
              "Alternatively, the default settings for the template in the applicaton's database may be incorrect.");
 }
 
+// Errors raised by the database layer come from running a query.
+RunOutcome OutcomeOf(const platform::AppError& error) {
+  return error.Source().startsWith(QStringLiteral("DAO")) ? RunOutcome::kQueryFailed : RunOutcome::kFailed;
+}
+
 // The runtime names the program itself when an error carries no source.
 QString SourceOf(const platform::AppError& error) {
   return error.Source().isEmpty() ? QStringLiteral("Tabulon") : error.Source();
@@ -43,49 +55,52 @@ QString SourceOf(const platform::AppError& error) {
 
 }  // namespace
 
+RunOutcome LastRunOutcome() { return gOutcome; }
+void ResetRunOutcome() { gOutcome = RunOutcome::kComplete; }
+
 void ShowMissingParameters(const QString& queryName) {
   Show(QStringLiteral("Missing query parameters for: '") + queryName +
            QStringLiteral("'.  Operation cancelled.  Please check defaults."),
-       platform::vbCritical);
+       platform::vbCritical, RunOutcome::kQueryFailed);
 }
 
 void ShowWrongParameterCount(const QString& queryName) {
   Show(QStringLiteral("Wrong number of query parameters for: '") + queryName +
            QStringLiteral("'.  Operation cancelled.  Please check defaults."),
-       platform::vbCritical);
+       platform::vbCritical, RunOutcome::kQueryFailed);
 }
 
 void ShowNoResults() {
   Show(QStringLiteral("Operation cancelled.  No results available for the specified parameter(s).  Use valid "
                       "parameter value(s) and try again."),
-       platform::vbInformation);
+       platform::vbInformation, RunOutcome::kQueryFailed);
 }
 
 void ShowTooManyRows(long recordCount) {
   Show(QStringLiteral("The maximum number or rows allowed per worksheet is 65,536.  ") +
            QStringLiteral("Your query contains ") + QString::number(recordCount) + QStringLiteral(" records.") +
            kCrLf + kCrLf + QStringLiteral("Operation cancelled by system."),
-       platform::vbCritical);
+       platform::vbCritical, RunOutcome::kWorkbookFailed);
 }
 
 void ShowRunError(const platform::AppError& error) {
   switch (error.Number()) {
     case kErrNoFileName:
       return Show(QStringLiteral("A new file name must be specified to Export results.  Operation cancelled by user."),
-                  platform::vbInformation);
+                  platform::vbInformation, RunOutcome::kNoFileChosen);
     case kErrTemplateOrTarget:
-      return Show(TemplateOrTargetText(), platform::vbExclamation);
+      return Show(TemplateOrTargetText(), platform::vbExclamation, RunOutcome::kWorkbookFailed);
     case kErrMacro:
-      return Show(MacroText(), platform::vbExclamation);
+      return Show(MacroText(), platform::vbExclamation, RunOutcome::kMacroFailed);
     case kErrBadInstruction:
       return Show(QStringLiteral("Export incomplete.  Invalid instruction encountered during export.  Ensure template "
                                  "is in the expected directory, and that the worksheet name for the template was "
                                  "specified correctly (etc.)."),
-                  platform::vbExclamation);
+                  platform::vbExclamation, RunOutcome::kWorkbookFailed);
     default:
       return Show(QStringLiteral("Unexpected Error: ") + error.Description() + QStringLiteral(" in ") +
                       SourceOf(error) + QStringLiteral("  Operation cancelled."),
-                  platform::vbCritical);
+                  platform::vbCritical, OutcomeOf(error));
   }
 }
 

@@ -10,6 +10,9 @@ class AppError;
 
 namespace basExporter {
 
+// A run starts out complete; each message below records how it ended.
+void ResetRunOutcome();
+
 void ShowMissingParameters(const QString& queryName);
 void ShowWrongParameterCount(const QString& queryName);
 void ShowNoResults();

@@ -1,0 +1,179 @@
+#include "app/batch_run.h"
+
+#include <QCommandLineParser>
+#include <QFileInfo>
+#include <cstdio>
+
+#include "app/mglobals.h"
+#include "export/bas_exporter.h"
+#include "export/excel_slots.h"
+#include "platform/dao/dao.h"
+#include "platform/errors/app_error.h"
+#include "platform/excel/application.h"
+#include "platform/settings/cregistry.h"
+#include "platform/ui/dialogs.h"
+#include "reportdb/sql_catalogue.h"
+
+namespace app {
+namespace {
+
+void PrintError(const QString& text) {
+  QString line = text;
+  line.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+  std::fprintf(stderr, "tabulon: %s\n", qPrintable(line));
+}
+
+// Nobody answers: every message goes to standard error, the output file is
+// the one given, and a question is answered the safe way (replacing a file
+// only when --overwrite was given).
+class BatchDialogs : public platform::Dialogs {
+ public:
+  BatchDialogs(QString output, bool overwrite) : output_(std::move(output)), overwrite_(overwrite) {}
+
+  int MsgBox(const QString& prompt, int style, const QString& title) override {
+    PrintError(title + QStringLiteral(": ") + prompt);
+    switch (style & 7) {
+      case platform::vbYesNo:
+      case platform::vbYesNoCancel: return overwrite_ ? platform::vbYes : platform::vbNo;
+      case platform::vbOKOnly: return platform::vbOK;
+      default: return platform::vbCancel;
+    }
+  }
+  std::optional<QString> ShowOpen(const platform::FileDialogRequest& request) override {
+    return platform::AnswerToCancel(request);
+  }
+  std::optional<QString> ShowSave(const platform::FileDialogRequest&) override { return output_; }
+
+ private:
+  QString output_;
+  bool overwrite_;
+};
+
+struct BatchOptions {
+  bool list = false;
+  QString report;
+  QString output;
+  QString database;
+  bool overwrite = false;
+};
+
+std::optional<BatchOptions> ParseOptions(const QStringList& arguments) {
+  QCommandLineParser parser;
+  const QCommandLineOption run(QStringLiteral("run"), QStringLiteral("Run REPORT"), QStringLiteral("REPORT"));
+  const QCommandLineOption list(QStringLiteral("list"), QStringLiteral("List the reports"));
+  const QCommandLineOption output(QStringLiteral("output"), QStringLiteral("Workbook to write"), QStringLiteral("FILE"));
+  const QCommandLineOption database(QStringLiteral("database"), QStringLiteral("Database"), QStringLiteral("FILE"));
+  const QCommandLineOption overwrite(QStringLiteral("overwrite"), QStringLiteral("Replace an existing FILE"));
+  parser.addOptions({run, list, output, database, overwrite});
+  if (!parser.parse(arguments)) {
+    PrintError(parser.errorText());
+    return std::nullopt;
+  }
+  BatchOptions options{parser.isSet(list), parser.value(run), parser.value(output), parser.value(database),
+                       parser.isSet(overwrite)};
+  if (parser.isSet(run) == options.list || (!options.list && options.output.isEmpty()) ||
+      !parser.positionalArguments().isEmpty()) {
+    PrintError(QStringLiteral(
+        "usage: tabulon --run \"REPORT\" --output FILE [--database FILE] [--overwrite]\n"
+        "       tabulon --list [--database FILE]"));
+    return std::nullopt;
+  }
+  return options;
+}
+
+// The database given, else the one the family's programs recorded.
+QString DatabasePath(const BatchOptions& options) {
+  if (!options.database.isEmpty()) return QFileInfo(options.database).absoluteFilePath();
+  CRegistry registry;
+  registry.SetRegMainKey(QString::fromLatin1(kFamilyMainKey));
+  return registry.ReadRegistry(QStringLiteral("StartUp"), QStringLiteral("DatabasePath"), QString());
+}
+
+// Report names and keys, in name order.
+QVector<std::pair<QString, std::int32_t>> Reports(dao::Database& database) {
+  QVector<std::pair<QString, std::int32_t>> reports;
+  const std::unique_ptr<dao::Recordset> rows = database.OpenRecordset(reportdb::sql::ReportList());
+  for (; !rows->IsEOF(); rows->MoveNext()) reports.append({rows->Value(1).toString(), rows->Value(0).toInt()});
+  return reports;
+}
+
+int StatusOf(basExporter::RunOutcome outcome) {
+  switch (outcome) {
+    case basExporter::RunOutcome::kComplete: return kBatchOk;
+    case basExporter::RunOutcome::kQueryFailed: return kBatchQuery;
+    case basExporter::RunOutcome::kWorkbookFailed: return kBatchWorkbook;
+    case basExporter::RunOutcome::kMacroFailed: return kBatchMacro;
+    case basExporter::RunOutcome::kNoFileChosen:
+    case basExporter::RunOutcome::kFailed: break;
+  }
+  return kBatchFailed;
+}
+
+int RunReport(dao::Database& database, const QString& databasePath, const BatchOptions& options) {
+  std::optional<std::int32_t> outputId;
+  for (const auto& [name, key] : Reports(database)) {
+    // Report names compare as Jet compares them: case does not count.
+    if (name.compare(options.report, Qt::CaseInsensitive) == 0) outputId = key;
+  }
+  if (!outputId) {
+    PrintError(QStringLiteral("There is no report named '") + options.report + QStringLiteral("' in ") +
+               databasePath + QLatin1Char('.'));
+    return kBatchReportNotFound;
+  }
+  const QString output = QFileInfo(options.output).absoluteFilePath();
+  const bool existed = QFileInfo::exists(output);
+  if (existed && !options.overwrite) {
+    PrintError(output + QStringLiteral(" already exists; give --overwrite to replace it."));
+    return kBatchFileExists;
+  }
+  BatchDialogs dialogs(output, options.overwrite);
+  platform::setDialogs(&dialogs);
+  // The finished workbook is only shown to a person at a screen.
+  excel::Application::SetDesktopOpener([](const QString&) {});
+  gTemplateSearch.database_folder = QFileInfo(databasePath).absolutePath() + QLatin1Char('/');
+  basExporter::RunContext context{database, databasePath, [](const QString&) {}};
+  basExporter::ExportReport(options.report, *outputId, context);
+  platform::setDialogs(nullptr);
+  const int status = StatusOf(basExporter::LastRunOutcome());
+  // A failed run leaves nothing half-written where none was before.
+  if (status != kBatchOk && !existed) QFile::remove(output);
+  if (status == kBatchOk && !QFileInfo::exists(output)) {
+    PrintError(QStringLiteral("The workbook was not written: ") + output);
+    return kBatchWorkbook;
+  }
+  return status;
+}
+
+}  // namespace
+
+bool IsBatchInvocation(const QStringList& arguments) {
+  return arguments.contains(QStringLiteral("--run")) || arguments.contains(QStringLiteral("--list")) ||
+         std::any_of(arguments.begin(), arguments.end(),
+                     [](const QString& a) { return a.startsWith(QStringLiteral("--run=")); });
+}
+
+int RunBatch(const QStringList& arguments) {
+  const std::optional<BatchOptions> options = ParseOptions(arguments);
+  if (!options) return kBatchUsage;
+  const QString databasePath = DatabasePath(*options);
+  if (databasePath.isEmpty()) {
+    PrintError(QStringLiteral("No database is recorded; give one with --database FILE."));
+    return kBatchDatabase;
+  }
+  std::shared_ptr<dao::Database> database;
+  try {
+    database = dao::DBEngine::Workspaces(0).OpenDatabase(databasePath, false, true);
+    if (options->list) {
+      for (const auto& report : Reports(*database)) std::printf("%s\n", qPrintable(report.first));
+      return kBatchOk;
+    }
+  } catch (const platform::AppError& error) {
+    PrintError(databasePath + QStringLiteral(": ") + error.Description());
+    return kBatchDatabase;
+  }
+  const int status = RunReport(*database, databasePath, *options);
+  ReleaseExcelSlots();
+  return status;
+}
+
+}  // namespace app

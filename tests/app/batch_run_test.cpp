@@ -1,0 +1,173 @@
+// The program run as a scheduled job would run it: `tabulon --list` and
+// `tabulon --run` as processes on copies of the sample and the fixtures,
+// their exit statuses and messages, and the workbooks read back.
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include "platform/dao/dao.h"
+#include "xls_reader.h"
+
+namespace {
+
+struct Result {
+  int status = -1;
+  QString out;
+  QString err;
+};
+
+class BatchRunTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(temp_.isValid());
+    sample_ = Copy(QStringLiteral(TABULON_SAMPLE_DATABASE), QStringLiteral("survey.mdb"));
+  }
+
+  QString Copy(const QString& source, const QString& name) {
+    const QString target = temp_.filePath(name);
+    EXPECT_TRUE(QFile::copy(source, target)) << source.toStdString();
+    QFile(target).setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+    return target;
+  }
+  QString Path(const QString& name) const { return temp_.filePath(name); }
+
+  // The program with these arguments, in the temporary folder, with its own
+  // settings folder and no display.
+  Result Tabulon(const QStringList& arguments) const {
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), temp_.filePath(QStringLiteral("config")));
+    environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    environment.remove(QStringLiteral("DISPLAY"));
+    process.setProcessEnvironment(environment);
+    process.setWorkingDirectory(temp_.path());
+    process.start(QStringLiteral(TABULON_PROGRAM), arguments);
+    EXPECT_TRUE(process.waitForFinished(180000));
+    Result result{process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+                  QString::fromUtf8(process.readAllStandardError())};
+    result.err.remove(QStringLiteral("QStandardPaths: XDG_RUNTIME_DIR not set, defaulting to '/tmp/runtime-root'\n"));
+    return result;
+  }
+
+  void RecordDatabase(const QString& path) const {
+    QDir().mkpath(temp_.filePath(QStringLiteral("config/Varnel Technologies")));
+    QFile settings(temp_.filePath(QStringLiteral("config/Varnel Technologies/Ondara3.conf")));
+    ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
+    settings.write("[StartUp]\nDatabasePath=\"" + path.toUtf8() + "\"\n");
+  }
+
+  void Execute(const QString& database, const QString& sql) const {
+    const std::shared_ptr<dao::Database> db = dao::DBEngine::Workspaces(0).OpenDatabase(database);
+    db->Execute(sql);
+  }
+
+  QString sample_;
+
+ private:
+  QTemporaryDir temp_;
+};
+
+TEST_F(BatchRunTest, ListPrintsTheReportsOfTheGivenOrTheRecordedDatabase) {
+  const QString reports = QStringLiteral("Effort\nEstimates\nSite summary\nWeekly catch\n");
+  Result listed = Tabulon({QStringLiteral("--list"), QStringLiteral("--database"), QStringLiteral("survey.mdb")});
+  EXPECT_EQ(listed.status, 0) << listed.err.toStdString();
+  EXPECT_EQ(listed.out, reports);
+
+  listed = Tabulon({QStringLiteral("--list")});
+  EXPECT_EQ(listed.status, 2);
+  EXPECT_EQ(listed.err, QStringLiteral("tabulon: No database is recorded; give one with --database FILE.\n"));
+  RecordDatabase(sample_);
+  listed = Tabulon({QStringLiteral("--list")});
+  EXPECT_EQ(listed.out, reports);
+
+  const QString northwind = Copy(QStringLiteral(TABULON_FIXTURES "/jet/reports-northwind.mdb"), QStringLiteral("nw.mdb"));
+  listed = Tabulon({QStringLiteral("--list"), QStringLiteral("--database"), northwind});
+  EXPECT_EQ(listed.status, 0);
+  EXPECT_EQ(listed.out.count(QLatin1Char('\n')), 7);
+  EXPECT_TRUE(listed.out.contains(QStringLiteral("O'Neil catch\n")));
+
+  listed = Tabulon({QStringLiteral("--list"), QStringLiteral("--database"), QStringLiteral("missing.mdb")});
+  EXPECT_EQ(listed.status, 2);
+  EXPECT_TRUE(listed.err.startsWith(QStringLiteral("tabulon: ") + Path(QStringLiteral("missing.mdb")) +
+                                    QStringLiteral(": ")))
+      << listed.err.toStdString();
+  QFile damaged(Path(QStringLiteral("damaged.mdb")));
+  ASSERT_TRUE(damaged.open(QIODevice::WriteOnly));
+  damaged.write(QByteArray(4096, 'x'));
+  damaged.close();
+  EXPECT_EQ(Tabulon({QStringLiteral("--list"), QStringLiteral("--database"), damaged.fileName()}).status, 2);
+
+  // Half a request is a usage error, told as such.
+  for (const QStringList& wrong : {QStringList{QStringLiteral("--run"), QStringLiteral("Effort")},
+                                   QStringList{QStringLiteral("--list"), QStringLiteral("--run"), QStringLiteral("x"),
+                                               QStringLiteral("--output"), QStringLiteral("y.xls")},
+                                   QStringList{QStringLiteral("--list"), QStringLiteral("--bogus")}}) {
+    const Result usage = Tabulon(wrong);
+    EXPECT_EQ(usage.status, 1) << wrong.join(' ').toStdString();
+    EXPECT_TRUE(usage.err.startsWith(QStringLiteral("tabulon: "))) << usage.err.toStdString();
+  }
+}
+
+TEST_F(BatchRunTest, RunWritesTheWorkbookAndNeverReplacesAFileUnasked) {
+  const QString workbook = Path(QStringLiteral("weekly.xls"));
+  const QStringList run = {QStringLiteral("--run"), QStringLiteral("weekly CATCH"), QStringLiteral("--output"),
+                           QStringLiteral("weekly.xls"), QStringLiteral("--database"), sample_};
+  const Result done = Tabulon(run);
+  ASSERT_EQ(done.status, 0) << done.err.toStdString();
+  EXPECT_EQ(done.err, QString());
+  const XlsBook book = ReadXls(workbook);
+  EXPECT_TRUE(book.SheetNames().contains(QStringLiteral("Catch")));
+  const XlsSheet& information = book.Sheet(QStringLiteral("Information"));
+  EXPECT_EQ(information.Text(6, 3), QStringLiteral("Weekly catch"));
+  // qryCatchByWeek's block starts at its stored row 4, column 1.
+  EXPECT_EQ(book.Sheet(QStringLiteral("Catch")).Text(4, 1), QStringLiteral("Year"));
+
+  QFile::resize(workbook, 10);
+  const Result refused = Tabulon(run);
+  EXPECT_EQ(refused.status, 7);
+  EXPECT_EQ(refused.err, QStringLiteral("tabulon: ") + workbook +
+                             QStringLiteral(" already exists; give --overwrite to replace it.\n"));
+  EXPECT_EQ(QFileInfo(workbook).size(), 10);
+  const Result replaced = Tabulon(run + QStringList{QStringLiteral("--overwrite")});
+  EXPECT_EQ(replaced.status, 0) << replaced.err.toStdString();
+  EXPECT_EQ(ReadXls(workbook).Sheet(QStringLiteral("Information")).Text(6, 3), QStringLiteral("Weekly catch"));
+}
+
+TEST_F(BatchRunTest, EachKindOfFailureHasItsOwnStatusAndLeavesNoFile) {
+  const auto runInto = [&](const QString& report, const QString& output) {
+    return Tabulon({QStringLiteral("--run"), report, QStringLiteral("--output"), output, QStringLiteral("--database"),
+                    sample_});
+  };
+  Result failed = runInto(QStringLiteral("Weekly catches"), QStringLiteral("a.xls"));
+  EXPECT_EQ(failed.status, 3);
+  EXPECT_EQ(failed.err, QStringLiteral("tabulon: There is no report named 'Weekly catches' in ") + sample_ +
+                            QStringLiteral(".\n"));
+
+  // "Site summary" runs qryInterviewsAtSite, whose stored value goes missing.
+  Execute(sample_, QStringLiteral("UPDATE tblUserQueries SET DefaultQueryParameters = Null WHERE QueryID = 3"));
+  failed = runInto(QStringLiteral("Site summary"), QStringLiteral("site.xls"));
+  EXPECT_EQ(failed.status, 4);
+  EXPECT_EQ(failed.err, QStringLiteral("tabulon: Excel Exporter: Missing query parameters for: 'qryInterviewsAtSite'.  "
+                                       "Operation cancelled.  Please check defaults.\n"));
+  EXPECT_FALSE(QFile::exists(Path(QStringLiteral("site.xls"))));
+
+  // "Effort" pastes qryEffortByTimeBlock into a template that is gone.
+  Execute(sample_, QStringLiteral("UPDATE tblUserQueries SET ExcelTemplate = '/nowhere/Missing.xls' WHERE QueryID = 5"));
+  failed = runInto(QStringLiteral("Effort"), QStringLiteral("effort.xls"));
+  EXPECT_EQ(failed.status, 5) << failed.err.toStdString();
+  EXPECT_TRUE(failed.err.startsWith(QStringLiteral("tabulon: Excel Exporter: Cannot access the template")));
+  EXPECT_FALSE(QFile::exists(Path(QStringLiteral("effort.xls"))));
+
+  Execute(sample_, QStringLiteral("UPDATE tblUserQueries SET ExcelMacros = 'Formatting.NoSuchMacro' WHERE QueryID = 1"));
+  failed = runInto(QStringLiteral("Weekly catch"), QStringLiteral("weekly.xls"));
+  EXPECT_EQ(failed.status, 6) << failed.err.toStdString();
+  EXPECT_TRUE(failed.err.startsWith(QStringLiteral("tabulon: Excel Exporter: Cannot execute a macro")));
+  EXPECT_FALSE(QFile::exists(Path(QStringLiteral("weekly.xls"))));
+}
+
+}  // namespace
