@@ -64,6 +64,25 @@ TEST_F(StartupTest, RecordedDatabaseIsOpenedAndItsReportsListedByName) {
   EXPECT_EQ(platform::MousePointer(), platform::vbDefault);
 }
 
+// As the file manager starts it: the named file for this session, the
+// recorded one left as it was.
+TEST_F(StartupTest, ADatabaseNamedOnTheCommandLineOpensForThisSessionOnly) {
+  const QString recorded = CopyOfReportsDatabase();
+  RecordDatabasePath(recorded);
+  const QString named = TempFile(QStringLiteral("named.mdb"));
+  ASSERT_TRUE(QFile::copy(QStringLiteral(TABULON_SAMPLE_DATABASE), named));
+  QFile(named).setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+  gCommandLineDatabase = named;
+
+  MMain::Main();
+  gCommandLineDatabase.clear();
+
+  EXPECT_TRUE(script.MessageBoxes().isEmpty()) << BoxPrompts().join('|').toStdString();
+  EXPECT_EQ(gMainWindow->PanelText(QStringLiteral("Source")), QStringLiteral("Source: ") + named);
+  EXPECT_EQ(ListedReports().size(), 4);
+  EXPECT_EQ(gRegistry->ReadRegistry(QStringLiteral("StartUp"), QStringLiteral("DatabasePath")), recorded);
+}
+
 // The database ./run records on a first start.
 TEST_F(StartupTest, TheBundledSampleDatabaseOpensWithItsReports) {
   const QString sample = TempFile(QStringLiteral("survey.mdb"));
