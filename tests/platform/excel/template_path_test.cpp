@@ -4,6 +4,7 @@
 
 #include "office_test_support.h"
 #include "platform/excel/template_path.h"
+#include "platform/excel/template_sheets.h"
 
 TEST(TemplatePath, WindowsPathsFindTheFileThroughTheMappingWithoutRegardToCase) {
   OutputFolder folder;
@@ -29,4 +30,17 @@ TEST(TemplatePath, TheXlsTestIsATextComparison) {
   EXPECT_FALSE(excel::IsExcelTemplatePath(QStringLiteral("C:\\T\\Sales.xlt")));
   EXPECT_FALSE(excel::IsExcelTemplatePath(QStringLiteral("C:\\T\\Sales.xlsx")));
   EXPECT_FALSE(excel::IsExcelTemplatePath(QString()));
+}
+
+TEST(TemplateSheets, AFileThatIsNotAReadableWorkbookOffersNoSheets) {
+  OutputFolder folder;
+  QFile notXls(folder.File("Notes.xls"));
+  ASSERT_TRUE(notXls.open(QIODevice::WriteOnly));
+  notXls.write("just some text, not a workbook");
+  notXls.close();
+  EXPECT_TRUE(excel::TemplateSheetNames(folder.File("Notes.xls")).isEmpty());
+  EXPECT_TRUE(excel::TemplateSheetNames(folder.File("Missing.xls")).isEmpty());
+  EXPECT_TRUE(excel::TemplateSheetNames(QString()).isEmpty());
+  EXPECT_EQ(excel::NewWorkbookSheetNames(),
+            (QStringList{QStringLiteral("Sheet1"), QStringLiteral("Sheet2"), QStringLiteral("Sheet3")}));
 }
