@@ -145,8 +145,8 @@ std::optional<QueryDestination> frmQueryDestination_UpdateUDT(frmQueryDestinatio
         destination.templatePath = form.txtTemplate->text().trimmed();
         if (!destination.templatePath.isEmpty() && !excel::IsExcelTemplatePath(destination.templatePath)) {
           Refuse(form, *form.txtTemplate,
-                 QStringLiteral("The template must be an Excel workbook (a name ending in .xls), or left empty for "
-                                "a new workbook."));
+                 QStringLiteral("The template must be a workbook (a name ending in .xls, .xlsx or .ods), or left "
+                                "empty for a new workbook."));
           return;
         }
         destination.sheetName = form.cboSheetName->currentText().trimmed();
@@ -205,7 +205,7 @@ void frmQueryDestination_lstUserQueries_OnClick(frmQueryDestination& form) {
 void frmQueryDestination_cmdBrowse_OnClick(frmQueryDestination& form) {
   platform::FileDialogRequest request;
   request.title = QStringLiteral("Choose the Template");
-  request.filter = QStringLiteral("Excel Workbooks (*.xls)|*.xls|All Files (*.*)|*.*");
+  request.filter = QStringLiteral("Workbooks (*.xls;*.xlsx;*.ods)|*.xls;*.xlsx;*.ods|All Files (*.*)|*.*");
   request.flags = platform::cdlOFNFileMustExist | platform::cdlOFNHideReadOnly;
   const QString current =
       excel::ResolveTemplatePath(form.txtTemplate->text().trimmed(), gTemplateSearch.database_folder,

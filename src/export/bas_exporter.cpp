@@ -9,6 +9,7 @@
 #include "export/excel_slots.h"
 #include "export/bas_exporter_messages.h"
 #include "platform/dao/dao.h"
+#include "platform/excel/file_format.h"
 #include "platform/errors/app_error.h"
 #include "platform/ui/mouse_pointer.h"
 #include "reportdb/sql_catalogue.h"
@@ -19,10 +20,6 @@ namespace basExporter {
 ReportInformation gReportInformation;
 
 namespace {
-
-// Excel 97-2003's sheet: rows and columns a block must fit in.
-constexpr long kSheetRows = 65536;
-constexpr int kSheetColumns = 256;
 
 // Errors the family's runtime raises where this run follows its rules.
 constexpr int kErrOverflow = 6;
@@ -86,6 +83,8 @@ class ExportRun {
   const RunContext& context_;
   std::unique_ptr<CExcelExporter> exporter_;
   Destination destination_;
+  // What a block must fit in: the chosen file's sheet.
+  excel::SheetSize sheet_ = excel::SheetSizeOf(excel::FileFormat::kXls);
   std::int16_t counter_ = 1;
   int index_ = 0;  // the query's element in the report information
 };
@@ -162,6 +161,7 @@ Next ExportRun::ExportQuery(const QVariant& queryId) {
     platform::SetMousePointer(platform::vbHourglass);
     const QString fileName = ChooseOutputFileName(reportName_, QStringLiteral("xls"), QStringLiteral("Excel"));
     if (fileName.isEmpty()) return Next::kFinish;
+    sheet_ = excel::SheetSizeOf(excel::FormatOfFile(fileName));
     // Refusing to overwrite leaves this query unwritten; the run goes on.
     if (!exporter_->CreateExcelFile(fileName, destination_.templatePath, gNewExcelInstance)) return Next::kNextQuery;
   }
@@ -215,9 +215,9 @@ Next ExportRun::WriteRecords(dao::QueryDef& query, const QVariant& macros) {
   // Nothing is ever cut off silently: a block that would run past the
   // sheet's last row or column stops the run like too many records.
   const long count = records->RecordCount();
-  if (count >= kSheetRows || destination_.row + count > kSheetRows ||
-      destination_.column + records->FieldCount() - 1 > kSheetColumns) {
-    ShowTooManyRows(count);
+  if (count >= sheet_.rows || destination_.row + count > sheet_.rows ||
+      destination_.column + records->FieldCount() - 1 > sheet_.columns) {
+    ShowTooManyRows(count, sheet_.rows);
     return Next::kFinish;
   }
   exporter_->DoExport(*records, destination_.column, destination_.row, destination_.sheetName);

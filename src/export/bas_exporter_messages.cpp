@@ -1,7 +1,8 @@
 #include "export/bas_exporter_messages.h"
 
-#include "export/bas_exporter.h"
+#include <QLocale>
 
+#include "export/bas_exporter.h"
 #include "export/cexcel_exporter.h"
 #include "platform/errors/app_error.h"
 #include "platform/ui/dialogs.h"
@@ -76,8 +77,9 @@ void ShowNoResults() {
        platform::vbInformation, RunOutcome::kQueryFailed);
 }
 
-void ShowTooManyRows(long recordCount) {
-  Show(QStringLiteral("The maximum number or rows allowed per worksheet is 65,536.  ") +
+void ShowTooManyRows(long recordCount, long rowLimit) {
+  Show(QStringLiteral("The maximum number or rows allowed per worksheet is ") +
+           QLocale(QLocale::English).toString(static_cast<qlonglong>(rowLimit)) + QStringLiteral(".  ") +
            QStringLiteral("Your query contains ") + QString::number(recordCount) + QStringLiteral(" records.") +
            kCrLf + kCrLf + QStringLiteral("Operation cancelled by system."),
        platform::vbCritical, RunOutcome::kWorkbookFailed);

@@ -16,7 +16,8 @@ void ResetRunOutcome();
 void ShowMissingParameters(const QString& queryName);
 void ShowWrongParameterCount(const QString& queryName);
 void ShowNoResults();
-void ShowTooManyRows(long recordCount);
+// `rowLimit` is the sheet's: 65,536 for the family's .xls.
+void ShowTooManyRows(long recordCount, long rowLimit);
 // The run's error handler: one message chosen by the error's number.
 void ShowRunError(const platform::AppError& error);
 

@@ -3,6 +3,7 @@
 
 #include "export/bas_exporter.h"
 #include "platform/errors/app_error.h"
+#include "platform/excel/file_format.h"
 #include "platform/settings/cregistry.h"
 #include "platform/ui/dialogs.h"
 
@@ -12,6 +13,11 @@ namespace {
 const QString kFamilyMainKey = QStringLiteral("Software\\Varnel Technologies\\Ondara3\\");
 const QString kSection = QStringLiteral("Tabulon");
 const QString kLatestFolder = QStringLiteral("LatestReportTargetPath");
+const QString kLatestFormat = QStringLiteral("LatestReportFormat");
+// Beside Excel 97-2003, the formats the office also writes; the chosen
+// name's extension decides which one a run writes.
+const QString kNewerFormats =
+    QStringLiteral("|Excel 2007-365 Files (*.xlsx)|*.xlsx|OpenDocument Spreadsheet Files (*.ods)|*.ods");
 
 CRegistry FamilyRegistry() {
   CRegistry registry;
@@ -36,12 +42,15 @@ QString ChooseOutputFileName(const QString& defaultName, const QString& extensio
     request.initialDir = registry.ReadRegistry(kSection, kLatestFolder, QString());
     request.title = QStringLiteral("Specify a New Name for the ") + kind + QStringLiteral(" Output File");
     request.filter = QStringLiteral("All Files (*.*)|*.*|") + kind + QStringLiteral(" Files ") + QStringLiteral("(*.") +
-                     extension + QStringLiteral(")|*.") + extension;
-    request.filterIndex = 2;
+                     extension + QStringLiteral(")|*.") + extension + kNewerFormats;
+    // The format chosen last is offered first; the family's own otherwise.
+    const QString latest = registry.ReadRegistry(kSection, kLatestFormat, extension);
+    request.filterIndex = latest == QStringLiteral("xlsx") ? 3 : latest == QStringLiteral("ods") ? 4 : 2;
     request.fileName = defaultName;
     const QString chosen = platform::dialogs().ShowSave(request).value_or(QString());
     if (chosen.isEmpty()) return QString();
     registry.WriteRegistry(kSection, kLatestFolder, FolderOf(chosen));
+    registry.WriteRegistry(kSection, kLatestFormat, excel::ExtensionOf(excel::FormatOfFile(chosen)));
     return chosen;
   } catch (const platform::AppError&) {
     return QString();

@@ -2,9 +2,12 @@
 // a reader that shares nothing with the office; and every way a run stops.
 #include <QDir>
 #include <QFile>
+#include <utility>
+#include <vector>
 #include <ostream>
 
 #include "export/bas_exporter.h"
+#include "export/excel_slots.h"
 #include "export_run_fixture.h"
 #include "platform/dao/dao.h"
 #include "platform/settings/cregistry.h"
@@ -78,7 +81,8 @@ TEST_F(ExportRunFlow, AReportRunWritesEveryBlockAtItsPlaceAndDescribesItselfOnTh
   const ScriptedDialogs::FileDialogShown& save = script.FileDialogsShown()[0];
   EXPECT_EQ(save.kind, ScriptedDialogs::FileDialogKind::kSave);
   EXPECT_EQ(save.request.title, QStringLiteral("Specify a New Name for the Excel Output File"));
-  EXPECT_EQ(save.request.filter, QStringLiteral("All Files (*.*)|*.*|Excel Files (*.xls)|*.xls"));
+  EXPECT_EQ(save.request.filter, QStringLiteral("All Files (*.*)|*.*|Excel Files (*.xls)|*.xls|Excel 2007-365 Files "
+                                                "(*.xlsx)|*.xlsx|OpenDocument Spreadsheet Files (*.ods)|*.ods"));
   EXPECT_EQ(save.request.filterIndex, 2);
   EXPECT_EQ(save.request.fileName, QStringLiteral("Quarterly"));
   EXPECT_EQ(save.request.flags, 0x802);
@@ -248,6 +252,50 @@ TEST_F(ExportRunFlow, ABlockThatWouldRunPastTheSheetsLastColumnIsRefusedWholeWit
   EXPECT_EQ(script.MessageBoxes()[0].style, 16);
   EXPECT_EQ(ReadXls(OutputFile(QStringLiteral("limit253.xls"))).Sheet(QStringLiteral("Catch")).Text(3, 256),
             records->Rows().first().last().toString());
+}
+
+// The chosen name's extension decides the file's format and with it the
+// sheet's size; the format is offered first next time. Read back by the office.
+TEST_F(ExportRunFlow, TheChosenExtensionDecidesTheFormatItsSheetSizeAndTheNextChoice) {
+  auto records = QueryResult(Database(), QStringLiteral("Sales by Year"),
+                             {QStringLiteral("01-Jan-1997"), QStringLiteral("31-Mar-1997")});
+  SalesByYearIntoCatchTemplate(QString(), QStringLiteral("01-Jan-1997/31-Mar-1997"));
+  // Past an .xls sheet's last column, well inside the newer formats' sheets.
+  ChangeUserQuery(kSalesByYearQuery, {{"ExcelTargetRow", Number(2)}, {"ExcelTargetColumn", Number(300)}});
+  const std::vector<std::pair<QString, QByteArray>> signature = {
+      {QStringLiteral("xlsx"), "[Content_Types].xml"},
+      {QStringLiteral("ods"), "application/vnd.oasis.opendocument.spreadsheet"}};
+  int offered = 2;  // Excel 97-2003 until another format was chosen
+  for (const auto& [extension, marker] : signature) {
+    const QString file = OutputFile(QStringLiteral("wide.") + extension);
+    script.AnswerFileDialog(file);
+    statuses.clear();
+    Run(QStringLiteral("Broken Parameters"), kSalesByYearReport);
+    EXPECT_EQ(statuses, kFinished);
+    EXPECT_TRUE(script.MessageBoxes().isEmpty()) << script.MessageBoxes().value(0).prompt.toStdString();
+    EXPECT_EQ(script.FileDialogsShown().last().request.filterIndex, offered);
+    offered = extension == QStringLiteral("xlsx") ? 3 : 4;
+    QFile written(file);
+    ASSERT_TRUE(written.open(QIODevice::ReadOnly)) << file.toStdString();
+    const QByteArray bytes = written.readAll();
+    EXPECT_TRUE(bytes.startsWith("PK\x03\x04") && bytes.contains(marker)) << extension.toStdString();
+
+    auto book = gExcelApp->Workbooks().Add(file);
+    EXPECT_TRUE(book.Worksheets().Item(QStringLiteral("Information")).ProtectContents());
+    EXPECT_EQ(book.Worksheets().Item(QStringLiteral("Catch")).Cells(3, 301).Value().toInt(),
+              records->Rows().first().at(1).toInt());
+    book.Close();
+  }
+  EXPECT_EQ(opened.size(), 2);
+
+  // The newer sheets end too, and a block past the end is refused whole.
+  ChangeUserQuery(kSalesByYearQuery, {{"ExcelTargetColumn", Number(16382)}});
+  script.AnswerFileDialog(OutputFile(QStringLiteral("past.xlsx")));
+  Run(QStringLiteral("Broken Parameters"), kSalesByYearReport);
+  EXPECT_EQ(OnlyBox().prompt, QStringLiteral("The maximum number or rows allowed per worksheet is 1,048,576.  Your "
+                                             "query contains %1 records.\r\n\r\nOperation cancelled by system.")
+                                  .arg(records->RecordCount()));
+  EXPECT_EQ(script.FileDialogsShown().last().request.filterIndex, 4);
 }
 
 TEST_F(ExportRunFlow, WriterErrorsGetTheirOwnMessagesAndTheRunStillFinishes) {

@@ -144,10 +144,10 @@ TEST_F(QuerySettingsTest, DestinationRefusesWhatTheRunCouldNotUseAndWritesNothin
   const QString before = StoredDestination(kCatchByWeek);
   WhenShown<frmQueryDestination>([&](frmQueryDestination& form) {
     const QColor red(255, 0, 0);
-    Retype(form.txtTemplate, QStringLiteral("C:\\Templates\\Catch.xlsx"));
+    Retype(form.txtTemplate, QStringLiteral("C:\\Templates\\Catch.xlt"));
     ExpectRefusal(form, form.cmdOK,
-                  QStringLiteral("The template must be an Excel workbook (a name ending in .xls), or left empty for "
-                                 "a new workbook."));
+                  QStringLiteral("The template must be a workbook (a name ending in .xls, .xlsx or .ods), or left "
+                                 "empty for a new workbook."));
     EXPECT_EQ(editors::FieldColour(*form.txtTemplate), red);
     // A Windows path to an .xls is kept: the database is shared with Windows.
     Retype(form.txtTemplate, QStringLiteral("C:\\Templates\\Catch.XLS"));
@@ -192,7 +192,7 @@ TEST_F(QuerySettingsTest, BrowsingForATemplateOffersItsSheetsAndChoosingAnotherQ
     QTest::mouseClick(form.cmdBrowse, Qt::LeftButton);
     ASSERT_EQ(script.FileDialogsShown().size(), 1);
     EXPECT_EQ(script.FileDialogsShown()[0].request.filter,
-              QStringLiteral("Excel Workbooks (*.xls)|*.xls|All Files (*.*)|*.*"));
+              QStringLiteral("Workbooks (*.xls;*.xlsx;*.ods)|*.xls;*.xlsx;*.ods|All Files (*.*)|*.*"));
     EXPECT_EQ(form.txtTemplate->text(), kSampleTemplate);
     EXPECT_EQ(Items(*form.cboSheetName), excel::TemplateSheetNames(kSampleTemplate));
     Retype(form.txtTargetRow, QStringLiteral("7"));

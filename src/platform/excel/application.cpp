@@ -10,6 +10,7 @@
 
 #include "platform/excel/desktop_opener.h"
 #include "platform/excel/excel_errors.h"
+#include "platform/excel/file_format.h"
 #include "platform/excel/macro_runner.h"
 #include "platform/excel/uno_objects.h"
 #include "platform/excel/uno_text.h"
@@ -27,14 +28,15 @@ Application::Opener& CurrentOpener() {
 QString SaveSnapshot(WorkbookState& book) {
   const QString stem =
       book.file_name.isEmpty() ? QStringLiteral("Workbook") : QFileInfo(book.file_name).completeBaseName();
-  QTemporaryFile file(QDir::tempPath() + QStringLiteral("/") + stem + QStringLiteral("-XXXXXX.xls"));
+  const FileFormat format = FormatOfFile(book.file_name);
+  QTemporaryFile file(QDir::tempPath() + QStringLiteral("/") + stem + QStringLiteral("-XXXXXX.") + ExtensionOf(format));
   file.setAutoRemove(false);
   if (!file.open()) RaiseApplicationDefined(QStringLiteral("cannot create a temporary copy of the workbook"));
   const QString path = file.fileName();
   file.close();
   css::uno::Reference<css::frame::XStorable>(book.document, css::uno::UNO_QUERY_THROW)
       ->storeToURL(ToOUString(QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded)),
-                   SequenceOf({Property("FilterName", css::uno::Any(rtl::OUString::createFromAscii(kXlsFilterName))),
+                   SequenceOf({Property("FilterName", css::uno::Any(rtl::OUString::createFromAscii(OfficeFilterOf(format)))),
                                Property("Overwrite", css::uno::Any(true))}));
   return path;
 }

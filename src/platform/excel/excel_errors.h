@@ -10,10 +10,6 @@ namespace excel {
 constexpr int kSubscriptOutOfRange = 9;
 constexpr int kApplicationDefined = 1004;
 
-// .xls grid: what Excel 97-2003 workbooks can hold.
-constexpr int kMaxRows = 65536;
-constexpr int kMaxColumns = 256;
-
 // The source the errors of the office carry, as Excel's carry its name.
 inline QString OfficeErrorSource() { return QStringLiteral("LibreOffice Calc"); }
 

@@ -83,9 +83,11 @@ css::sheet::TableFilterField2 FilterField(int column, const QString& criteria) {
 
 }  // namespace
 
+
 Range::Range(std::shared_ptr<SheetState> sheet, int top, int left, int bottom, int right)
     : sheet_(std::move(sheet)), top_(top), left_(left), bottom_(bottom), right_(right) {
-  if (top < 1 || left < 1 || bottom > kMaxRows || right > kMaxColumns || bottom < top || right < left)
+  const SheetSize size = GridOf(*sheet_->book);
+  if (top < 1 || left < 1 || bottom > size.rows || right > size.columns || bottom < top || right < left)
     RaiseApplicationDefined();
 }
 
@@ -162,9 +164,11 @@ void Range::SetFontColorIndex(int index) {
 long Range::CopyFromRecordset(dao::Recordset& records) {
   const int fields = records.FieldCount();
   const long rows = records.IsEOF() ? 0 : records.RecordCount() - records.AbsolutePosition();
-  // The office's grid is larger than an .xls sheet and its export drops what
-  // does not fit without a word, so the limit is Excel's and checked here.
-  if (fields > 0 && (left_ + fields - 1 > kMaxColumns || top_ + rows - 1 > kMaxRows))
+  // The office's grid can be larger than the file's sheet, and its export
+  // drops what does not fit without a word, so the file's limit is checked
+  // here (the workbook's format is known once it has been saved as a file).
+  const SheetSize size = GridOf(*sheet_->book);
+  if (fields > 0 && (left_ + fields - 1 > size.columns || top_ + rows - 1 > size.rows))
     RaiseApplicationDefined(QStringLiteral("the records do not fit in the worksheet"));
   const RecordBlock block = BuildRecordBlock(records);
   if (rows == 0 || fields == 0) return 0;

@@ -13,7 +13,10 @@ QString ResolveTemplatePath(const QString& stored_path, const QString& database_
 }
 
 bool IsExcelTemplatePath(const QString& path) {
-  return path.endsWith(QStringLiteral(".xls"), Qt::CaseInsensitive);
+  for (const char* extension : {".xls", ".xlsx", ".ods"}) {
+    if (path.endsWith(QLatin1String(extension), Qt::CaseInsensitive)) return true;
+  }
+  return false;
 }
 
 }  // namespace excel

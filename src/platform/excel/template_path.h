@@ -16,7 +16,9 @@ namespace excel {
 QString ResolveTemplatePath(const QString& stored_path, const QString& database_folder,
                             const std::vector<jet::FolderMapping>& mappings);
 
-// The "*.xls" test of a template path: a text comparison, so ".XLS" matches.
+// Whether a stored template names a workbook the run opens: the family's
+// "*.xls" text comparison (".XLS" matches), and the .xlsx and .ods that the
+// office writes as well. Any other name gives a new workbook.
 bool IsExcelTemplatePath(const QString& path);
 
 }  // namespace excel

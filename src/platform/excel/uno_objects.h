@@ -10,6 +10,7 @@
 #include <com/sun/star/sheet/XSpreadsheetDocument.hpp>
 
 #include "platform/excel/office_session.h"
+#include "platform/excel/file_format.h"
 
 namespace excel {
 
@@ -44,6 +45,9 @@ struct SheetState {
 css::uno::Reference<css::frame::XController> ControllerOf(const WorkbookState& book);
 // Locks or unlocks the document's views; each book is locked at most once.
 void LockViews(WorkbookState& book, bool locked);
+// The sheet size of the book's file format: the file it was saved as or,
+// before that, the template it came from.
+SheetSize GridOf(const WorkbookState& book);
 // Raises 1004 when the workbook was closed or handed over.
 void RequireOpen(const WorkbookState& book);
 

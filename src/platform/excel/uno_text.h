@@ -33,9 +33,6 @@ com::sun::star::uno::Sequence<T> SequenceOf(std::initializer_list<T> items) {
 
 namespace excel {
 
-// The office's name for the Excel 97-2003 (.xls, BIFF8) export filter.
-constexpr char kXlsFilterName[] = "MS Excel 97";
-
 inline com::sun::star::beans::PropertyValue Property(const char* name, com::sun::star::uno::Any value) {
   com::sun::star::beans::PropertyValue p;
   p.Name = rtl::OUString::createFromAscii(name);

@@ -14,6 +14,7 @@
 #include <com/sun/star/util/XModifiable.hpp>
 
 #include "platform/excel/excel_errors.h"
+#include "platform/excel/file_format.h"
 #include "platform/excel/uno_objects.h"
 #include "platform/excel/uno_text.h"
 
@@ -108,6 +109,10 @@ Worksheet Worksheets::Add() {
   });
 }
 
+SheetSize GridOf(const WorkbookState& book) {
+  return SheetSizeOf(FormatOfFile(book.file_name.isEmpty() ? book.template_name : book.file_name));
+}
+
 void Workbook::SaveAs(const QString& file_name) {
   const QString absolute = QFileInfo(file_name).absoluteFilePath();
   OfficeCall(*state_->session, [&] {
@@ -117,7 +122,8 @@ void Workbook::SaveAs(const QString& file_name) {
     css::uno::Reference<css::frame::XStorable> storable(state_->document, css::uno::UNO_QUERY_THROW);
     try {
       storable->storeAsURL(ToOUString(QUrl::fromLocalFile(absolute).toString(QUrl::FullyEncoded)),
-                           SequenceOf({Property("FilterName", css::uno::Any(rtl::OUString::createFromAscii(kXlsFilterName))),
+                           SequenceOf({Property("FilterName", css::uno::Any(rtl::OUString::createFromAscii(
+                                           OfficeFilterOf(FormatOfFile(absolute))))),
                                        Property("Overwrite", css::uno::Any(true))}));
     } catch (const css::uno::Exception& e) {
       RaiseApplicationDefined(QStringLiteral("'%1' cannot be written (%2)").arg(file_name, ToQString(e.Message)));

@@ -84,7 +84,9 @@ Range Worksheet::Range(const QString& address) const {
   });
 }
 
-Range Worksheet::Columns(int index) const { return ::excel::Range(state_, 1, index, kMaxRows, index); }
+Range Worksheet::Columns(int index) const {
+  return ::excel::Range(state_, 1, index, GridOf(*state_->book).rows, index);
+}
 
 void Worksheet::Protect(bool drawing_objects, bool contents, bool scenarios, const QString& password) {
   if (!drawing_objects && !contents && !scenarios) return;

@@ -23,4 +23,12 @@ QStringList QtNameFilters(const QString& filter) {
   return nameFilters;
 }
 
+QString FilterExtension(const QString& nameFilter) {
+  const qsizetype open = nameFilter.lastIndexOf(QLatin1Char('('));
+  const QString patterns = nameFilter.mid(open + 1).chopped(nameFilter.endsWith(QLatin1Char(')')) ? 1 : 0);
+  const QString first = patterns.section(QLatin1Char(' '), 0, 0);
+  if (!first.startsWith(QStringLiteral("*.")) || first.indexOf(QLatin1Char('*'), 1) >= 0) return QString();
+  return first.mid(2);
+}
+
 }  // namespace platform

@@ -12,4 +12,8 @@ namespace platform {
 // description without patterns is dropped.
 QStringList QtNameFilters(const QString& filter);
 
+// The extension of a Qt name filter's first pattern ("xls" for
+// "Excel Files (*.xls)"); empty for "*" and for several extensions' worth.
+QString FilterExtension(const QString& nameFilter);
+
 }  // namespace platform

@@ -118,6 +118,13 @@ CommonFileDialog::CommonFileDialog(Kind kind, const FileDialogRequest& request, 
     setNameFilters(nameFilters);
     selectNameFilter(nameFilters.value(request.filterIndex - 1, nameFilters.first()));
   }
+  // A name typed without an extension takes the chosen filter's, as the
+  // save dialogs of the desktop do.
+  if (kind == Kind::kSave) {
+    setDefaultSuffix(FilterExtension(selectedNameFilter()));
+    connect(this, &QFileDialog::filterSelected, this,
+            [this](const QString& filter) { setDefaultSuffix(FilterExtension(filter)); });
+  }
   if (!request.initialDir.isEmpty() && QFileInfo(request.initialDir).isDir()) setDirectory(request.initialDir);
   if (!request.fileName.isEmpty()) selectFile(request.fileName);
 }

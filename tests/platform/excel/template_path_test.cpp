@@ -24,11 +24,13 @@ TEST(TemplatePath, WindowsPathsFindTheFileThroughTheMappingWithoutRegardToCase) 
             QStringLiteral("C:\\Nowhere\\Gone.xls"));
 }
 
-TEST(TemplatePath, TheXlsTestIsATextComparison) {
+TEST(TemplatePath, TheWorkbookTestIsATextComparison) {
   EXPECT_TRUE(excel::IsExcelTemplatePath(QStringLiteral("C:\\T\\Sales.xls")));
   EXPECT_TRUE(excel::IsExcelTemplatePath(QStringLiteral("C:\\T\\SALES.XLS")));
+  EXPECT_TRUE(excel::IsExcelTemplatePath(QStringLiteral("/t/Sales.XLSX")));
+  EXPECT_TRUE(excel::IsExcelTemplatePath(QStringLiteral("/t/Sales.ods")));
   EXPECT_FALSE(excel::IsExcelTemplatePath(QStringLiteral("C:\\T\\Sales.xlt")));
-  EXPECT_FALSE(excel::IsExcelTemplatePath(QStringLiteral("C:\\T\\Sales.xlsx")));
+  EXPECT_FALSE(excel::IsExcelTemplatePath(QStringLiteral("/t/Sales.ods.bak")));
   EXPECT_FALSE(excel::IsExcelTemplatePath(QString()));
 }
 

@@ -46,6 +46,11 @@ TEST(FileFilter, PairsBecomeQtNameFilters) {
   EXPECT_EQ(QtNameFilters(QStringLiteral("Workbooks|*.xls; *.xlt|Dangling")),
             QStringList{QStringLiteral("Workbooks (*.xls *.xlt)")});
   EXPECT_TRUE(QtNameFilters(QString()).isEmpty());
+  // What a save dialog appends to a name typed without an extension.
+  EXPECT_EQ(FilterExtension(QStringLiteral("Excel 2007-365 Files (*.xlsx) (*.xlsx)")), QStringLiteral("xlsx"));
+  EXPECT_EQ(FilterExtension(QStringLiteral("Excel Files (*.xls)")), QStringLiteral("xls"));
+  EXPECT_EQ(FilterExtension(QStringLiteral("All Files (*.*) (*)")), QString());
+  EXPECT_EQ(FilterExtension(QStringLiteral("Workbooks (*.xls *.xlt)")), QStringLiteral("xls"));
 }
 
 TEST(QtFileDialog, IsSetUpFromTheRequest) {
@@ -56,6 +61,7 @@ TEST(QtFileDialog, IsSetUpFromTheRequest) {
   EXPECT_EQ(save.acceptMode(), QFileDialog::AcceptSave);
   EXPECT_EQ(save.nameFilters().size(), 2);
   EXPECT_EQ(save.selectedNameFilter(), QStringLiteral("Excel Files (*.xls)"));
+  EXPECT_EQ(save.defaultSuffix(), QStringLiteral("xls"));
   EXPECT_EQ(QDir(save.directory()).canonicalPath(), QDir(folder.path()).canonicalPath());
   EXPECT_FALSE(save.testOption(QFileDialog::DontConfirmOverwrite));
   // Only the description shows, as the program wrote it.
