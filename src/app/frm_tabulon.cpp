@@ -16,6 +16,7 @@
 #include "app/frm_about_qor.h"
 #include "app/instance_channel.h"
 #include "app/mglobals.h"
+#include "app/run_progress_dialog.h"
 #include "export/bas_exporter.h"
 #include "export/excel_slots.h"
 #include "platform/ui/desktop_window.h"
@@ -166,11 +167,16 @@ void frmTabulon::lstAvailableQueries_DblClick() {
   platform::SetMousePointer(platform::vbHourglass);
   const QString reportName = item->text();
   const qint32 outputId = item->data(Qt::UserRole).toInt();
-  basExporter::RunContext context{*gDatabase, gFile->CurrentFile(), [this](const QString& text) {
+  app::RunProgressDialog progress(reportName, this);
+  basExporter::RunContext context{*gDatabase, gFile->CurrentFile(),
+                                  [this](const QString& text) {
                                     SetPanelText(QStringLiteral("Status"), text);
                                     repaint();
-                                  }};
+                                  },
+                                  &progress};
+  progress.show();
   basExporter::ExportReport(reportName, outputId, context);
+  progress.close();
   platform::SetMousePointer(platform::vbDefault);
 }
 

@@ -1,5 +1,6 @@
 #include "export/bas_exporter.h"
 
+#include <QFile>
 #include <QLocale>
 #include <limits>
 #include <memory>
@@ -7,6 +8,7 @@
 
 #include "export/cexcel_exporter.h"
 #include "export/excel_slots.h"
+#include "export/run_progress.h"
 #include "export/bas_exporter_messages.h"
 #include "platform/dao/dao.h"
 #include "platform/excel/file_format.h"
@@ -77,6 +79,16 @@ class ExportRun {
   void SaveWorkbook();
   void Finish();
   void Leave();
+  void Cancel();
+
+  // Makes the run's watcher the one the writer reports to, for the run.
+  class WatchedBy {
+   public:
+    explicit WatchedBy(RunProgress* progress) { gRunProgress = progress; }
+    ~WatchedBy() { gRunProgress = nullptr; }
+    WatchedBy(const WatchedBy&) = delete;
+    WatchedBy& operator=(const WatchedBy&) = delete;
+  };
 
   QString reportName_;
   std::int32_t outputId_;
@@ -87,10 +99,13 @@ class ExportRun {
   excel::SheetSize sheet_ = excel::SheetSizeOf(excel::FileFormat::kXls);
   std::int16_t counter_ = 1;
   int index_ = 0;  // the query's element in the report information
+  int queryCount_ = 0;
+  QString outputFile_;  // made by this run
 };
 
 void ExportRun::Run() {
   ResetRunOutcome();
+  const WatchedBy watched(context_.progress);
   context_.showStatus(QStringLiteral("Status"));
   Next next = Next::kFinish;
   try {
@@ -98,6 +113,8 @@ void ExportRun::Run() {
     context_.showStatus(QStringLiteral("Status: Working.  Please wait..."));
     exporter_ = std::make_unique<CExcelExporter>();
     next = Body();
+  } catch (const RunCancelled&) {
+    return Cancel();
   } catch (const platform::AppError& error) {
     ShowRunError(error);
   } catch (const std::exception& error) {
@@ -115,6 +132,7 @@ Next ExportRun::Body() {
   gReportInformation.QueryNames = QStringList(n, QString());
   gReportInformation.ParameterNames = QStringList(n, QString());
   gReportInformation.ParameterValues = QStringList(n, QString());
+  queryCount_ = n;
   queries->MoveFirst();
   for (; !queries->IsEOF(); queries->MoveNext()) {
     const Next next = ExportQuery(queries->Value(0));
@@ -125,10 +143,12 @@ Next ExportRun::Body() {
     ++counter_;
     ++index_;
   }
+  StopIfCancelled();
   exporter_->PasteReportInformation(gReportInformation.Author, gReportInformation.OutputDate,
                                     gReportInformation.SourceDatabase, gReportInformation.ReportName,
                                     gReportInformation.Description, gReportInformation.QueryNames,
                                     gReportInformation.ParameterNames, gReportInformation.ParameterValues);
+  StopIfCancelled();
   SaveWorkbook();
   return Next::kFinish;
 }
@@ -148,6 +168,8 @@ Next ExportRun::ExportQuery(const QVariant& queryId) {
   RequireCurrentRecord(*userQuery);
   ApplyDestination(*userQuery);
   const QString queryName = TextOf(*userQuery, 4).trimmed();
+  if (gRunProgress) gRunProgress->QueryStarted(index_ + 1, queryCount_, queryName);
+  StopIfCancelled();
   gReportInformation.QueryNames[index_] = queryName;
   gReportInformation.ParameterNames[index_] = QString();
 
@@ -164,6 +186,7 @@ Next ExportRun::ExportQuery(const QVariant& queryId) {
     sheet_ = excel::SheetSizeOf(excel::FormatOfFile(fileName));
     // Refusing to overwrite leaves this query unwritten; the run goes on.
     if (!exporter_->CreateExcelFile(fileName, destination_.templatePath, gNewExcelInstance)) return Next::kNextQuery;
+    outputFile_ = fileName;
   }
   return WriteRecords(query, userQuery->Value(6));
 }
@@ -220,9 +243,14 @@ Next ExportRun::WriteRecords(dao::QueryDef& query, const QVariant& macros) {
     ShowTooManyRows(count, sheet_.rows);
     return Next::kFinish;
   }
+  StopIfCancelled();
   exporter_->DoExport(*records, destination_.column, destination_.row, destination_.sheetName);
   platform::SetMousePointer(platform::vbHourglass);
-  for (const QString& macro : reportdb::ReadExcelMacros(macros)) exporter_->RunExcelMacro(macro);
+  for (const QString& macro : reportdb::ReadExcelMacros(macros)) {
+    StopIfCancelled();
+    exporter_->RunExcelMacro(macro);
+  }
+  StopIfCancelled();
   return Next::kNextQuery;
 }
 
@@ -246,9 +274,32 @@ void ExportRun::Finish() {
   }
   exporter_.reset();
   gExcelAppInUse.reset();
+  DropReplacedFile();
 }
 
-void ExportRun::Leave() { exporter_.reset(); }
+void ExportRun::Leave() {
+  exporter_.reset();
+  DropReplacedFile();
+}
+
+// Stopped by the person watching: the workbook goes unsaved, the file this
+// run made goes with it and a file it was replacing comes back. The office
+// stays ready for the next run.
+void ExportRun::Cancel() {
+  NoteRunCancelled();
+  try {
+    if (gExcelWorkbook) gExcelWorkbook->Close();
+  } catch (...) {
+  }
+  gExcelWorksheet.reset();
+  gExcelWorkbook.reset();
+  if (!outputFile_.isEmpty()) QFile::remove(outputFile_);
+  RestoreReplacedFile();
+  exporter_.reset();
+  gExcelAppInUse.reset();
+  platform::SetMousePointer(platform::vbDefault);
+  context_.showStatus(QLatin1String(kCancelledStatus));
+}
 
 }  // namespace
 

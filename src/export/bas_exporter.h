@@ -16,6 +16,9 @@ class Database;
 
 namespace basExporter {
 
+// The status a cancelled run leaves in the window.
+inline constexpr char kCancelledStatus[] = "Status: Cancelled.  Nothing was saved.";
+
 // What the run tells the Information sheet about the report.
 struct ReportInformation {
   QString Author;
@@ -32,18 +35,22 @@ struct ReportInformation {
 // The last run's, kept for the program's lifetime as the family keeps it.
 extern ReportInformation gReportInformation;
 
+class RunProgress;
+
 // What the run needs from the window that started it.
 struct RunContext {
   dao::Database& database;
   QString sourceDatabase;  // the open report database's file
   std::function<void(const QString&)> showStatus;  // sets and shows the "Status" panel
+  // Someone watching who can stop the run; none for a run nobody watches.
+  RunProgress* progress = nullptr;
 };
 
 void ExportReport(const QString& reportName, std::int32_t outputId, const RunContext& context);
 
 // How the last run ended, by the message it ended with: what a caller with
 // nobody to read the messages (a batch run) goes by. The window ignores it.
-enum class RunOutcome { kComplete, kNoFileChosen, kQueryFailed, kWorkbookFailed, kMacroFailed, kFailed };
+enum class RunOutcome { kComplete, kNoFileChosen, kQueryFailed, kWorkbookFailed, kMacroFailed, kFailed, kCancelled };
 RunOutcome LastRunOutcome();
 
 // The save dialog, starting where the last output went. The full path

@@ -58,6 +58,7 @@ QString SourceOf(const platform::AppError& error) {
 
 RunOutcome LastRunOutcome() { return gOutcome; }
 void ResetRunOutcome() { gOutcome = RunOutcome::kComplete; }
+void NoteRunCancelled() { gOutcome = RunOutcome::kCancelled; }
 
 void ShowMissingParameters(const QString& queryName) {
   Show(QStringLiteral("Missing query parameters for: '") + queryName +

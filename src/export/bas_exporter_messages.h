@@ -12,6 +12,7 @@ namespace basExporter {
 
 // A run starts out complete; each message below records how it ended.
 void ResetRunOutcome();
+void NoteRunCancelled();
 
 void ShowMissingParameters(const QString& queryName);
 void ShowWrongParameterCount(const QString& queryName);

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "export/excel_slots.h"
+#include "export/run_progress.h"
 #include "platform/dao/recordset.h"
 #include "platform/excel/excel_errors.h"
 #include "platform/excel/template_path.h"
@@ -82,7 +83,7 @@ bool CExcelExporter::CreateExcelFile(const QString& fileName, const QString& tem
                                  platform::vbInformation, kApplicationTitle);
       return false;
     }
-    if (!QFile::remove(fileName)) throw platform::AppError(75, QStringLiteral("Path/File access error"), source);
+    if (!SetAsideReplacedFile(fileName)) throw platform::AppError(75, QStringLiteral("Path/File access error"), source);
   }
   try {
     // An office that was released or has died cannot serve this run, whatever
@@ -139,7 +140,14 @@ void CExcelExporter::DoExport(dao::Recordset& records, int16_t column, int16_t r
   }
   IgnoringErrors([&] {
     const auto first = sheet.Cells(Add16(row, 1), column);
-    sheet.Range(first, first).CopyFromRecordset(records);
+    if (!basExporter::gRunProgress) {
+      sheet.Range(first, first).CopyFromRecordset(records);
+      return;
+    }
+    sheet.Range(first, first).CopyFromRecordset(records, [](long placed) {
+      basExporter::gRunProgress->RowsPlaced(placed);
+      return !basExporter::gRunProgress->CancelRequested();
+    });
   });
   if (gAutoFitExcelColumns)
     for (int i = 0; i < fields; ++i) IgnoringErrors([&] { sheet.Columns(Add16(column, i)).AutoFitColumns(); });

@@ -2,6 +2,7 @@
 // CExcelExporter object, so one run's state passes from query to query.
 #pragma once
 
+#include <QString>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -19,6 +20,12 @@ extern std::optional<excel::Workbook> gExcelWorkbook;
 extern std::optional<excel::Worksheet> gExcelWorksheet;
 // The next CreateExcelFile must create a new application.
 extern bool gNewExcelInstance;
+
+// A file the output replaces is set aside, not deleted, until the run
+// ends: kept for good when the run is cancelled, dropped otherwise.
+bool SetAsideReplacedFile(const QString& file);
+void DropReplacedFile();
+void RestoreReplacedFile();
 
 // Lets go of the office's objects, the worksheet first and the application
 // last. Called before the program ends: static destruction would otherwise

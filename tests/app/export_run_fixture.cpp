@@ -43,9 +43,9 @@ void ExportRunTest::ChangeUserQuery(int queryId, const std::map<std::string, jet
   FAIL() << "no user query " << queryId;
 }
 
-void ExportRunTest::Run(const QString& reportName, int outputId) {
+void ExportRunTest::Run(const QString& reportName, int outputId, basExporter::RunProgress* progress) {
   std::shared_ptr<dao::Database> database = dao::DBEngine::Workspaces(0).OpenDatabase(database_);
-  basExporter::RunContext context{*database, database_, [this](const QString& text) { statuses << text; }};
+  basExporter::RunContext context{*database, database_, [this](const QString& text) { statuses << text; }, progress};
   basExporter::ExportReport(reportName, outputId, context);
 }
 

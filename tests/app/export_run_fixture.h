@@ -14,14 +14,19 @@
 #include "exporter_fixture.h"
 #include "xls_reader.h"
 
+namespace basExporter {
+class RunProgress;
+}
+
 class ExportRunTest : public ExporterTest {
  protected:
   void SetUp() override;
 
   // Changes fields of one tblUserQueries row before the run reads it.
   void ChangeUserQuery(int queryId, const std::map<std::string, jet::Value>& fields);
-  // Runs the report as a double-click in the main window does.
-  void Run(const QString& reportName, int outputId);
+  // Runs the report as a double-click in the main window does, watched by
+  // `progress` when one is given.
+  void Run(const QString& reportName, int outputId, basExporter::RunProgress* progress = nullptr);
   QString OutputFile(const QString& name) const { return out_.File(name); }
   QString OutputFolder() const { return out_.Path(); }
   QString Database() const { return database_; }

@@ -2,12 +2,14 @@
 // a reader that shares nothing with the office; and every way a run stops.
 #include <QDir>
 #include <QFile>
+#include <functional>
 #include <utility>
 #include <vector>
 #include <ostream>
 
 #include "export/bas_exporter.h"
 #include "export/excel_slots.h"
+#include "export/run_progress.h"
 #include "export_run_fixture.h"
 #include "platform/dao/dao.h"
 #include "platform/settings/cregistry.h"
@@ -296,6 +298,88 @@ TEST_F(ExportRunFlow, TheChosenExtensionDecidesTheFormatItsSheetSizeAndTheNextCh
                                              "query contains %1 records.\r\n\r\nOperation cancelled by system.")
                                   .arg(records->RecordCount()));
   EXPECT_EQ(script.FileDialogsShown().last().request.filterIndex, 4);
+}
+
+// A person watching the run: what they were shown, and a Cancel pressed
+// once `stopWhen` says so.
+class ScriptedWatcher : public basExporter::RunProgress {
+ public:
+  explicit ScriptedWatcher(std::function<bool(const ScriptedWatcher&)> stopWhen) : stopWhen_(std::move(stopWhen)) {}
+  void QueryStarted(int number, int count, const QString& name) override {
+    shown << QStringLiteral("%1/%2 %3").arg(number).arg(count).arg(name);
+  }
+  void RowsPlaced(long rows) override { placed << rows; }
+  bool CancelRequested() override { return pressed = pressed || stopWhen_(*this); }
+
+  QStringList shown;
+  QList<long> placed;
+  bool pressed = false;
+
+ private:
+  std::function<bool(const ScriptedWatcher&)> stopWhen_;
+};
+
+TEST_F(ExportRunFlow, CancelLeavesNoFileKeepsAReplacedOneAndTheOfficeReadyForTheNextRun) {
+  const QString file = OutputFile(QStringLiteral("Quarterly.xls"));
+  const QString cancelled = QString::fromLatin1(basExporter::kCancelledStatus);
+  // Stopped as the second query begins: its first block was already placed.
+  ScriptedWatcher secondQuery([](const ScriptedWatcher& w) { return w.shown.size() == 2; });
+  script.AnswerFileDialog(file);
+  Run(QStringLiteral("Quarterly"), 7, &secondQuery);
+  EXPECT_EQ(secondQuery.shown, (QStringList{QStringLiteral("1/2 Quarterly Orders by Product"),
+                                            QStringLiteral("2/2 Invoices Filter")}));
+  EXPECT_EQ(statuses, (QStringList{QStringLiteral("Status"), kWorking, cancelled}));
+  EXPECT_TRUE(script.MessageBoxes().isEmpty());
+  EXPECT_FALSE(QFile::exists(file));
+  EXPECT_TRUE(opened.isEmpty());
+  EXPECT_FALSE(gExcelWorkbook);
+  EXPECT_EQ(basExporter::LastRunOutcome(), basExporter::RunOutcome::kCancelled);
+
+  // A file at the chosen path that the person agreed to replace is back as it was.
+  {
+    QFile existing(file);
+    ASSERT_TRUE(existing.open(QIODevice::WriteOnly));
+    existing.write("last week's report");
+  }
+  ScriptedWatcher atInformation([](const ScriptedWatcher& w) { return w.shown.size() == 2 && !w.placed.isEmpty(); });
+  script.AnswerFileDialog(file);
+  script.AnswerMessageBox(platform::vbYes);
+  statuses.clear();
+  Run(QStringLiteral("Quarterly"), 7, &atInformation);
+  EXPECT_EQ(statuses.last(), cancelled);
+  QFile kept(file);
+  ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
+  EXPECT_EQ(kept.readAll(), QByteArray("last week's report"));
+  EXPECT_EQ(QDir(OutputFolder()).entryList(QDir::Files), QStringList{QStringLiteral("Quarterly.xls")});
+
+  // The office runs the next report as if nothing had happened.
+  ScriptedWatcher never([](const ScriptedWatcher&) { return false; });
+  script.AnswerFileDialog(file);
+  script.AnswerMessageBox(platform::vbYes);
+  statuses.clear();
+  Run(QStringLiteral("Quarterly"), 7, &never);
+  EXPECT_EQ(statuses, kFinished);
+  EXPECT_TRUE(ReadXls(file).SheetNames().contains(QStringLiteral("Information")));
+  EXPECT_EQ(QDir(OutputFolder()).entryList(QDir::Files), QStringList{QStringLiteral("Quarterly.xls")});
+}
+
+TEST_F(ExportRunFlow, ALongBlockGoesInPartsAndCancelStopsBetweenThem) {
+  // "Quarterly" places its first block at row 5: 2,155 rows of Order Details Extended instead.
+  ChangeUserQuery(5, {{"QueryName", Text(QStringLiteral("Order Details Extended"))}});
+  ScriptedWatcher firstPart([](const ScriptedWatcher& w) { return !w.placed.isEmpty(); });
+  const QString file = OutputFile(QStringLiteral("long.xls"));
+  script.AnswerFileDialog(file);
+  Run(QStringLiteral("Quarterly"), 7, &firstPart);
+  EXPECT_EQ(firstPart.placed, QList<long>{2048});
+  EXPECT_EQ(statuses.last(), QString::fromLatin1(basExporter::kCancelledStatus));
+  EXPECT_FALSE(QFile::exists(file));
+
+  ScriptedWatcher never([](const ScriptedWatcher&) { return false; });
+  script.AnswerFileDialog(file);
+  Run(QStringLiteral("Quarterly"), 7, &never);
+  EXPECT_EQ(never.placed.first(), 2048);
+  EXPECT_EQ(never.placed.at(1), 2155);
+  EXPECT_EQ(ReadXls(file).Sheet(QStringLiteral("Sheet1")).rows, 5 + 2155);
 }
 
 TEST_F(ExportRunFlow, WriterErrorsGetTheirOwnMessagesAndTheRunStillFinishes) {

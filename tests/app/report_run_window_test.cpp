@@ -5,6 +5,9 @@
 #include <QEvent>
 #include <QLabel>
 #include <QListWidget>
+#include <QProgressDialog>
+#include <QPushButton>
+#include <QTimer>
 #include <QTest>
 
 #include "app/export_assistant_hook.h"
@@ -128,6 +131,36 @@ TEST_F(ReportRunWindowTest, YesRunsTheReportIntoTheChosenWorkbookWhileTheStatusP
   }
   EXPECT_TRUE(book.SheetNames().contains(QStringLiteral("Information")));
   EXPECT_TRUE(gMainWindow->isVisible());
+}
+
+// The progress window follows the run; its Cancel, pressed by the person,
+// stops the run with nothing saved and the status panel saying so.
+TEST_F(ReportRunWindowTest, TheProgressWindowNamesTheQueryAndItsCancelStopsTheRunWithNothingSaved) {
+  const QString file = out_.filePath(QStringLiteral("Quarterly.xls"));
+  script.AnswerMessageBox(platform::vbYes);
+  script.AnswerFileDialog(file);
+  QString shownText;
+  // Pressed while the second query runs, once the first block is in place.
+  QTimer watcher;
+  QObject::connect(&watcher, &QTimer::timeout, [&] {
+    auto* progress = gMainWindow ? gMainWindow->findChild<QProgressDialog*>() : nullptr;
+    if (!progress || !progress->isVisible() || !progress->labelText().startsWith(QStringLiteral("Query 2 of 2"))) return;
+    shownText = progress->labelText();
+    watcher.stop();
+    auto* cancel = progress->findChild<QPushButton*>();
+    ASSERT_NE(cancel, nullptr);
+    QTest::mouseClick(cancel, Qt::LeftButton);
+  });
+  watcher.start(0);
+
+  DoubleClickReport(kQuarterly);
+
+  EXPECT_EQ(shownText, QStringLiteral("Query 2 of 2: Invoices Filter\nRows placed: 0"));
+  EXPECT_EQ(gMainWindow->PanelText(QStringLiteral("Status")), QStringLiteral("Status: Cancelled.  Nothing was saved."));
+  EXPECT_FALSE(QFile::exists(file));
+  EXPECT_TRUE(handedOver_.isEmpty());
+  EXPECT_EQ(platform::MousePointer(), platform::vbDefault);
+  EXPECT_EQ(gMainWindow->findChild<QProgressDialog*>(), nullptr);
 }
 
 TEST_F(ReportRunWindowTest, NoGoesToTheAssistantAndWritesNothing) {

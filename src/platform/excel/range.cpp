@@ -161,7 +161,7 @@ void Range::SetFontColorIndex(int index) {
   });
 }
 
-long Range::CopyFromRecordset(dao::Recordset& records) {
+long Range::CopyFromRecordset(dao::Recordset& records, const std::function<bool(long placed)>& placed) {
   const int fields = records.FieldCount();
   const long rows = records.IsEOF() ? 0 : records.RecordCount() - records.AbsolutePosition();
   // The office's grid can be larger than the file's sheet, and its export
@@ -172,15 +172,30 @@ long Range::CopyFromRecordset(dao::Recordset& records) {
     RaiseApplicationDefined(QStringLiteral("the records do not fit in the worksheet"));
   const RecordBlock block = BuildRecordBlock(records);
   if (rows == 0 || fields == 0) return 0;
+  // Parts small enough that the office answers each well within a second.
+  const long part = placed ? kRowsPerPart : rows;
+  for (long first = 0; first < rows; first += part) {
+    const long count = std::min(part, rows - first);
+    PlaceRows(block, first, count, fields);
+    if (placed && !placed(first + count)) return first + count;
+  }
+  return rows;
+}
+
+void Range::PlaceRows(const RecordBlock& block, long first, long count, int fields) {
   OfficeCall(*sheet_->book->session, [&] {
-    const auto cells = WritableCellsOf(*sheet_, top_, left_, top_ + static_cast<int>(rows) - 1, left_ + fields - 1);
-    css::uno::Reference<css::sheet::XCellRangeData>(cells, css::uno::UNO_QUERY_THROW)->setDataArray(block.rows);
+    const int top = top_ + static_cast<int>(first);
+    const auto cells = WritableCellsOf(*sheet_, top, left_, top + static_cast<int>(count) - 1, left_ + fields - 1);
+    const bool whole = first == 0 && count == block.rows.getLength();
+    css::uno::Reference<css::sheet::XCellRangeData>(cells, css::uno::UNO_QUERY_THROW)
+        ->setDataArray(whole ? block.rows
+                             : css::uno::Sequence<css::uno::Sequence<css::uno::Any>>(
+                                   block.rows.getConstArray() + first, static_cast<sal_Int32>(count)));
     for (int f = 0; f < fields; ++f) {
       if (block.formats[f] == ColumnFormat::kGeneral) continue;
-      SetNumberFormat(*sheet_, cells->getCellRangeByPosition(f, 0, f, static_cast<int>(rows) - 1), block.formats[f]);
+      SetNumberFormat(*sheet_, cells->getCellRangeByPosition(f, 0, f, static_cast<int>(count) - 1), block.formats[f]);
     }
   });
-  return rows;
 }
 
 void Range::AutoFitColumns() {

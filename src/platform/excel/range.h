@@ -3,6 +3,7 @@
 
 #include <QString>
 #include <QVariant>
+#include <functional>
 #include <memory>
 
 namespace dao {
@@ -12,6 +13,7 @@ class Recordset;
 namespace excel {
 
 struct SheetState;
+struct RecordBlock;
 
 class Range {
  public:
@@ -36,8 +38,11 @@ class Range {
   void SetFontColorIndex(int index);
   // Writes the records from the current position to the end, downward and
   // rightward from the range's top-left cell, in one bulk call; the recordset
-  // ends at EOF. Returns the number of rows written.
-  long CopyFromRecordset(dao::Recordset& records);
+  // ends at EOF. Returns the number of rows written. With `placed`, a long
+  // block goes in parts, and after each part `placed` hears the rows in
+  // place so far and answers whether to go on: a person can stop the run
+  // between parts.
+  long CopyFromRecordset(dao::Recordset& records, const std::function<bool(long placed)>& placed = {});
   // EntireRow.Hidden of the range's first row (a filter hides rows).
   bool RowHidden() const;
   // EntireColumn.AutoFit for the range's columns.
@@ -47,6 +52,9 @@ class Range {
   void AutoFilter(int field, const QString& criteria);
 
  private:
+  static constexpr long kRowsPerPart = 2048;
+  void PlaceRows(const RecordBlock& block, long first, long count, int fields);
+
   std::shared_ptr<SheetState> sheet_;
   int top_, left_, bottom_, right_;  // 1-based, inclusive
 };
