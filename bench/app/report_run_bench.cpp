@@ -6,6 +6,7 @@
 // the hand-over (workbook made, query run, block pasted, information sheet,
 // save) and the hand-over itself; and from the run's steps replayed one by one.
 //   report_run_bench [ROUNDS]
+//   report_run_bench --weekly SAMPLE_MDB
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QEvent>
@@ -20,7 +21,9 @@
 #include "app/mglobals.h"
 #include "app/mmain.h"
 #include "bench_database.h"
+#include "export/bas_exporter.h"
 #include "export/excel_slots.h"
+#include "export/run_progress.h"
 #include "platform/excel/application.h"
 #include "platform/settings/cregistry.h"
 #include "platform/ui/scripted_dialogs.h"
@@ -97,6 +100,36 @@ RunTimes DoubleClickRun(TimedDialogs& dialogs, const QString& output) {
                   gMainWindow->PanelText(QStringLiteral("Status"))};
 }
 
+// Presses Cancel `offset` ms after the first part of the block is in place;
+// the time from the press until the run has cleaned up and returned.
+class TimedCancel : public basExporter::RunProgress {
+ public:
+  explicit TimedCancel(double offset) : offset_(offset) { clock_.start(); }
+  void QueryStarted(int, int, const QString&) override {}
+  void RowsPlaced(long) override {
+    if (press_at_ < 0) press_at_ = Ms(clock_) + offset_;
+  }
+  bool CancelRequested() override { return press_at_ >= 0 && Ms(clock_) >= press_at_; }
+  double SincePress() const { return Ms(clock_) - press_at_; }
+
+ private:
+  QElapsedTimer clock_;
+  double offset_;
+  double press_at_ = -1;
+};
+
+double CancelLatency(dao::Database& database, const BenchDatabase& bench, TimedDialogs& dialogs, const QString& output,
+                     double offset) {
+  dialogs.AnswerFileDialog(output);
+  TimedCancel cancel(offset);
+  basExporter::RunContext context{database, bench.path, [](const QString&) {}, &cancel};
+  const auto report = database.OpenRecordset(
+      QStringLiteral("SELECT OutputID FROM tblExportableResults WHERE Abbreviation = '") + bench.report + "'");
+  basExporter::ExportReport(bench.report, report->Value(0).toInt(), context);
+  if (QFile::exists(output)) std::fprintf(stderr, "the cancelled run left %s\n", qPrintable(output));
+  return cancel.SincePress();
+}
+
 double Median(std::vector<double> v) {
   std::sort(v.begin(), v.end());
   return v[v.size() / 2];
@@ -104,12 +137,39 @@ double Median(std::vector<double> v) {
 
 }  // namespace
 
+// The sample's "Weekly catch" from the window in a fresh process, so with a
+// cold office, to set beside `tabulon --run` (run.sh times that one).
+int WeeklyCatchFromTheWindow(const QString& sample, const QTemporaryDir& dir) {
+  RecordDatabaseForStartUp(sample);
+  TimedDialogs dialogs;
+  platform::setDialogs(&dialogs);
+  excel::Application::SetDesktopOpener([](const QString&) {});
+  QElapsedTimer clock;
+  clock.start();
+  MMain::Main();
+  if (!gMainWindow || !SelectReport(QStringLiteral("Weekly catch"))) {
+    std::fprintf(stderr, "the sample's Weekly catch is not listed\n");
+    return 1;
+  }
+  const double start_up = Ms(clock);
+  const RunTimes t = DoubleClickRun(dialogs, dir.filePath(QStringLiteral("weekly.xls")));
+  std::printf("sample's Weekly catch from the window, cold office: start-up %.0f ms, double-click to \"%s\" painted "
+              "%.0f ms, hand-over %.0f ms\n",
+              start_up, qPrintable(t.status), t.to_complete, t.hand_over);
+  platform::setDialogs(nullptr);
+  delete gMainWindow;
+  ReleaseExcelSlots();
+  return 0;
+}
+
 int main(int argc, char** argv) {
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   QTemporaryDir dir;
   qputenv("XDG_CONFIG_HOME", QFile::encodeName(dir.filePath(QStringLiteral("config"))));
   QApplication qapp(argc, argv);
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
+  if (argc > 2 && QLatin1String(argv[1]) == QLatin1String("--weekly"))
+    return WeeklyCatchFromTheWindow(QString::fromLocal8Bit(argv[2]), dir);
   const int rounds = argc > 1 ? std::max(1, atoi(argv[1])) : 3;
 
   QElapsedTimer timer;
@@ -148,6 +208,17 @@ int main(int argc, char** argv) {
     totals.push_back(t.to_complete);
   }
   std::printf("double-click to complete, median of %d warm-office runs: %.0f ms\n", rounds, Median(totals));
+
+  // The same report into the newer formats, on the same office.
+  for (const char* extension : {"xls", "xlsx", "ods"}) {
+    const RunTimes t = DoubleClickRun(dialogs, dir.filePath(QStringLiteral("format.") + QLatin1String(extension)));
+    std::printf("65,535 x 8 into .%s: double-click to \"%s\" painted %.0f ms\n", extension, qPrintable(t.status),
+                t.to_complete);
+  }
+  for (const double offset : {0.0, 150.0, 400.0}) {
+    const double latency = CancelLatency(*gDatabase, bench, dialogs, dir.filePath(QStringLiteral("cancel.xls")), offset);
+    std::printf("cancel pressed %.0f ms into the 65,535-row paste: run over %.0f ms after the press\n", offset, latency);
+  }
 
   const StepTimes steps = ReplayRunSteps(*gDatabase, dir.filePath(QStringLiteral("steps.xls")));
   std::printf("the run's steps one by one: office (new workbook + first save) %.0f ms, query %.0f ms, paste %.0f ms, "
