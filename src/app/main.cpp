@@ -15,10 +15,13 @@ QStringList Arguments(int argc, char** argv) {
   return arguments;
 }
 
-int RunDesktopProgram(const QStringList& arguments) {
+int RunDesktopProgram() {
   // A database given on the command line (as the file manager gives one) is
-  // opened for this session only; the recorded path stays as it is.
-  if (arguments.size() > 1) gCommandLineDatabase = QFileInfo(arguments.at(1)).absoluteFilePath();
+  // opened for this session only; the recorded path stays as it is. Qt has
+  // taken its own options out of the arguments by now.
+  const QStringList arguments = QApplication::arguments();
+  if (arguments.size() > 1 && !arguments.at(1).startsWith(QLatin1Char('-')))
+    gCommandLineDatabase = QFileInfo(arguments.at(1)).absoluteFilePath();
   // The windows close the program themselves: closing the main window ends
   // it, and a dialog left last must not.
   QApplication::setQuitOnLastWindowClosed(false);
@@ -37,7 +40,7 @@ int main(int argc, char** argv) {
   QApplication application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Tabulon"));
   QApplication::setOrganizationName(QStringLiteral("Varnel Technologies"));
-  const int status = batch ? app::RunBatch(arguments) : RunDesktopProgram(arguments);
+  const int status = batch ? app::RunBatch(arguments) : RunDesktopProgram();
   // The office is left running for the user; only our hold on it ends here.
   ReleaseExcelSlots();
   return status;
