@@ -2,6 +2,7 @@
 
 #include <QCommandLineParser>
 #include <QFileInfo>
+#include <algorithm>
 #include <cstdio>
 
 #include "app/mglobals.h"
@@ -20,7 +21,7 @@ namespace {
 void PrintError(const QString& text) {
   QString line = text;
   line.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-  std::fprintf(stderr, "tabulon: %s\n", qPrintable(line));
+  std::fprintf(stderr, "tabulon: %s\n", line.toUtf8().constData());
 }
 
 // Nobody answers: every message goes to standard error, the output file is
@@ -164,7 +165,7 @@ int RunBatch(const QStringList& arguments) {
   try {
     database = dao::DBEngine::Workspaces(0).OpenDatabase(databasePath, false, true);
     if (options->list) {
-      for (const auto& report : Reports(*database)) std::printf("%s\n", qPrintable(report.first));
+      for (const auto& report : Reports(*database)) std::printf("%s\n", report.first.toUtf8().constData());
       return kBatchOk;
     }
   } catch (const platform::AppError& error) {
