@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
 
 #include "app/end_program.h"
 #include "app/instance_channel.h"
@@ -20,7 +21,19 @@ QString CApplication::Path() const {
   return path;
 }
 
-QString CApplication::HelpFile() const { return Path() + QStringLiteral(TABULON_HELP_FILE); }
+QString CApplication::HelpFile() const { return app::FindHelpFile(Path()); }
+
+namespace app {
+
+QString FindHelpFile(const QString& programFolder) {
+  const QDir folder(programFolder);
+  const QString beside = QDir::toNativeSeparators(folder.filePath(QStringLiteral(TABULON_HELP_FILE)));
+  if (QFileInfo::exists(beside)) return beside;
+  return QDir::toNativeSeparators(QDir::cleanPath(
+      folder.filePath(QStringLiteral(TABULON_HELP_FOLDER_FROM_PROGRAM "/" TABULON_HELP_FILE))));
+}
+
+}  // namespace app
 
 QString CApplication::Version() const {
   return QStringLiteral("Version: %1.%2.%3")

@@ -4,6 +4,17 @@
 
 #include <QString>
 
+namespace app {
+
+// The help beside the program in programFolder, where the build tree keeps
+// it; otherwise where an install puts it, found from the program's own folder
+// so that an install under any prefix (/usr, /usr/local, ~/.local) finds its
+// own help. That installed place is also the answer when neither is there,
+// so a message about the missing help names where it belongs.
+QString FindHelpFile(const QString& programFolder);
+
+}  // namespace app
+
 class CApplication {
  public:
   QString Company() const;
@@ -11,6 +22,7 @@ class CApplication {
   QString Description() const;
   // The executable's folder, always ending in the platform's separator.
   QString Path() const;
+  // The help of this program, as FindHelpFile finds it.
   QString HelpFile() const;
   QString ProductName() const;
   QString Title() const;
