@@ -53,15 +53,21 @@ Status RowDecoder::ReadVarOffsets(ByteSpan row, size_t mask_length, uint16_t var
     for (size_t i = 0; i <= var_count; ++i) (*offsets)[i] = row.U16(end - 4 - 2 * i);
     return Status::OK();
   }
-  // Jet 3 offsets are one byte; a jump table records at which variable column
-  // each further 256-byte segment begins.
+  return ReadJet3VarOffsets(row, mask_length, var_count, offsets);
+}
+
+Status ReadJet3VarOffsets(ByteSpan row, size_t mask_length, uint16_t var_count, std::vector<uint16_t>* offsets) {
+  // Jet 3 offsets are one byte; a jump table, just before the count, records
+  // at which variable column each further 256-byte segment begins.
+  offsets->resize(size_t(var_count) + 1);
+  const size_t end = row.size() - mask_length;
   size_t jumps = (row.size() - 1) / 256;
   if (end < 2 + jumps + var_count) return Status::Corruption("row offset table is truncated");
-  size_t table = end - 2 - jumps;  // the first offset; later ones precede it
-  if ((table - var_count) / 256 < jumps) {  // the last jump entry is a filler
-    --jumps;
-    table = end - 2 - jumps;
-  }
+  const size_t table = end - 2 - jumps;  // the first offset; later ones precede it
+  // A row whose offset table itself crosses a boundary carries one entry
+  // more than its data needs. That filler keeps its byte, so the offsets
+  // stay where they are: only the entry is not read.
+  if ((table - var_count) / 256 < jumps) --jumps;
   size_t used = 0;
   for (size_t i = 0; i <= var_count; ++i) {
     while (used < jumps && i == row.U8(end - 2 - used)) ++used;

@@ -28,6 +28,10 @@ class RowDecoder {
   const TableLayout& layout_;
 };
 
+// The var_count + 1 variable-column offsets of a Jet 3 row (the last one the
+// end of the variable data), read through the row's jump table.
+Status ReadJet3VarOffsets(ByteSpan row, size_t mask_length, uint16_t var_count, std::vector<uint16_t>* offsets);
+
 // The size in the fixed area of a fixed-length type (0 for variable types).
 size_t FixedSize(ColumnType type);
 
