@@ -68,8 +68,8 @@ void RegisterAggregateFunctions(sqlite3* db) {
   sqlite3_create_function(db, "jet_varp", 1, SQLITE_UTF8, nullptr, nullptr, SpreadStep, SpreadFinal<false, false>);
 }
 
-void RegisterJetFunctions(sqlite3* db) {
-  RegisterTextFunctions(db);
+void RegisterJetFunctions(sqlite3* db, SortOrderVersion order) {
+  RegisterTextFunctions(db, order);
   RegisterNumberFunctions(db);
   RegisterDateFunctions(db);
   RegisterFormatFunction(db);

@@ -9,13 +9,15 @@
 #include <string>
 #include <string_view>
 
+#include "jet/sort_order.h"
 #include "sql/sql_types.h"
 
 namespace jet::sql {
 
-// Registers every Jet function, aggregate and the JETGENERAL collation.
-void RegisterJetFunctions(sqlite3* db);
-void RegisterTextFunctions(sqlite3* db);
+// Registers every Jet function, aggregate and the JETGENERAL collation;
+// text compares in the General order of the file's version.
+void RegisterJetFunctions(sqlite3* db, SortOrderVersion order);
+void RegisterTextFunctions(sqlite3* db, SortOrderVersion order);
 void RegisterNumberFunctions(sqlite3* db);
 void RegisterDateFunctions(sqlite3* db);
 void RegisterFormatFunction(sqlite3* db);

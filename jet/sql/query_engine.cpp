@@ -227,7 +227,8 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
     if (sqlite3_open_v2(":memory:", &lite, flags, nullptr) != SQLITE_OK)
       return Status::IOError("Cannot open the SQLite engine.");
-    sql::RegisterJetFunctions(lite);
+    sql::RegisterJetFunctions(lite, db->format() == FileFormat::kJet3 ? SortOrderVersion::kGeneral97
+                                                                       : SortOrderVersion::kGeneral);
     return Status::OK();
   }
 

@@ -179,6 +179,14 @@ void String(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   ResultChars(ctx, std::u32string(n, c));
 }
 
+constexpr SortOrderVersion kJet3Order = SortOrderVersion::kGeneral97;
+constexpr SortOrderVersion kJet4Order = SortOrderVersion::kGeneral;
+
+// The General order of the connection's file, registered as user data.
+SortOrderVersion OrderOf(const void* data) {
+  return data ? *static_cast<const SortOrderVersion*>(data) : SortOrderVersion::kGeneral;
+}
+
 // StrComp(a, b [, compare]): -1, 0, 1; case-blind General order unless compare is 0.
 void StrComp(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   if (IsNull(argv[0]) || IsNull(argv[1])) {
@@ -186,7 +194,7 @@ void StrComp(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     return;
   }
   std::string a = ArgText(argv[0]), b = ArgText(argv[1]);
-  int c = (argc > 2 && ArgInt(argv[2]) == 0) ? a.compare(b) : CompareGeneral(a, b);
+  int c = (argc > 2 && ArgInt(argv[2]) == 0) ? a.compare(b) : CompareGeneral(a, b, OrderOf(sqlite3_user_data(ctx)));
   sqlite3_result_int(ctx, c < 0 ? -1 : c > 0 ? 1 : 0);
 }
 
@@ -253,9 +261,9 @@ void TypedTextFn(sqlite3_context* ctx, int, sqlite3_value** argv) {
   ResultText(ctx, TypedText(argv[0], static_cast<SqlType>(sqlite3_value_int(argv[1]))));
 }
 
-int CollateGeneral(void*, int len_a, const void* a, int len_b, const void* b) {
+int CollateGeneral(void* order, int len_a, const void* a, int len_b, const void* b) {
   return CompareGeneral(std::string_view(static_cast<const char*>(a), static_cast<size_t>(len_a)),
-                        std::string_view(static_cast<const char*>(b), static_cast<size_t>(len_b)));
+                        std::string_view(static_cast<const char*>(b), static_cast<size_t>(len_b)), OrderOf(order));
 }
 
 struct Fn {
@@ -277,12 +285,13 @@ constexpr Fn kFunctions[] = {
 
 }  // namespace
 
-void RegisterTextFunctions(sqlite3* db) {
+void RegisterTextFunctions(sqlite3* db, SortOrderVersion order) {
+  // The order travels as the functions' user data: one of two constants.
+  void* data = const_cast<SortOrderVersion*>(order == SortOrderVersion::kGeneral97 ? &kJet3Order : &kJet4Order);
   for (const Fn& f : kFunctions) {
-    sqlite3_create_function(db, f.name, f.args, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, f.fn, nullptr,
-                            nullptr);
+    sqlite3_create_function(db, f.name, f.args, SQLITE_UTF8 | SQLITE_DETERMINISTIC, data, f.fn, nullptr, nullptr);
   }
-  sqlite3_create_collation(db, "JETGENERAL", SQLITE_UTF8, nullptr, CollateGeneral);
+  sqlite3_create_collation(db, "JETGENERAL", SQLITE_UTF8, data, CollateGeneral);
 }
 
 }  // namespace jet::sql

@@ -316,6 +316,19 @@ class PrimaryCodeReader {
   size_t pending_pos_ = 0;
 };
 
+// Whole values are compared (no index truncation); texts with equal keys
+// are equal, as Access's = and GROUP BY treat them.
+int CompareWholeKeys(std::string_view utf8_a, std::string_view utf8_b, SortOrderVersion version) {
+  std::u16string units_a, units_b;
+  DecodeUtf8(utf8_a, /*lenient=*/true, &units_a);
+  DecodeUtf8(utf8_b, /*lenient=*/true, &units_b);
+  std::string key_a, key_b;
+  BuildKey(units_a, version, /*lenient=*/true, &key_a);
+  BuildKey(units_b, version, /*lenient=*/true, &key_b);
+  const int c = key_a.compare(key_b);
+  return c < 0 ? -1 : c > 0 ? 1 : 0;
+}
+
 }  // namespace
 
 Status GeneralSortKey(std::string_view utf8_text, SortOrderVersion version, std::string* key) {
@@ -327,8 +340,9 @@ Status GeneralSortKey(std::string_view utf8_text, SortOrderVersion version, std:
   return BuildKey(units, version, /*lenient=*/false, key);
 }
 
-int CompareGeneral(std::string_view utf8_a, std::string_view utf8_b) {
+int CompareGeneral(std::string_view utf8_a, std::string_view utf8_b, SortOrderVersion version) {
   if (utf8_a == utf8_b) return 0;
+  if (version == SortOrderVersion::kGeneral97) return CompareWholeKeys(utf8_a, utf8_b, version);
   // Most texts differ in their letters, which lead the key: compare those
   // as they are produced and build whole keys only on a tie.
   PrimaryCodeReader a(utf8_a), b(utf8_b);
@@ -337,16 +351,7 @@ int CompareGeneral(std::string_view utf8_a, std::string_view utf8_b) {
     if (x != y) return x < y ? -1 : 1;  // a finished text (-1) sorts first
     if (x < 0) break;
   }
-  // Whole values are compared (no index truncation); texts with equal keys
-  // are equal, as Access's = and GROUP BY treat them.
-  std::u16string units_a, units_b;
-  DecodeUtf8(utf8_a, /*lenient=*/true, &units_a);
-  DecodeUtf8(utf8_b, /*lenient=*/true, &units_b);
-  std::string key_a, key_b;
-  BuildKey(units_a, SortOrderVersion::kGeneral, /*lenient=*/true, &key_a);
-  BuildKey(units_b, SortOrderVersion::kGeneral, /*lenient=*/true, &key_b);
-  const int c = key_a.compare(key_b);
-  return c < 0 ? -1 : c > 0 ? 1 : 0;
+  return CompareWholeKeys(utf8_a, utf8_b, version);
 }
 
 }  // namespace jet

@@ -172,6 +172,21 @@ TEST(SavedQueryRun, ResultsMatchTheTableData) {
   size_t expected = TableRows(db, "Customers", &def).size() + TableRows(db, "Suppliers", &def).size();
   ASSERT_TRUE(engine->RunQuery("Customers and Suppliers by City", {}, &result).ok());
   EXPECT_EQ(result.rows.size(), expected);
+  // An Access 97 file sorts in Access 97's order: Köln before København.
+  std::vector<std::string> cities;
+  for (const Row& row : result.rows) cities.push_back(row[0].as_text());
+  for (size_t i = 1; i < cities.size(); ++i)
+    EXPECT_LE(CompareGeneral(cities[i - 1], cities[i], SortOrderVersion::kGeneral97), 0) << cities[i];
+  const auto at = [&](const std::string& city) { return std::find(cities.begin(), cities.end(), city) - cities.begin(); };
+  EXPECT_LT(at("Köln"), at("København"));
+  // Comparisons, DISTINCT and grouping follow the same order.
+  ASSERT_TRUE(engine
+                  ->RunSql("SELECT City, Count(*) AS N FROM Customers WHERE City > 'Köln' AND City < 'L' "
+                           "GROUP BY City ORDER BY City",
+                           {}, &result)
+                  .ok());
+  ASSERT_FALSE(result.rows.empty());
+  EXPECT_EQ(result.rows[0][0].as_text(), "København");
 }
 
 // DISTINCTROW keeps one row per combination of records of the tables whose

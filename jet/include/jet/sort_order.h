@@ -21,6 +21,9 @@ Status GeneralSortKey(std::string_view utf8_text, SortOrderVersion version, std:
 
 // Compares two texts as Access's General order does: case and accents
 // ignored at the first level. <0, 0, >0. Usable as an SQLite collation.
-int CompareGeneral(std::string_view utf8_a, std::string_view utf8_b);
+// Jet 3 files use their own version of the order, which places some
+// letters differently (ø after z, for one).
+int CompareGeneral(std::string_view utf8_a, std::string_view utf8_b,
+                   SortOrderVersion version = SortOrderVersion::kGeneral);
 
 }  // namespace jet
