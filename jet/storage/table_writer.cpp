@@ -342,6 +342,13 @@ Status FreeRowLongValues(Pager* pager, TableState* t, const std::vector<uint8_t>
     std::vector<uint32_t> freed;
     JET_RETURN_IF_ERROR(FreeLongValue(pager, field, &freed));
     t->long_value_freed[c.number].insert(freed.begin(), freed.end());
+    // As Access does, the column's free-space map names the pages that now
+    // have room, so the room is found again after the file is reopened.
+    auto maps = t->long_value_maps.find(c.number);
+    if (maps == t->long_value_maps.end() || !maps->second.second) continue;
+    auto grow = [pager](uint32_t* p) { return AllocatePage(pager, p); };
+    for (uint32_t page : freed)
+      JET_RETURN_IF_ERROR(SetMapBit(pager, maps->second.second, page, true, MapKind::kFreedRoom, grow));
   }
   return Status::OK();
 }
@@ -493,6 +500,11 @@ Status Writer::State(const std::shared_ptr<const TableLayout>& layout, TableStat
     // The live count, since the stored one may be stale.
     std::vector<uint32_t> mapped;
     JET_RETURN_IF_ERROR(ReadUsageMap(*pager_, layout->usage_map, &mapped));
+    for (const auto& [column, maps] : t->long_value_maps) {
+      std::vector<uint32_t> with_room;
+      if (maps.second) JET_RETURN_IF_ERROR(ReadUsageMap(*pager_, maps.second, &with_room));
+      t->long_value_freed[column].insert(with_room.begin(), with_room.end());
+    }
     for (uint32_t p : mapped) {
       Page page;
       JET_RETURN_IF_ERROR(pager_->ReadPage(p, &page));
@@ -598,6 +610,11 @@ Status Writer::Delete(const std::shared_ptr<const TableLayout>& layout, RowId id
     StoredRow deleted = ref.rows[id.row];
     deleted.flags = kRowDeletedFlag | kRowOverflowFlag;
     JET_RETURN_IF_ERROR(SetRowAt(pager_, t, RowPointer(id), std::move(deleted)));
+    // The page has room again; Access records that in the free-space map.
+    if (t->layout->free_map) {
+      auto grow = [this](uint32_t* p) { return AllocatePage(pager_, p); };
+      JET_RETURN_IF_ERROR(SetMapBit(pager_, t->layout->free_map, id.page, true, MapKind::kFreedRoom, grow));
+    }
     for (size_t i = 0; i < t->indexes.size(); ++i) {
       RealIndexState& r = t->indexes[i];
       if (!r.def) continue;

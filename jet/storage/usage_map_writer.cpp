@@ -129,7 +129,7 @@ Status SetInline(Pager* pager, uint32_t map_pointer, MapRow* map, uint32_t page,
   if (!inside) {
     if (!value) return Status::OK();
     std::vector<uint32_t> pages = InlinePages(bytes);
-    if (kind == MapKind::kOwned && !pages.empty()) {
+    if (kind != MapKind::kFreeSpace && !pages.empty()) {
       pages.push_back(page);
       return ConvertToReference(pager, map_pointer, std::move(pages), allocate);
     }

@@ -13,7 +13,10 @@
 
 namespace jet {
 
-enum class MapKind { kOwned, kFreeSpace };
+// kFreeSpace marks the page being filled: its map may slide and forget the
+// others. kFreedRoom marks room a delete released: that must outlast the
+// session, so the map grows into a page-referenced one rather than slide.
+enum class MapKind { kOwned, kFreeSpace, kFreedRoom };
 
 // Sets or clears the bit of `page` in the map stored at row pointer `map_pointer`.
 // New bitmap pages of a reference map come from `allocate`.
