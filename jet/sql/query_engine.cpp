@@ -1,6 +1,7 @@
-// QueryEngine: one per open file. Tables are copied into an in-memory SQLite
-// database when a statement first reads them; saved queries are expanded
-// into the statement that uses them.
+// QueryEngine: one per open file. A statement runs in an in-memory SQLite
+// database where each Jet table it reads is either a copy (small tables,
+// made on first use) or a virtual table over the file; saved queries are
+// expanded into the statement that uses them.
 #include <sqlite3.h>
 
 #include <cctype>
@@ -18,6 +19,7 @@
 #include "sql/function_support.h"
 #include "sql/parser.h"
 #include "sql/query_text.h"
+#include "sql/table_module.h"
 #include "sql/translator.h"
 
 namespace jet {
@@ -34,51 +36,16 @@ struct CachedTable {
   std::vector<ColumnType> types;
 };
 
-std::string DeclaredType(ColumnType t) {
-  switch (t) {
-    case ColumnType::kText:
-    case ColumnType::kMemo: return "TEXT COLLATE JETGENERAL";
-    case ColumnType::kSingle:
-    case ColumnType::kDouble:
-    case ColumnType::kDateTime:
-    case ColumnType::kDecimal: return "REAL";
-    case ColumnType::kBinary:
-    case ColumnType::kOle:
-    case ColumnType::kGuid: return "BLOB";
-    default: return "INTEGER";
-  }
-}
-
-double DecimalToDouble(const Decimal& d) {
-  double v = static_cast<double>(d.magnitude) / std::pow(10.0, d.scale);
-  return d.negative ? -v : v;
-}
-
 // Binds a value the way SQLite holds its Jet type.
 void Bind(sqlite3_stmt* stmt, int index, const Value& v) {
-  if (v.is_null()) {
-    sqlite3_bind_null(stmt, index);
-    return;
+  const sql::LiteForm f = sql::ToLiteForm(v);
+  switch (f.storage) {
+    case SQLITE_INTEGER: sqlite3_bind_int64(stmt, index, f.integer); break;
+    case SQLITE_FLOAT: sqlite3_bind_double(stmt, index, f.real); break;
+    case SQLITE_TEXT: sqlite3_bind_text(stmt, index, static_cast<const char*>(f.bytes), f.size, SQLITE_TRANSIENT); break;
+    case SQLITE_BLOB: sqlite3_bind_blob(stmt, index, f.bytes, f.size, SQLITE_TRANSIENT); break;
+    default: sqlite3_bind_null(stmt, index);
   }
-  std::visit(
-      [&](const auto& x) {
-        using T = std::decay_t<decltype(x)>;
-        if constexpr (std::is_same_v<T, bool>) sqlite3_bind_int(stmt, index, x ? -1 : 0);
-        else if constexpr (std::is_same_v<T, int64_t>) sqlite3_bind_int64(stmt, index, x);
-        else if constexpr (std::is_same_v<T, float>) sqlite3_bind_double(stmt, index, x);
-        else if constexpr (std::is_same_v<T, double>) sqlite3_bind_double(stmt, index, x);
-        else if constexpr (std::is_same_v<T, Currency>) sqlite3_bind_int64(stmt, index, x.scaled);
-        else if constexpr (std::is_same_v<T, DateTime>) sqlite3_bind_double(stmt, index, x.serial);
-        else if constexpr (std::is_same_v<T, Decimal>) sqlite3_bind_double(stmt, index, DecimalToDouble(x));
-        else if constexpr (std::is_same_v<T, std::string>)
-          sqlite3_bind_text(stmt, index, x.data(), static_cast<int>(x.size()), SQLITE_TRANSIENT);
-        else if constexpr (std::is_same_v<T, Bytes>)
-          sqlite3_bind_blob(stmt, index, x.data(), static_cast<int>(x.size()), SQLITE_TRANSIENT);
-        else if constexpr (std::is_same_v<T, Guid>)
-          sqlite3_bind_blob(stmt, index, x.data(), static_cast<int>(x.size()), SQLITE_TRANSIENT);
-        else sqlite3_bind_null(stmt, index);
-      },
-      v.data());
 }
 
 Value ReadVariant(sqlite3_stmt* stmt, int i) {
@@ -206,6 +173,9 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
   std::unique_ptr<sql::ExternalFiles> external_files;  // files named by IN
   sqlite3* lite = nullptr;
   std::map<std::string, CachedTable> tables;          // by folded Jet name
+  std::map<std::string, sql::InPlaceSource> in_place;  // by SQLite name
+  uint64_t copy_row_limit = kDefaultCopyRowLimit;
+  uint64_t rows_read_in_place = 0;
   std::map<std::string, std::string> query_text;      // by folded query name
   uint64_t cached_at = 0;
   int table_counter = 0;
@@ -227,6 +197,7 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
     if (sqlite3_open_v2(":memory:", &lite, flags, nullptr) != SQLITE_OK)
       return Status::IOError("Cannot open the SQLite engine.");
+    sql::RegisterTableModule(lite, &in_place);
     sql::RegisterJetFunctions(lite, db->format() == FileFormat::kJet3 ? SortOrderVersion::kGeneral97
                                                                        : SortOrderVersion::kGeneral);
     return Status::OK();
@@ -235,6 +206,7 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
   void DropCache() {
     for (auto& [name, t] : tables) sqlite3_exec(lite, ("DROP TABLE IF EXISTS " + t.sqlite_name).c_str(), nullptr, nullptr, nullptr);
     tables.clear();
+    in_place.clear();
     query_text.clear();
     if (external_files) external_files->Clear();
   }
@@ -266,7 +238,7 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     // rows can name them to the writer.
     std::string insert = "INSERT INTO " + t->sqlite_name + " (rowid" + ColumnList(t->types.size()) + ") VALUES (?";
     for (size_t i = 0; i < t->types.size(); ++i) {
-      create += (i ? ", c" : "c") + std::to_string(i) + " " + DeclaredType(t->types[i]);
+      create += (i ? ", c" : "c") + std::to_string(i) + " " + sql::DeclaredType(t->types[i]);
       insert += ", ?";
     }
     if (t->types.empty()) create += "c0";
@@ -289,6 +261,15 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     JET_RETURN_IF_ERROR(cursor->status());
     JET_RETURN_IF_ERROR(IndexCopiedTable(def, *t));
     copy_seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return Status::OK();
+  }
+
+  Status ReadInPlace(Database& source, const std::string& name, std::shared_ptr<const TableDef> def,
+                     const CachedTable& t) {
+    in_place[t.sqlite_name] = {&source, name, std::move(def), &rows_read_in_place};
+    const std::string create =
+        "CREATE VIRTUAL TABLE " + t.sqlite_name + " USING " + sql::kTableModule + "(" + t.sqlite_name + ")";
+    if (sqlite3_exec(lite, create.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) return SqliteError(lite, name);
     return Status::OK();
   }
 
@@ -335,7 +316,8 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
         --table_counter;
         return Status::OK();
       }
-      JET_RETURN_IF_ERROR(CopyTable(*source, name, *def, &t));
+      if (def->stored_row_count > copy_row_limit) JET_RETURN_IF_ERROR(ReadInPlace(*source, name, def, t));
+      else JET_RETURN_IF_ERROR(CopyTable(*source, name, *def, &t));
       it = tables.emplace(key, std::move(t)).first;
     }
     *found = true;
@@ -870,5 +852,10 @@ Status QueryEngine::Rollback() {
 
 size_t QueryEngine::cached_table_count() const { return impl_->tables.size(); }
 double QueryEngine::copy_seconds() const { return impl_->copy_seconds; }
+uint64_t QueryEngine::rows_read_in_place() const { return impl_->rows_read_in_place; }
+void QueryEngine::set_copy_row_limit(uint64_t rows) {
+  impl_->DropCache();
+  impl_->copy_row_limit = rows;
+}
 
 }  // namespace jet

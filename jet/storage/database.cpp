@@ -11,6 +11,7 @@
 #include "storage/catalog_reader.h"
 #include "storage/journal.h"
 #include "storage/relationships.h"
+#include "storage/table_reader.h"
 #include "storage/table_scan.h"
 #include "storage/table_writer.h"
 
@@ -364,6 +365,18 @@ Status Database::ReadRowAt(const std::string& name, RowId id, Row* row) {
   std::shared_ptr<const TableLayout> layout;
   JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
   return TableScan::ReadAt(*impl_->pager, *impl_->text, *layout, id, row);
+}
+
+Status Database::OpenReader(const std::string& name, const ColumnSet& wanted,
+                            std::unique_ptr<TableReader>* reader) {
+  const CatalogEntry* entry = nullptr;
+  Database* linked = nullptr;
+  JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
+  if (linked) return linked->OpenReader(entry->foreign_name, wanted, reader);
+  std::shared_ptr<const TableLayout> layout;
+  JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
+  *reader = std::make_unique<LocalTableReader>(*impl_->pager, *impl_->text, layout, wanted, impl_->writer.get());
+  return Status::OK();
 }
 
 Status Database::CountRows(const std::string& name, uint64_t* count) {

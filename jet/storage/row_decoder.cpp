@@ -76,7 +76,7 @@ Status ReadJet3VarOffsets(ByteSpan row, size_t mask_length, uint16_t var_count, 
   return Status::OK();
 }
 
-Status RowDecoder::Decode(ByteSpan row, Row* values) const {
+Status RowDecoder::Decode(ByteSpan row, Row* values, const ColumnSet* wanted) const {
   const bool jet3 = pager_.is_jet3();
   const size_t count_bytes = jet3 ? 1 : 2;
   if (row.size() < count_bytes) return Status::Corruption("row is truncated");
@@ -103,6 +103,10 @@ Status RowDecoder::Decode(ByteSpan row, Row* values) const {
   for (size_t i = 0; i < columns.size(); ++i) {
     const ColumnDef& col = columns[i];
     Value& v = (*values)[i];
+    if (wanted && !wanted->empty() && (i >= wanted->size() || !(*wanted)[i])) {
+      v = Value::Null(col.type);
+      continue;
+    }
     if (col.type == ColumnType::kBoolean) {
       v = Value(col.type, present(col.number));
       continue;

@@ -2,6 +2,7 @@
 // mask) into the values of a table's columns.
 #pragma once
 
+#include "jet/table_cursor.h"
 #include "jet/value.h"
 #include "storage/byte_span.h"
 #include "storage/table_layout.h"
@@ -14,7 +15,10 @@ class RowDecoder {
   RowDecoder(const Pager& pager, const TextReader& text, const TableLayout& layout)
       : pager_(pager), text_(text), layout_(layout) {}
 
-  Status Decode(ByteSpan row, Row* values) const;
+  // Columns outside `wanted` (when given and not empty) are left Null
+  // without being read: a query that shows two columns of a wide table
+  // reads no other text or memo.
+  Status Decode(ByteSpan row, Row* values, const ColumnSet* wanted = nullptr) const;
 
  private:
 

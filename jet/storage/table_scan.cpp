@@ -78,7 +78,7 @@ bool TableScan::Advance(ByteSpan* bytes) {
 }
 
 Status TableScan::ReadAt(const Pager& pager, const TextReader& text, const TableLayout& layout, RowId id,
-                         Row* row) {
+                         Row* row, const ColumnSet* wanted) {
   Page page;
   JET_RETURN_IF_ERROR(pager.ReadPageOfType(id.page, PageType::kData, &page));
   DataPage data(page, pager.is_jet3());
@@ -90,7 +90,7 @@ Status TableScan::ReadAt(const Pager& pager, const TextReader& text, const Table
   JET_RETURN_IF_ERROR(data.RowBytes(id.row, &bytes, &slot));
   if (slot.deleted) return Status::NotFound("the row at that place was deleted", 3021);
   if (slot.overflow) JET_RETURN_IF_ERROR(FollowOverflow(pager, &bytes));
-  return RowDecoder(pager, text, layout).Decode(bytes, row);
+  return RowDecoder(pager, text, layout).Decode(bytes, row, wanted);
 }
 
 bool TableScan::Next() {
@@ -98,7 +98,7 @@ bool TableScan::Next() {
   ByteSpan bytes(nullptr, 0);
   if (!Advance(&bytes)) return false;
   if (!decode_) return true;
-  Status s = decoder_.Decode(bytes, &row_);
+  Status s = decoder_.Decode(bytes, &row_, &wanted_);
   if (!s.ok()) {
     return Fail(Status::Corruption(s.message() + " (table '" + def().name + "', page " +
                                    std::to_string(id_.page) + " row " + std::to_string(id_.row) + ")"));

@@ -21,7 +21,10 @@ class TableScan : public TableCursor {
   // Reads the one row at `id` (a place this scan gave), following its
   // overflow pointer as a scan does.
   static Status ReadAt(const Pager& pager, const TextReader& text, const TableLayout& layout, RowId id,
-                       Row* row);
+                       Row* row, const ColumnSet* wanted = nullptr);
+
+  // Decode only these columns from now on (the others read as Null).
+  void set_wanted(ColumnSet wanted) { wanted_ = std::move(wanted); }
 
   bool Next() override;
   const Row& row() const override { return row_; }
@@ -42,6 +45,7 @@ class TableScan : public TableCursor {
   std::shared_ptr<const TableLayout> layout_;
   RowDecoder decoder_;
   bool decode_;
+  ColumnSet wanted_;
   std::vector<uint32_t> pages_;
   // Rows that are the moved data of an overflow pointer: read through the
   // pointer, skipped where they physically stand.

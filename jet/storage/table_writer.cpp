@@ -628,6 +628,11 @@ Status Writer::Delete(const std::shared_ptr<const TableLayout>& layout, RowId id
   return Applied(s);
 }
 
+bool Writer::HoldsChanges(uint32_t tdef_page) const {
+  auto it = tables_.find(tdef_page);
+  return it != tables_.end() && it->second->changed;
+}
+
 Status Writer::Commit() {
   JET_RETURN_IF_ERROR(broken_);
   for (auto& [tdef_page, t] : tables_) {

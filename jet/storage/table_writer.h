@@ -33,6 +33,9 @@ class Writer {
   // Writes the indexes and definitions, then the pages, crash-safely.
   Status Commit();
   void Rollback();
+  // Whether this transaction has changed the table, whose index pages then
+  // wait for Commit to be written.
+  bool HoldsChanges(uint32_t tdef_page) const;
   bool has_changes() const { return !pager_->changed_pages().empty() || !tables_.empty(); }
 
  private:

@@ -105,6 +105,7 @@ int StatusOf(basExporter::RunOutcome outcome) {
     case basExporter::RunOutcome::kWorkbookFailed: return kBatchWorkbook;
     case basExporter::RunOutcome::kMacroFailed: return kBatchMacro;
     case basExporter::RunOutcome::kNoFileChosen:
+    case basExporter::RunOutcome::kCancelled:  // a batch run has nobody to press Cancel
     case basExporter::RunOutcome::kFailed: break;
   }
   return kBatchFailed;

@@ -14,6 +14,7 @@
 #include "jet/schema.h"
 #include "jet/status.h"
 #include "jet/table_cursor.h"
+#include "jet/table_reader.h"
 #include "jet/types.h"
 
 namespace jet {
@@ -73,6 +74,10 @@ class Database {
   // one row read by its place: a long table can be shown a screenful at a time.
   Status ListRowIds(const std::string& name, std::vector<RowId>* ids);
   Status ReadRowAt(const std::string& name, RowId id, Row* row);
+
+  // A reader of the table that decodes only the `wanted` columns (all when
+  // empty); valid until the next commit.
+  Status OpenReader(const std::string& name, const ColumnSet& wanted, std::unique_ptr<TableReader>* reader);
 
   // The live row count, counted from the rows (not the stale stored count).
   Status CountRows(const std::string& name, uint64_t* count);

@@ -128,6 +128,14 @@ class QueryEngine {
   size_t cached_table_count() const;
   double copy_seconds() const;
 
+  // Tables of up to this many rows are copied into SQLite when a statement
+  // first reads them (SQLite can then build its own lookups for joins);
+  // larger ones are read in place, through their Jet indexes.
+  static constexpr uint64_t kDefaultCopyRowLimit = 10000;
+  void set_copy_row_limit(uint64_t rows);
+  // Rows read from tables read in place, since the engine was made.
+  uint64_t rows_read_in_place() const;
+
  private:
   struct Impl;
   explicit QueryEngine(std::unique_ptr<Impl> impl);

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "jet/schema.h"
 #include "jet/status.h"
@@ -16,6 +17,9 @@ struct RowId {
   uint16_t row = 0;
   friend bool operator==(RowId, RowId) = default;
 };
+
+// Which columns of a table a reader needs, by position; empty for all.
+using ColumnSet = std::vector<bool>;
 
 class TableCursor {
  public:
