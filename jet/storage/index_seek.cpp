@@ -54,6 +54,7 @@ Status IndexSeeker::Visit(uint32_t page_number, int depth, Walk* walk) {
   if (depth > kMaxDepth || ++pages_seen_ > pager_.page_count()) {
     return Status::Corruption("index tree under page " + std::to_string(root_) + " has a cycle");
   }
+  pager_.ReleaseReadPages();  // the walk keeps decoded pages, never raw ones
   Page raw;
   JET_RETURN_IF_ERROR(pager_.ReadPage(page_number, &raw));
   if (raw[0] == static_cast<uint8_t>(PageType::kIndexLeaf)) {

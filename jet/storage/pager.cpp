@@ -1,7 +1,5 @@
 #include "storage/pager.h"
 
-#include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,6 +20,9 @@ constexpr size_t kJet4MaskLength = 128;
 constexpr size_t kCodePageOffset = 0x3C;
 constexpr size_t kJet3SortOrderOffset = 0x3A;
 constexpr size_t kJet4SortOrderOffset = 0x6E;
+
+// Unchanged pages kept in memory across a long read (8 MB of Jet 4 pages).
+constexpr size_t kCachedPagesKept = 2048;
 
 // The header page is scrambled with RC4 under a fixed key; unscramble a copy.
 void Rc4(const std::array<uint8_t, 4>& key, uint8_t* data, size_t length) {
@@ -55,22 +56,17 @@ bool FormatFromVersion(uint8_t version, FileFormat* format) {
 }  // namespace
 
 Status Pager::Open(const std::string& path, std::unique_ptr<Pager>* pager) {
-  std::unique_ptr<Pager> p(new Pager());
-  p->fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (p->fd_ < 0) {
+  struct stat st;
+  if (::stat(path.c_str(), &st) != 0) {
     if (errno == ENOENT) return Status::NotFound("file not found: " + path);
     return Status::IOError("cannot open " + path + ": " + std::strerror(errno));
   }
-  struct stat st;
-  if (fstat(p->fd_, &st) != 0) return Status::IOError("cannot stat " + path);
   if (!S_ISREG(st.st_mode)) return Status::InvalidArgument("not a regular file: " + path);
   if (st.st_size < 2048) return Status::Corruption("not an Access database (file too small): " + path);
-  p->map_size_ = static_cast<size_t>(st.st_size);
-  void* m = mmap(nullptr, p->map_size_, PROT_READ, MAP_PRIVATE, p->fd_, 0);
-  if (m == MAP_FAILED) return Status::IOError("cannot map " + path + ": " + std::strerror(errno));
-  p->map_ = static_cast<const uint8_t*>(m);
-  JET_RETURN_IF_ERROR(p->DecodeHeader(p->map_, p->map_size_));
-  *pager = std::move(p);
+  std::unique_ptr<File> file;
+  JET_RETURN_IF_ERROR(DefaultFileSystem()->Open(path, FileSystem::Mode::kRead, &file));
+  JET_RETURN_IF_ERROR(OpenFile(std::move(file), pager));
+  (*pager)->read_only_ = true;
   return Status::OK();
 }
 
@@ -88,10 +84,7 @@ Status Pager::OpenFile(std::unique_ptr<File> file, std::unique_ptr<Pager>* pager
   return Status::OK();
 }
 
-Pager::~Pager() {
-  if (map_) munmap(const_cast<uint8_t*>(map_), map_size_);
-  if (fd_ >= 0) ::close(fd_);
-}
+Pager::~Pager() = default;
 
 Status Pager::DecodeHeader(const uint8_t* first, uint64_t file_size) {
   static constexpr char kJetMagic[] = "Standard Jet DB";
@@ -122,14 +115,6 @@ Status Pager::ReadPage(uint32_t number, Page* page) const {
     return Status::Corruption("page " + std::to_string(number) + " is beyond the end of the file (" +
                               std::to_string(page_count_) + " pages)");
   }
-  if (map_) {
-    if (auto it = originals_.find(number); it != originals_.end()) {
-      *page = Page(it->second.data(), page_size_);
-      return Status::OK();
-    }
-    *page = Page(map_ + size_t(number) * page_size_, page_size_);
-    return Status::OK();
-  }
   if (auto it = changed_.find(number); it != changed_.end()) {
     *page = Page(it->second.get(), page_size_);
     return Status::OK();
@@ -137,10 +122,17 @@ Status Pager::ReadPage(uint32_t number, Page* page) const {
   return ReadCommittedPage(number, page);
 }
 
+void Pager::ReleaseReadPages() const {
+  if (cache_.size() > kCachedPagesKept) cache_.clear();
+}
+
 Status Pager::ReadCommittedPage(uint32_t number, Page* page) const {
-  if (map_) return ReadPage(number, page);
   if (number >= committed_page_count_) {
     return Status::Corruption("page " + std::to_string(number) + " is not yet in the file");
+  }
+  if (auto it = originals_.find(number); it != originals_.end()) {
+    *page = Page(it->second.data(), page_size_);
+    return Status::OK();
   }
   auto& slot = cache_[number];
   if (!slot) {
@@ -157,7 +149,7 @@ Status Pager::ReadCommittedPage(uint32_t number, Page* page) const {
 }
 
 Status Pager::MutablePage(uint32_t number, uint8_t** data) {
-  if (!file_) return Status::ReadOnly("the database is open for reading only", 3027);
+  if (read_only_) return Status::ReadOnly("the database is open for reading only", 3027);
   if (auto it = changed_.find(number); it != changed_.end()) {
     *data = it->second.get();
     return Status::OK();
@@ -172,7 +164,7 @@ Status Pager::MutablePage(uint32_t number, uint8_t** data) {
 }
 
 Status Pager::AppendPage(uint32_t* number) {
-  if (!file_) return Status::ReadOnly("the database is open for reading only", 3027);
+  if (read_only_) return Status::ReadOnly("the database is open for reading only", 3027);
   // Jet files stop at 2 GB: page numbers beyond that do not fit a row pointer's 3 bytes anyway.
   if (uint64_t(page_count_ + 1) * page_size_ > (uint64_t(1) << 31)) {
     return Status::IOError("the database would grow beyond 2 GB");
@@ -187,6 +179,7 @@ void Pager::ShowOriginals(std::map<uint32_t, std::vector<uint8_t>> pages, uint64
     if (bytes.size() == page_size_ && number < page_count_) originals_[number] = std::move(bytes);
   }
   page_count_ = std::min<uint32_t>(page_count_, static_cast<uint32_t>(file_size / page_size_));
+  committed_page_count_ = page_count_;
 }
 
 void Pager::AcceptChanges() {

@@ -1,6 +1,6 @@
-// Pager: the database file as numbered pages. A read-only pager maps the
-// file; a pager opened for writing reads through a File and keeps the pages
-// a transaction changes in memory until they are committed or dropped. The
+// Pager: the database file as numbered pages, read through a File into a
+// cache that long reads keep bounded. A pager opened for writing keeps the
+// pages a transaction changes in memory until they are committed or dropped. The
 // header page (0) is decoded once at open.
 #pragma once
 
@@ -50,8 +50,14 @@ class Pager {
   uint8_t sort_order_version() const { return sort_order_version_; }
 
   // Page `number`, as changed by the open transaction if it changed it;
-  // Corruption when out of range. Valid until the transaction ends.
+  // Corruption when out of range. Valid until the transaction ends or, for
+  // a page the transaction did not change, until ReleaseReadPages.
   Status ReadPage(uint32_t number, Page* page) const;
+  // Lets go of the unchanged pages read so far once they are many, so a
+  // long read holds a bounded part of a large file. Call only where no page
+  // read earlier is still in use.
+  void ReleaseReadPages() const;
+
   // ReadPage plus a check of the page's type byte.
   Status ReadPageOfType(uint32_t number, PageType type, Page* page) const;
 
@@ -84,9 +90,7 @@ class Pager {
   std::map<uint32_t, std::unique_ptr<uint8_t[]>> changed_;
   std::map<uint32_t, std::vector<uint8_t>> originals_;
   uint32_t committed_page_count_ = 0;
-  int fd_ = -1;
-  const uint8_t* map_ = nullptr;
-  size_t map_size_ = 0;
+  bool read_only_ = false;
   FileFormat format_ = FileFormat::kJet4;
   uint32_t page_size_ = 4096;
   uint32_t page_count_ = 0;

@@ -35,6 +35,7 @@ Status TableScan::Create(const Pager& pager, const TextReader& text,
   // page that was freed and reused since.
   const uint32_t owner = layout->def->tdef_page;
   for (uint32_t p : mapped) {
+    pager.ReleaseReadPages();
     Page page;
     JET_RETURN_IF_ERROR(pager.ReadPage(p, &page));
     if (page[0] != static_cast<uint8_t>(PageType::kData)) continue;
@@ -79,6 +80,7 @@ bool TableScan::Advance(ByteSpan* bytes) {
 
 Status TableScan::ReadAt(const Pager& pager, const TextReader& text, const TableLayout& layout, RowId id,
                          Row* row, const ColumnSet* wanted) {
+  pager.ReleaseReadPages();
   Page page;
   JET_RETURN_IF_ERROR(pager.ReadPageOfType(id.page, PageType::kData, &page));
   DataPage data(page, pager.is_jet3());
@@ -95,6 +97,7 @@ Status TableScan::ReadAt(const Pager& pager, const TextReader& text, const Table
 
 bool TableScan::Next() {
   if (!status_.ok()) return false;
+  pager_.ReleaseReadPages();  // nothing read for the previous row is in use now
   ByteSpan bytes(nullptr, 0);
   if (!Advance(&bytes)) return false;
   if (!decode_) return true;

@@ -1,6 +1,8 @@
 // TableScan: the rows of a table in Access's scan order — the pages its
 // usage map names, ascending, and on each page the rows in slot order. A row
-// moved to another page (overflow) is read where its pointer stands.
+// moved to another page (overflow) is read where its pointer stands. Pages
+// read for earlier rows are let go as the scan moves on (see
+// Pager::ReleaseReadPages), so callers hold rows, never pages.
 #pragma once
 
 #include <unordered_set>

@@ -4,6 +4,47 @@
 #include "jet/text_form.h"
 
 namespace jet::testing {
+namespace {
+
+// A value of the type an index's first column keys, for a range from it.
+bool RangeStart(ColumnType type, Value* v) {
+  switch (type) {
+    case ColumnType::kByte:
+    case ColumnType::kInteger:
+    case ColumnType::kLong: *v = Value(type, int64_t{0}); return true;
+    case ColumnType::kDouble: *v = Value(type, 0.5); return true;
+    case ColumnType::kDateTime: *v = Value(type, DateTime{1.5}); return true;
+    default: return false;
+  }
+}
+
+// Every index read as a range, and the rows it names read by their place.
+int SeekEveryIndex(Database& db, const std::string& table, const TableDef& def) {
+  std::unique_ptr<TableReader> reader;
+  if (!db.OpenReader(table, {}, &reader).ok()) return 1;
+  int errors = 0;
+  for (size_t i = 0; i < def.indexes.size(); ++i) {
+    const IndexDef& index = def.indexes[i];
+    IndexRange range;
+    range.index = i;
+    Value start;
+    if (index.columns.empty() || index.columns[0].column < 0 ||
+        static_cast<size_t>(index.columns[0].column) >= def.columns.size() ||
+        !RangeStart(def.columns[index.columns[0].column].type, &start))
+      continue;
+    range.lower = start;
+    std::vector<RowId> rows;
+    if (!reader->Find(range, &rows).ok()) {
+      ++errors;
+      continue;
+    }
+    Row row;
+    for (size_t k = 0; k < rows.size() && k < 1000; ++k) errors += !reader->Read(rows[k], &row).ok();
+  }
+  return errors;
+}
+
+}  // namespace
 
 ExerciseResult ExerciseReader(const std::string& path) {
   ExerciseResult result;
@@ -25,6 +66,7 @@ ExerciseResult ExerciseReader(const std::string& path) {
     result.errors += !cursor->status().ok();
     uint64_t count = 0;
     result.errors += !db->CountRows(entry.name, &count).ok();
+    result.errors += SeekEveryIndex(*db, entry.name, *def);
     ++result.tables_read;
   }
   return result;
