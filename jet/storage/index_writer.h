@@ -1,18 +1,20 @@
-// Keeping an index in step: its entries are held in memory while a
-// transaction changes the table, and at commit the tree is written again.
-// Each leaf keeps the key range it had, so a commit rewrites only the leaves
-// whose entries changed; a leaf that overflows splits into as many pages as
-// it needs (a leaf at the right edge stays full and the rest moves on, as
-// Access does for ascending keys), an emptied leaf is given back, and the
-// intermediate levels are laid out again above the leaves with the root
-// staying on its page. Pages whose bytes come out the same are not touched.
+// Keeping an index in step: a transaction's entry changes are held in
+// memory, and at commit each leaf they fall into is read, changed and
+// written back. A leaf that overflows splits into as many pages as it needs
+// (the left ones full and the rest moving on, as Access does for ascending
+// keys), an emptied leaf is given back, and when leaves came or went or
+// their last entries moved the few intermediate pages are laid out again
+// above them, the root staying on its page. Nothing else of the tree is
+// read or written, so a commit costs what it changes, not the index's size.
 #pragma once
 
 #include <cstdint>
-#include <set>
+#include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "storage/index_seek.h"
 #include "storage/pager.h"
 
 namespace jet {
@@ -20,35 +22,48 @@ namespace jet {
 struct IndexRowEntry {
   std::string key;
   uint32_t row_pointer = 0;  // data page << 8 | row
-  bool operator<(const IndexRowEntry& o) const {
-    return key != o.key ? key < o.key : row_pointer < o.row_pointer;
-  }
 };
+
+class PagePool;
 
 class IndexContents {
  public:
-  Status Load(const Pager& pager, uint32_t root_page);
-  // Writes the tree rooted at `root_page` of the table whose definition is on
-  // `owner_page` to hold exactly entries(); the pages it uses are marked in
-  // the index's usage map at `map_pointer` (when not 0).
+  // Reads where the tree's leaves are (their pages and last entries, from
+  // the pages above them); no entry is loaded. `stored_distinct` is the
+  // distinct count the definition holds, kept in step from here on (a small
+  // index is counted afresh).
+  Status Load(const Pager& pager, uint32_t root_page, uint32_t stored_distinct);
+  // Writes the transaction's changes into the tree rooted at `root_page` of
+  // the table whose definition is on `owner_page`: only the leaves they fall
+  // into, their neighbours' links, and the pages above when the leaves'
+  // pages or last entries moved. New and freed pages are marked in the
+  // index's usage map at `map_pointer` (when not 0).
   Status Write(Pager* pager, uint32_t owner_page, uint32_t root_page, uint32_t map_pointer);
 
-  void Insert(const std::string& key, uint32_t row_pointer) { entries_.insert({key, row_pointer}); }
-  void Remove(const std::string& key, uint32_t row_pointer) { entries_.erase({key, row_pointer}); }
-  // Whether some row other than `except` has this key.
-  bool HasKey(const std::string& key, uint32_t except) const;
-  uint32_t DistinctKeys() const;
-  const std::set<IndexRowEntry>& entries() const { return entries_; }
+  void Insert(const std::string& key, uint32_t row_pointer) { Change(key, row_pointer, +1); }
+  void Remove(const std::string& key, uint32_t row_pointer) { Change(key, row_pointer, -1); }
+  // Whether some row other than `except` has this key, the transaction's
+  // changes counted.
+  Status HasKey(const std::string& key, uint32_t except, bool* found) const;
+  uint32_t DistinctKeys() const { return distinct_; }
 
  private:
   struct Leaf {
     uint32_t page = 0;
     std::string last;  // its greatest entry (key and row pointer); empty for an empty leaf
   };
+  void Change(const std::string& key, uint32_t row_pointer, int step);
+  // The position in leaves_ of the leaf an entry belongs in.
+  size_t LeafFor(const std::string& entry) const;
+  Status WriteUpperLevels(Pager* pager, uint32_t owner_page, uint32_t root_page, PagePool* pool);
 
-  std::set<IndexRowEntry> entries_;
-  std::vector<Leaf> leaves_;           // in key order, as the file has them
-  std::vector<uint32_t> inner_pages_;  // intermediate pages other than the root
+  const Pager* pager_ = nullptr;
+  uint32_t root_ = 0;
+  std::map<std::string, int> pending_;  // whole entry bytes: +1 inserted, -1 removed
+  std::vector<Leaf> leaves_;            // in key order, as the file has them
+  std::vector<uint32_t> inner_pages_;   // intermediate pages other than the root
+  uint32_t distinct_ = 0;
+  mutable std::unique_ptr<IndexSeeker> seeker_;  // for HasKey; its kept pages last until Write
 };
 
 }  // namespace jet

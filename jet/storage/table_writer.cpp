@@ -1,5 +1,6 @@
 #include "storage/table_writer.h"
 
+#include <algorithm>
 #include <random>
 #include <set>
 
@@ -230,7 +231,9 @@ Status RowChange::CheckIndexes(const Row& row, uint32_t self) {
     if ((r.def->required || r.def->primary) && AnyNull(*r.def, row, false)) {
       return Status::InvalidArgument("Index or primary key cannot contain a Null value (index " + IndexLabel(r) + ")", 3058);
     }
-    if (r.def->unique && !AnyNull(*r.def, row, false) && r.contents.HasKey(keys_[i], self)) {
+    bool taken = false;
+    if (r.def->unique && !AnyNull(*r.def, row, false)) JET_RETURN_IF_ERROR(r.contents.HasKey(keys_[i], self, &taken));
+    if (taken) {
       return Status::InvalidArgument(
           "The changes you requested to the table were not successful because they would create duplicate values in the index " +
               IndexLabel(r),
@@ -483,6 +486,25 @@ Status Writer::Applied(Status s) {
   return s;
 }
 
+// A table of up to this many data pages has its live rows counted and its
+// pages' room measured on its first change, which puts right a stale stored
+// count another program left.
+constexpr size_t kCountedDataPages = 64;
+
+Status CountRowsAndRoom(const Pager& pager, const std::vector<uint32_t>& mapped, TableState* t) {
+  for (uint32_t p : mapped) {
+    Page page;
+    JET_RETURN_IF_ERROR(pager.ReadPage(p, &page));
+    DataPage data(page, false);
+    if (page[0] != static_cast<uint8_t>(PageType::kData) || data.owner() != t->layout->def->tdef_page) continue;
+    std::vector<StoredRow> rows;
+    JET_RETURN_IF_ERROR(LoadRows(page, &rows));
+    t->room[p] = LongestNewRow(rows, pager.page_size());
+    for (const StoredRow& r : rows) t->row_count += (r.flags & kRowDeletedFlag) ? 0 : 1;
+  }
+  return Status::OK();
+}
+
 Status Writer::State(const std::shared_ptr<const TableLayout>& layout, TableState** state) {
   JET_RETURN_IF_ERROR(broken_);
   auto& slot = tables_[layout->def->tdef_page];
@@ -495,9 +517,8 @@ Status Writer::State(const std::shared_ptr<const TableLayout>& layout, TableStat
     t->autonumber = in.U32(kTdefAutonumber);
     JET_RETURN_IF_ERROR(LocateIndexes(tdef, t.get()));
     for (RealIndexState& r : t->indexes) {
-      if (r.def) JET_RETURN_IF_ERROR(r.contents.Load(*pager_, r.root));
+      if (r.def) JET_RETURN_IF_ERROR(r.contents.Load(*pager_, r.root, r.def->distinct_count));
     }
-    // The live count, since the stored one may be stale.
     std::vector<uint32_t> mapped;
     JET_RETURN_IF_ERROR(ReadUsageMap(*pager_, layout->usage_map, &mapped));
     for (const auto& [column, maps] : t->long_value_maps) {
@@ -505,15 +526,22 @@ Status Writer::State(const std::shared_ptr<const TableLayout>& layout, TableStat
       if (maps.second) JET_RETURN_IF_ERROR(ReadUsageMap(*pager_, maps.second, &with_room));
       t->long_value_freed[column].insert(with_room.begin(), with_room.end());
     }
-    for (uint32_t p : mapped) {
-      Page page;
-      JET_RETURN_IF_ERROR(pager_->ReadPage(p, &page));
-      DataPage data(page, false);
-      if (page[0] != static_cast<uint8_t>(PageType::kData) || data.owner() != layout->def->tdef_page) continue;
-      std::vector<StoredRow> rows;
-      JET_RETURN_IF_ERROR(LoadRows(page, &rows));
-      t->room[p] = LongestNewRow(rows, pager_->page_size());
-      for (const StoredRow& r : rows) t->row_count += (r.flags & kRowDeletedFlag) ? 0 : 1;
+    if (mapped.size() <= kCountedDataPages) {
+      JET_RETURN_IF_ERROR(CountRowsAndRoom(*pager_, mapped, t.get()));
+    } else {
+      // A large table is not read whole for its first change: its stored
+      // count is kept in step from here, and inserts look for room on the
+      // pages its free-space map names (how much each takes is learnt when
+      // one is tried).
+      t->row_count = in.U32(kTdefRowCount);
+      std::vector<uint32_t> with_room;
+      if (layout->free_map) JET_RETURN_IF_ERROR(ReadUsageMap(*pager_, layout->free_map, &with_room));
+      for (uint32_t p : with_room) {
+        Page page;
+        if (!std::binary_search(mapped.begin(), mapped.end(), p) || !pager_->ReadPage(p, &page).ok()) continue;
+        if (page[0] == static_cast<uint8_t>(PageType::kData) && DataPage(page, false).owner() == layout->def->tdef_page)
+          t->room[p] = pager_->page_size();
+      }
     }
     slot = std::move(t);
   }

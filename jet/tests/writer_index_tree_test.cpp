@@ -1,0 +1,202 @@
+// Index trees changed in place: seeded runs of inserts, updates and deletes
+// in random orders, committed in many transactions, leave every index equal
+// to a model of the rows after every commit, with leaves split, emptied and
+// given back, and the file still one that mdbtools reads.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <random>
+
+#include "jet/create.h"
+#include "mdb_export_csv.h"
+#include "writer_test_helpers.h"
+
+namespace jet::testing {
+namespace {
+
+constexpr char kTable[] = "Catches";
+
+std::string NewSurvey(const std::string& name) {
+  const std::string dir = ::testing::TempDir() + "jet-index-tree-tests";
+  std::filesystem::create_directories(dir);
+  const std::string path = dir + "/" + name;
+  std::filesystem::remove(path);
+  std::filesystem::remove(dir + "/" + std::filesystem::path(name).stem().string() + ".ldb");
+  EXPECT_TRUE(CreateDatabase(path, {}).ok());
+  TableSpec t;
+  t.name = kTable;
+  t.columns = {{"Id", ColumnType::kLong}, {"Site", ColumnType::kLong}, {"Day", ColumnType::kDateTime},
+               {"Species", ColumnType::kText, 40}, {"Weight", ColumnType::kDouble}};
+  t.columns[0].autonumber = true;
+  IndexSpec tag("Tag", {"Species", "Site"});
+  tag.unique = true;
+  t.indexes = {{"PrimaryKey", {"Id"}, true}, {"SiteDay", {"Site", "Day"}}, {"Weight", {"Weight"}}, tag};
+  EXPECT_TRUE(CreateTables(path, {t}, {}).ok());
+  return path;
+}
+
+// The rows as the model holds them: by Id, the values a row was given.
+using Model = std::map<int64_t, Row>;
+
+Row RandomRow(std::mt19937& random, int serial) {
+  auto pick = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+  // Long species names fill leaves fast; the serial keeps (Species, Site) unique.
+  return {Value::Null(ColumnType::kLong), Value(ColumnType::kLong, int64_t{pick(30)}),
+          Value(ColumnType::kDateTime, DateTime{44000.0 + pick(900)}),
+          Value(ColumnType::kText, std::string(20 + pick(15), static_cast<char>('a' + pick(26))) + std::to_string(serial)),
+          pick(10) == 0 ? Value::Null(ColumnType::kDouble) : Value(ColumnType::kDouble, pick(5000) / 7.0)};
+}
+
+void ExpectRowsAsModelled(const std::string& path, const Model& model) {
+  auto db = OpenForReading(path);
+  ASSERT_TRUE(db);
+  Model read;
+  for (Row& row : AllRows(*db, kTable)) {
+    const int64_t id = row[0].as_int();
+    read[id] = std::move(row);
+  }
+  ASSERT_EQ(read.size(), model.size());
+  for (const auto& [id, row] : model) {
+    ASSERT_TRUE(read.count(id)) << "row " << id << " is missing";
+    for (size_t c = 1; c < row.size(); ++c) EXPECT_EQ(read[id][c], row[c]) << "row " << id << " column " << c;
+  }
+}
+
+// Every level of every index tree is one chain of pages linked both ways,
+// in key order; returns the most leaves an index has.
+size_t ExpectSiblingLinks(const std::string& path) {
+  std::unique_ptr<Pager> pager;
+  EXPECT_TRUE(Pager::Open(path, &pager).ok());
+  auto db = OpenForReading(path);
+  std::shared_ptr<const TableDef> def;
+  EXPECT_TRUE(db->GetTableDef(kTable, &def).ok());
+  size_t most_leaves = 0;
+  for (const IndexDef& index : def->indexes) {
+    std::vector<std::vector<uint32_t>> levels;
+    std::vector<IndexPage> pages;
+    std::function<void(uint32_t, size_t)> visit = [&](uint32_t number, size_t depth) {
+      Page raw;
+      IndexPage page;
+      ASSERT_TRUE(pager->ReadPage(number, &raw).ok());
+      ASSERT_TRUE(DecodeIndexPage(raw, false, &page).ok());
+      if (levels.size() <= depth) levels.resize(depth + 1);
+      levels[depth].push_back(number);
+      if (page.leaf) return;
+      for (const IndexEntry& e : page.entries) visit(e.child_page, depth + 1);
+      if (page.tail_page) visit(page.tail_page, depth + 1);
+    };
+    visit(index.first_page, 0);
+    for (const auto& level : levels) {
+      for (size_t i = 0; i < level.size() && level.size() > 1; ++i) {
+        Page raw;
+        IndexPage page;
+        EXPECT_TRUE(pager->ReadPage(level[i], &raw).ok() && DecodeIndexPage(raw, false, &page).ok());
+        EXPECT_EQ(page.prev_page, i ? level[i - 1] : 0u) << index.name << " page " << level[i];
+        EXPECT_EQ(page.next_page, i + 1 < level.size() ? level[i + 1] : 0u) << index.name << " page " << level[i];
+      }
+    }
+    most_leaves = std::max(most_leaves, levels.back().size());
+  }
+  return most_leaves;
+}
+
+TEST(WriterIndexTree, RandomChangesKeepEveryIndexInStepCommitByCommit) {
+  for (uint32_t seed : {1u, 2u, 3u}) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    const std::string path = NewSurvey("tree" + std::to_string(seed) + ".mdb");
+    std::mt19937 random(seed);
+    auto pick = [&](size_t n) { return random() % n; };
+    Model model;
+    std::map<int64_t, RowId> places;
+    size_t most_leaves = 0, leaves_now = 0;
+    int serial = 0;
+    for (int commit = 0; commit < 24; ++commit) {
+      auto db = OpenForWriting(path);
+      ASSERT_TRUE(db);
+      ASSERT_TRUE(db->BeginTransaction().ok());
+      // Phases: growth, churn, then deleting runs of neighbouring keys so
+      // that whole leaves empty and are given back.
+      const int inserts = commit < 8 ? 150 + static_cast<int>(pick(250)) : commit < 16 ? 60 : 5;
+      const int deletes = commit < 8 ? static_cast<int>(pick(40)) : commit < 16 ? 60 : 0;
+      for (int i = 0; i < inserts; ++i) {
+        Row row = RandomRow(random, ++serial);
+        RowId id;
+        Status s = db->InsertRow(kTable, row, &id);
+        ASSERT_TRUE(s.ok()) << s.ToString();
+        Row stored;
+        ASSERT_TRUE(db->ReadRow(kTable, id, &stored).ok());
+        row[0] = stored[0];
+        places[row[0].as_int()] = id;
+        model[row[0].as_int()] = std::move(row);
+      }
+      for (int i = 0; i < deletes && !model.empty(); ++i) {
+        auto it = std::next(model.begin(), static_cast<long>(pick(model.size())));
+        ASSERT_TRUE(db->DeleteRow(kTable, places[it->first]).ok());
+        places.erase(it->first);
+        model.erase(it);
+      }
+      if (commit >= 16 && !model.empty()) {
+        // A run of Ids, then a run of Weights.
+        auto from = std::next(model.begin(), static_cast<long>(pick(model.size())));
+        for (int n = 0; n < 120 && from != model.end(); ++n) {
+          ASSERT_TRUE(db->DeleteRow(kTable, places[from->first]).ok());
+          places.erase(from->first);
+          from = model.erase(from);
+        }
+      }
+      for (int i = 0; i < 20 && !model.empty(); ++i) {
+        auto it = std::next(model.begin(), static_cast<long>(pick(model.size())));
+        Row row = it->second;
+        row[1] = Value(ColumnType::kLong, int64_t{static_cast<int>(pick(30))});
+        row[4] = Value(ColumnType::kDouble, static_cast<double>(pick(5000)) / 7.0);
+        Status s = db->UpdateRow(kTable, places[it->first], row);
+        if (s.ok()) it->second = row;
+        else ASSERT_EQ(s.jet_error(), 3022) << s.ToString();  // (Species, Site) taken
+      }
+      Status committed = db->Commit();
+      ASSERT_TRUE(committed.ok()) << committed.ToString();
+      db.reset();
+      ExpectIndexesInStep(path, kTable);
+      ExpectMapsConsistent(path, kTable);
+      ExpectRowsAsModelled(path, model);
+      leaves_now = ExpectSiblingLinks(path);
+      most_leaves = std::max(most_leaves, leaves_now);
+      if (::testing::Test::HasFailure()) return;
+    }
+    // The runs of deletes emptied leaves, which were given back.
+    EXPECT_GE(most_leaves, 20u);
+    EXPECT_LT(leaves_now, most_leaves);
+    EXPECT_EQ(MdbExportRowCount(path, kTable), static_cast<long>(model.size()));
+  }
+}
+
+TEST(WriterIndexTree, AUniqueKeyIsRefusedAgainstCommittedAndPendingRows) {
+  const std::string path = NewSurvey("unique.mdb");
+  auto db = OpenForWriting(path);
+  ASSERT_TRUE(db);
+  std::mt19937 random(9);
+  ASSERT_TRUE(db->BeginTransaction().ok());
+  for (int i = 0; i < 3000; ++i) ASSERT_TRUE(db->InsertRow(kTable, RandomRow(random, i)).ok());
+  ASSERT_TRUE(db->Commit().ok());
+  Row taken = RandomRow(random, 1500);
+  taken[3] = AllRows(*db, kTable)[1500][3];
+  taken[1] = AllRows(*db, kTable)[1500][1];
+  EXPECT_EQ(db->InsertRow(kTable, taken).jet_error(), 3022);  // in the committed tree, mid-index
+
+  ASSERT_TRUE(db->BeginTransaction().ok());
+  Row fresh = RandomRow(random, 99999);
+  RowId id;
+  ASSERT_TRUE(db->InsertRow(kTable, fresh, &id).ok());
+  EXPECT_EQ(db->InsertRow(kTable, fresh).jet_error(), 3022);  // in the transaction's own changes
+  ASSERT_TRUE(db->DeleteRow(kTable, id).ok());
+  EXPECT_TRUE(db->InsertRow(kTable, fresh).ok());  // its delete freed the key again
+  ASSERT_TRUE(db->Commit().ok());
+  db.reset();
+  ExpectIndexesInStep(path, kTable);
+}
+
+}  // namespace
+}  // namespace jet::testing
