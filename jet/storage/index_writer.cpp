@@ -130,44 +130,75 @@ Status LeafEntries(const Pager& pager, uint32_t page_no, std::vector<std::string
   return Status::OK();
 }
 
-// Walks the pages above the leaves in key order, noting each leaf with its
-// last entry as its parent names it, and each intermediate page. Only the
-// rightmost leaf, which no parent names, is read.
-class UpperWalk {
+// Walks the tree in key order, noting each page with its position under
+// its parent, depth by depth from the root. Leaves take their last entry
+// from their parent's entry for them; only the rightmost leaf, which no
+// parent names, is read.
+class TreeShape {
  public:
-  explicit UpperWalk(const Pager& pager) : pager_(pager) {}
+  struct Node {
+    uint32_t page = 0;
+    std::string last;
+    size_t parent = 0;
+  };
 
-  template <typename LeafList>
-  Status Visit(uint32_t page_no, int depth, const std::string* known_last, LeafList* leaves,
-               std::vector<uint32_t>* inner) {
+  explicit TreeShape(const Pager& pager) : pager_(pager) {}
+
+  Status Visit(uint32_t page_no, size_t depth, const std::string* known_last, size_t parent) {
     if (depth > kMaxDepth) return Status::Corruption("index tree is deeper than any valid index");
     if (!seen_.insert(page_no).second) return Status::Corruption("index tree has a cycle");
+    if (by_depth_.size() <= depth) by_depth_.resize(depth + 1);
     Page raw;
     JET_RETURN_IF_ERROR(pager_.ReadPage(page_no, &raw));
     if (raw[0] == static_cast<uint8_t>(PageType::kIndexLeaf)) {
-      if (known_last) {
-        leaves->push_back({page_no, *known_last});
-        return Status::OK();
+      if (leaf_depth_ && *leaf_depth_ != depth) return Status::Corruption("index tree's leaves lie at different depths");
+      leaf_depth_ = depth;
+      std::string last = known_last ? *known_last : std::string();
+      if (!known_last) {
+        std::vector<std::string> entries;
+        JET_RETURN_IF_ERROR(LeafEntries(pager_, page_no, &entries));
+        if (!entries.empty()) last = entries.back();
       }
-      std::vector<std::string> entries;
-      JET_RETURN_IF_ERROR(LeafEntries(pager_, page_no, &entries));
-      leaves->push_back({page_no, entries.empty() ? std::string() : entries.back()});
+      by_depth_[depth].push_back({page_no, std::move(last), parent});
       return Status::OK();
     }
     IndexPage page;
     JET_RETURN_IF_ERROR(DecodeIndexPage(raw, pager_.is_jet3(), &page));
-    if (depth > 0) inner->push_back(page_no);
+    const size_t self = by_depth_[depth].size();
+    by_depth_[depth].push_back({page_no, {}, parent});
+    // A page's children all lie at one depth: when the first is a leaf, the
+    // others are noted from their entries without being read.
+    const uint32_t first = page.entries.empty() ? page.tail_page : page.entries[0].child_page;
+    Page first_raw;
+    JET_RETURN_IF_ERROR(pager_.ReadPage(first, &first_raw));
+    const bool leaves = first_raw[0] == static_cast<uint8_t>(PageType::kIndexLeaf);
+    if (leaves && by_depth_.size() <= depth + 1) by_depth_.resize(depth + 2);
     for (const IndexEntry& e : page.entries) {
       const std::string last = EntryBytes(e);
-      JET_RETURN_IF_ERROR(Visit(e.child_page, depth + 1, &last, leaves, inner));
+      if (leaves && seen_.insert(e.child_page).second) by_depth_[depth + 1].push_back({e.child_page, last, self});
+      else JET_RETURN_IF_ERROR(Visit(e.child_page, depth + 1, &last, self));
     }
-    if (page.tail_page != 0) JET_RETURN_IF_ERROR(Visit(page.tail_page, depth + 1, known_last, leaves, inner));
+    if (page.tail_page != 0) JET_RETURN_IF_ERROR(Visit(page.tail_page, depth + 1, nullptr, self));
     return Status::OK();
+  }
+
+  // The levels from the leaves up; a page's last is its last child's.
+  template <typename NodeList>
+  void Levels(std::vector<NodeList>* levels) const {
+    levels->clear();
+    for (auto depth = by_depth_.rbegin(); depth != by_depth_.rend(); ++depth) {
+      levels->emplace_back();
+      for (const Node& n : *depth) levels->back().push_back({n.page, n.last, n.parent});
+      if (levels->size() == 1) continue;
+      for (const auto& child : (*levels)[levels->size() - 2]) levels->back()[child.parent].last = child.last;
+    }
   }
 
  private:
   const Pager& pager_;
   std::unordered_set<uint32_t> seen_;
+  std::vector<std::vector<Node>> by_depth_;
+  std::optional<size_t> leaf_depth_;
 };
 
 // How many entries of `run` begin a key different from the entry before
@@ -227,19 +258,45 @@ class PagePool {
 // An index of at most this many leaves has its distinct keys counted when
 // first changed, which puts right a stale count another program left.
 constexpr size_t kCountedLeaves = 64;
+constexpr size_t kNoParent = SIZE_MAX;
+
+struct IndexContents::NewNode {
+  uint32_t page = 0;  // 0: a page is yet to be taken
+  std::string last;
+  size_t old_parent = kNoParent;  // the parent it came from
+  bool changed = false;           // its page or last entry moved: its parent must be written again
+  bool rewrite = false;           // its bytes are to be laid out from `entries`
+  std::vector<std::string> entries;  // whole entries; on intermediate pages each ends with its child page
+  bool relink = false;               // a neighbour of it was given back
+};
+
+namespace {
+
+// Appends a node; `dropped` tells that the page before it was given back,
+// so both it and the node before that need their links looked at.
+void AppendNode(std::vector<IndexContents::NewNode>* level, IndexContents::NewNode node, bool* dropped) {
+  if (*dropped) {
+    node.relink = true;
+    if (!level->empty()) level->back().relink = true;
+    *dropped = false;
+  }
+  level->push_back(std::move(node));
+}
+
+}  // namespace
 
 Status IndexContents::Load(const Pager& pager, uint32_t root_page, uint32_t stored_distinct) {
   pager_ = &pager;
   root_ = root_page;
   pending_.clear();
-  leaves_.clear();
-  inner_pages_.clear();
   seeker_.reset();
-  JET_RETURN_IF_ERROR(UpperWalk(pager).Visit(root_page, 0, nullptr, &leaves_, &inner_pages_));
+  TreeShape shape(pager);
+  JET_RETURN_IF_ERROR(shape.Visit(root_page, 0, nullptr, 0));
+  shape.Levels(&levels_);
   distinct_ = stored_distinct;
-  if (leaves_.size() <= kCountedLeaves) {
+  if (levels_[0].size() <= kCountedLeaves) {
     std::vector<std::string> all, entries;
-    for (const Leaf& leaf : leaves_) {
+    for (const Node& leaf : levels_[0]) {
       JET_RETURN_IF_ERROR(LeafEntries(pager, leaf.page, &entries));
       all.insert(all.end(), entries.begin(), entries.end());
     }
@@ -255,9 +312,10 @@ void IndexContents::Change(const std::string& key, uint32_t row_pointer, int ste
 }
 
 size_t IndexContents::LeafFor(const std::string& entry) const {
-  auto it = std::lower_bound(leaves_.begin(), leaves_.end(), entry,
-                             [](const Leaf& leaf, const std::string& e) { return !leaf.last.empty() && leaf.last < e; });
-  return it == leaves_.end() ? leaves_.size() - 1 : static_cast<size_t>(it - leaves_.begin());
+  const std::vector<Node>& leaves = levels_[0];
+  auto it = std::lower_bound(leaves.begin(), leaves.end(), entry,
+                             [](const Node& leaf, const std::string& e) { return !leaf.last.empty() && leaf.last < e; });
+  return it == leaves.end() ? leaves.size() - 1 : static_cast<size_t>(it - leaves.begin());
 }
 
 Status IndexContents::HasKey(const std::string& key, uint32_t except, bool* found) const {
@@ -266,7 +324,8 @@ Status IndexContents::HasKey(const std::string& key, uint32_t except, bool* foun
     if (it->second > 0 && TrailingChild(it->first) != except) return (*found = true, Status::OK());
   }
   // Keys past the tree's last entry (new autonumbers, appended dates) need no look.
-  if (leaves_.back().last.empty() || KeyOf(leaves_.back().last) < key) return Status::OK();
+  const std::string& last = levels_[0].back().last;
+  if (last.empty() || KeyOf(last) < key) return Status::OK();
   if (!seeker_) seeker_ = std::make_unique<IndexSeeker>(*pager_, root_);
   std::vector<RowId> rows;
   JET_RETURN_IF_ERROR(seeker_->Find({true, key, true}, {true, key, true}, &rows));
@@ -279,34 +338,30 @@ Status IndexContents::HasKey(const std::string& key, uint32_t except, bool* foun
   return Status::OK();
 }
 
-Status IndexContents::Write(Pager* pager, uint32_t owner_page, uint32_t root_page, uint32_t map_pointer) {
-  if (pending_.empty()) return Status::OK();
+// The leaves with the transaction's changes merged in: a changed leaf is
+// packed again (splitting when it overflows, given back when emptied), an
+// unchanged one stays as it is.
+Status IndexContents::ChangeLeaves(Pager* pager, PagePool* pool, std::vector<NewNode>* next) {
+  const std::vector<Node>& leaves = levels_[0];
   const size_t capacity = pager->page_size() - kEntryStart;
-  // The changes, by the leaf each falls into.
   std::map<size_t, std::vector<std::pair<const std::string*, int>>> changes;
   for (const auto& [entry, step] : pending_) changes[LeafFor(entry)].push_back({&entry, step});
-
-  struct NewLeaf {
-    uint32_t page = 0;  // 0: a page is yet to be found
-    std::string last;
-    bool rewrite = false;
-    std::vector<std::string> entries;  // when rewritten
-  };
-  std::vector<NewLeaf> next;
-  PagePool pool(pager);
+  const bool has_parents = levels_.size() > 1;
   int64_t distinct_change = 0;
-  for (size_t i = 0; i < leaves_.size(); ++i) {
+  bool dropped = false;
+  for (size_t i = 0; i < leaves.size(); ++i) {
+    const size_t parent = has_parents ? leaves[i].parent : kNoParent;
     if (!changes.count(i)) {
-      next.push_back({leaves_[i].page, leaves_[i].last, false, {}});
+      AppendNode(next, {leaves[i].page, leaves[i].last, parent, false, false, {}}, &dropped);
       continue;
     }
     // A run of changed leaves: merged, packed again, and counted against the
     // unchanged leaves on either side.
     const size_t first = i;
     std::vector<std::string> before_run, after_run;
-    for (; i < leaves_.size() && changes.count(i); ++i) {
+    for (; i < leaves.size() && changes.count(i); ++i) {
       std::vector<std::string> old_entries;
-      JET_RETURN_IF_ERROR(LeafEntries(*pager, leaves_[i].page, &old_entries));
+      JET_RETURN_IF_ERROR(LeafEntries(*pager, leaves[i].page, &old_entries));
       std::vector<std::string> merged;
       auto change = changes[i].begin(), end = changes[i].end();
       for (const std::string& e : old_entries) {
@@ -324,72 +379,169 @@ Status IndexContents::Write(Pager* pager, uint32_t owner_page, uint32_t root_pag
       before_run.insert(before_run.end(), old_entries.begin(), old_entries.end());
       after_run.insert(after_run.end(), merged.begin(), merged.end());
       if (merged.empty()) {
-        if (leaves_[i].page != root_page) pool.Give(leaves_[i].page);  // the definition names the root
+        if (leaves[i].page != root_) pool->Give(leaves[i].page);  // the definition names the root
+        dropped = true;
         continue;
       }
       bool first_load = true;
       for (auto& load : Pack(std::move(merged), capacity, true)) {
-        NewLeaf leaf{first_load ? leaves_[i].page : 0, load.back(), true, std::move(load)};
+        const bool same = first_load && load.back() == leaves[i].last;
+        AppendNode(next, {first_load ? leaves[i].page : 0, load.back(), has_parents ? leaves[i].parent : kNoParent,
+                          !same, true, std::move(load)}, &dropped);
         first_load = false;
-        next.push_back(std::move(leaf));
       }
     }
     std::optional<std::string_view> before, after;
-    if (first > 0) before = KeyOf(leaves_[first - 1].last);
+    if (first > 0) before = KeyOf(leaves[first - 1].last);
     std::vector<std::string> following;
-    if (i < leaves_.size()) {
-      JET_RETURN_IF_ERROR(LeafEntries(*pager, leaves_[i].page, &following));
+    if (i < leaves.size()) {
+      JET_RETURN_IF_ERROR(LeafEntries(*pager, leaves[i].page, &following));
       if (!following.empty()) after = KeyOf(following.front());
     }
     distinct_change += KeyStarts(after_run, before, after) - KeyStarts(before_run, before, after);
     --i;  // the loop's step moves on to the unchanged leaf after the run
   }
   distinct_ = static_cast<uint32_t>(std::max<int64_t>(0, int64_t{distinct_} + distinct_change));
+  if (next->empty()) next->push_back({root_, {}, kNoParent, true, true, {}});
+  return Status::OK();
+}
 
-  // The root page stays the root: a leaf while one leaf is all there is.
-  if (next.empty()) next.push_back({root_page, {}, true, {}});
-  if (next.size() == 1 && next[0].page != root_page) {
-    if (!next[0].rewrite) JET_RETURN_IF_ERROR(LeafEntries(*pager, next[0].page, &next[0].entries));
-    if (next[0].page != 0) pool.Give(next[0].page);
-    next[0] = {root_page, next[0].last, true, std::move(next[0].entries)};
-  }
-  for (NewLeaf& leaf : next) {
-    if (next.size() > 1 && leaf.page == root_page) leaf.page = 0;
-  }
-  for (NewLeaf& leaf : next) {
-    if (leaf.page == 0) {
-      JET_RETURN_IF_ERROR(pool.Take(&leaf.page));
-      leaf.rewrite = true;
-    }
-  }
-  // Each rewritten leaf, and the links of the unchanged leaves beside them.
-  for (size_t i = 0; i < next.size(); ++i) {
-    const uint32_t prev = i > 0 ? next[i - 1].page : 0, following = i + 1 < next.size() ? next[i + 1].page : 0;
-    if (next[i].rewrite) {
-      TreePage tp;
-      tp.entries = std::move(next[i].entries);
-      tp.number = next[i].page;
-      tp.prev = prev;
-      tp.next = following;
-      JET_RETURN_IF_ERROR(PutPage(pager, owner_page, tp, true, 0));
+// The level above `children`: each parent keeps the children it had (new
+// ones join the parent of the page they split from) and is laid out again
+// only when one of them moved; a parent left without children is given
+// back. Above the old root, one new parent takes every child.
+Status IndexContents::ChangeParents(Pager* pager, size_t height, const std::vector<NewNode>& children,
+                                    PagePool* pool, std::vector<NewNode>* parents, std::vector<size_t>* child_parent) {
+  child_parent->assign(children.size(), 0);
+  const size_t capacity = pager->page_size() - kEntryStart;
+  const bool existing = height < levels_.size();
+  const std::vector<Node> none;
+  const std::vector<Node>& old = existing ? levels_[height] : none;
+  std::vector<size_t> old_children(std::max<size_t>(old.size(), 1), 0);
+  if (existing)
+    for (const Node& child : levels_[height - 1]) ++old_children[child.parent];
+  size_t at = 0;
+  bool dropped = false;
+  for (size_t p = 0; p < std::max<size_t>(old.size(), 1); ++p) {
+    const size_t begin = at;
+    while (at < children.size() && (!existing || children[at].old_parent == p)) ++at;
+    const bool above = existing && height + 1 < levels_.size();
+    const size_t grandparent = above ? old[p].parent : kNoParent;
+    if (begin == at) {
+      if (existing && old[p].page != root_) pool->Give(old[p].page);
+      dropped = true;
       continue;
     }
-    Page current;
-    JET_RETURN_IF_ERROR(pager->ReadPage(next[i].page, &current));
-    if (Get32(current.data() + kPrevOffset) == prev && Get32(current.data() + kNextOffset) == following) continue;
-    uint8_t* page = nullptr;
-    JET_RETURN_IF_ERROR(pager->MutablePage(next[i].page, &page));
-    Put32(page + kPrevOffset, prev);
-    Put32(page + kNextOffset, following);
+    bool moved = !existing || at - begin != old_children[p];
+    for (size_t c = begin; c < at; ++c) moved = moved || children[c].changed;
+    if (!moved) {
+      for (size_t c = begin; c < at; ++c) (*child_parent)[c] = parents->size();
+      AppendNode(parents, {old[p].page, children[at - 1].last, grandparent, false, false, {}}, &dropped);
+      continue;
+    }
+    std::vector<std::string> entries;
+    for (size_t c = begin; c < at; ++c) entries.push_back(EntryBytes(children[c].last, children[c].page));
+    bool first_load = true;
+    size_t child = begin;
+    for (auto& load : Pack(std::move(entries), capacity, false)) {
+      for (size_t k = 0; k < load.size(); ++k) (*child_parent)[child++] = parents->size();
+      std::string last = load.back().substr(0, load.back().size() - 4);
+      AppendNode(parents, {first_load && existing ? old[p].page : 0, std::move(last), grandparent, true, true,
+                           std::move(load)}, &dropped);
+      first_load = false;
+    }
   }
-  std::vector<Leaf> new_leaves;
-  for (const NewLeaf& leaf : next) new_leaves.push_back({leaf.page, leaf.last});
-  const bool moved = new_leaves.size() != leaves_.size() ||
-                     !std::equal(new_leaves.begin(), new_leaves.end(), leaves_.begin(), [](const Leaf& a, const Leaf& b) {
-                       return a.page == b.page && a.last == b.last;
-                     });
-  leaves_ = std::move(new_leaves);
-  if (moved) JET_RETURN_IF_ERROR(WriteUpperLevels(pager, owner_page, root_page, &pool));
+  if (at != children.size()) return Status::Corruption("index pages are not in their parents' order");
+  return Status::OK();
+}
+
+// The one page left at the top goes onto the root page, which the table's
+// definition names.
+Status IndexContents::MoveToRoot(Pager* pager, uint32_t root_page, NewNode* node, PagePool* pool) {
+  if (!node->rewrite) {
+    Page old;
+    JET_RETURN_IF_ERROR(pager->ReadPage(node->page, &old));
+    const std::vector<uint8_t> bytes(old.begin(), old.end());
+    uint8_t* root = nullptr;
+    JET_RETURN_IF_ERROR(pager->MutablePage(root_page, &root));
+    std::memcpy(root, bytes.data(), bytes.size());
+    Put32(root + kPrevOffset, 0);
+    Put32(root + kNextOffset, 0);
+  }
+  if (node->page != 0) pool->Give(node->page);
+  node->page = root_page;
+  node->changed = true;
+  return Status::OK();
+}
+
+// Gives each page of a level its page number and writes the laid-out ones;
+// the others only have their links to their neighbours put right.
+Status IndexContents::PlaceLevel(Pager* pager, uint32_t owner_page, uint32_t root_page, size_t height,
+                                 std::vector<NewNode>* nodes, PagePool* pool) {
+  for (NewNode& n : *nodes) {
+    if (nodes->size() > 1 && n.page == root_page) n.page = 0;  // the root moves up
+    if (n.page == 0) {
+      JET_RETURN_IF_ERROR(pool->Take(&n.page));
+      n.changed = true;
+      if (!n.rewrite) return Status::Corruption("an index page lost its place");
+    }
+  }
+  for (size_t i = 0; i < nodes->size(); ++i) {
+    NewNode& n = (*nodes)[i];
+    const uint32_t prev = i > 0 ? (*nodes)[i - 1].page : 0;
+    const uint32_t next = i + 1 < nodes->size() ? (*nodes)[i + 1].page : 0;
+    if (n.rewrite) {
+      TreePage tp;
+      tp.entries = std::move(n.entries);
+      if (height > 0) {  // the last child is the page's tail, named by no entry
+        tp.tail = TrailingChild(tp.entries.back());
+        tp.entries.pop_back();
+      }
+      tp.number = n.page;
+      tp.prev = prev;
+      tp.next = next;
+      JET_RETURN_IF_ERROR(PutPage(pager, owner_page, tp, height == 0, static_cast<int>(height)));
+      continue;
+    }
+    // Links move only beside pages that moved or were given back.
+    const bool beside_change = n.changed || n.relink || (i > 0 && (*nodes)[i - 1].changed) ||
+                               (i + 1 < nodes->size() && (*nodes)[i + 1].changed);
+    if (!beside_change) continue;
+    Page current;
+    JET_RETURN_IF_ERROR(pager->ReadPage(n.page, &current));
+    if (Get32(current.data() + kPrevOffset) == prev && Get32(current.data() + kNextOffset) == next) continue;
+    uint8_t* page = nullptr;
+    JET_RETURN_IF_ERROR(pager->MutablePage(n.page, &page));
+    Put32(page + kPrevOffset, prev);
+    Put32(page + kNextOffset, next);
+  }
+  return Status::OK();
+}
+
+Status IndexContents::Write(Pager* pager, uint32_t owner_page, uint32_t root_page, uint32_t map_pointer) {
+  if (pending_.empty()) return Status::OK();
+  PagePool pool(pager);
+  std::vector<NewNode> level;
+  JET_RETURN_IF_ERROR(ChangeLeaves(pager, &pool, &level));
+  std::vector<std::vector<Node>> shape;
+  for (size_t height = 0;; ++height) {
+    if (level.size() == 1 && level[0].page != root_page) JET_RETURN_IF_ERROR(MoveToRoot(pager, root_page, &level[0], &pool));
+    JET_RETURN_IF_ERROR(PlaceLevel(pager, owner_page, root_page, height, &level, &pool));
+    shape.emplace_back();
+    for (const NewNode& n : level) shape.back().push_back({n.page, n.last, 0});
+    if (level.size() == 1) {
+      for (size_t above = height + 1; above < levels_.size(); ++above)
+        for (const Node& n : levels_[above])
+          if (n.page != root_page) pool.Give(n.page);
+      break;
+    }
+    std::vector<NewNode> parents;
+    std::vector<size_t> child_parent;
+    JET_RETURN_IF_ERROR(ChangeParents(pager, height + 1, level, &pool, &parents, &child_parent));
+    for (size_t c = 0; c < level.size(); ++c) shape.back()[c].parent = child_parent[c];
+    level = std::move(parents);
+  }
+  levels_ = std::move(shape);
 
   auto grow = [pager](uint32_t* p) { return AllocatePage(pager, p); };
   for (uint32_t page : pool.spare()) {
@@ -402,53 +554,6 @@ Status IndexContents::Write(Pager* pager, uint32_t owner_page, uint32_t root_pag
   }
   pending_.clear();
   seeker_.reset();  // the pages above the leaves may have moved
-  return Status::OK();
-}
-
-// Lays the intermediate levels out again above leaves_, reusing the old
-// intermediate pages; pages whose bytes come out the same are not touched.
-Status IndexContents::WriteUpperLevels(Pager* pager, uint32_t owner_page, uint32_t root_page, PagePool* pool) {
-  const size_t capacity = pager->page_size() - kEntryStart;
-  for (uint32_t p : inner_pages_) pool->Give(p);
-  inner_pages_.clear();
-  if (leaves_.size() == 1) return Status::OK();
-  std::vector<TreePage> level;
-  for (const Leaf& leaf : leaves_) {
-    TreePage tp;
-    tp.number = leaf.page;
-    tp.last = leaf.last;
-    level.push_back(std::move(tp));
-  }
-  for (int height = 1; level.size() > 1; ++height) {
-    std::vector<std::string> children;
-    for (const TreePage& tp : level) {
-      std::string bytes = tp.last;
-      PutBigEndian(&bytes, tp.number, 4);
-      children.push_back(std::move(bytes));
-    }
-    std::vector<TreePage> parents;
-    for (auto& load : Pack(std::move(children), capacity, false)) {
-      TreePage tp;
-      tp.entries = std::move(load);
-      // The last child is the page's tail, named by no entry.
-      const std::string& last = tp.entries.back();
-      tp.tail = TrailingChild(last);
-      tp.last = last.substr(0, last.size() - 4);
-      tp.entries.pop_back();
-      parents.push_back(std::move(tp));
-    }
-    if (parents.size() == 1) parents[0].number = root_page;
-    for (TreePage& tp : parents) {
-      if (tp.number == 0) JET_RETURN_IF_ERROR(pool->Take(&tp.number));
-      if (tp.number != root_page) inner_pages_.push_back(tp.number);
-    }
-    for (size_t i = 0; i < parents.size(); ++i) {
-      parents[i].prev = i > 0 ? parents[i - 1].number : 0;
-      parents[i].next = i + 1 < parents.size() ? parents[i + 1].number : 0;
-      JET_RETURN_IF_ERROR(PutPage(pager, owner_page, parents[i], false, height));
-    }
-    level = std::move(parents);
-  }
   return Status::OK();
 }
 

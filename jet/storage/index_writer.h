@@ -47,21 +47,29 @@ class IndexContents {
   Status HasKey(const std::string& key, uint32_t except, bool* found) const;
   uint32_t DistinctKeys() const { return distinct_; }
 
- private:
-  struct Leaf {
+  // A page of the tree as its parent sees it.
+  struct Node {
     uint32_t page = 0;
-    std::string last;  // its greatest entry (key and row pointer); empty for an empty leaf
+    std::string last;   // the greatest entry below it (key and row pointer); empty for an empty root leaf
+    size_t parent = 0;  // its parent's position one level up
   };
+  struct NewNode;  // a page of the tree being written
+
+ private:
   void Change(const std::string& key, uint32_t row_pointer, int step);
-  // The position in leaves_ of the leaf an entry belongs in.
+  // The position among the leaves of the leaf an entry belongs in.
   size_t LeafFor(const std::string& entry) const;
-  Status WriteUpperLevels(Pager* pager, uint32_t owner_page, uint32_t root_page, PagePool* pool);
+  Status ChangeLeaves(Pager* pager, PagePool* pool, std::vector<NewNode>* leaves);
+  Status ChangeParents(Pager* pager, size_t height, const std::vector<NewNode>& children, PagePool* pool,
+                       std::vector<NewNode>* parents, std::vector<size_t>* child_parent);
+  Status PlaceLevel(Pager* pager, uint32_t owner_page, uint32_t root_page, size_t height, std::vector<NewNode>* nodes,
+                    PagePool* pool);
+  Status MoveToRoot(Pager* pager, uint32_t root_page, NewNode* node, PagePool* pool);
 
   const Pager* pager_ = nullptr;
   uint32_t root_ = 0;
   std::map<std::string, int> pending_;  // whole entry bytes: +1 inserted, -1 removed
-  std::vector<Leaf> leaves_;            // in key order, as the file has them
-  std::vector<uint32_t> inner_pages_;   // intermediate pages other than the root
+  std::vector<std::vector<Node>> levels_;  // in key order: the leaves first, the root alone last
   uint32_t distinct_ = 0;
   mutable std::unique_ptr<IndexSeeker> seeker_;  // for HasKey; its kept pages last until Write
 };

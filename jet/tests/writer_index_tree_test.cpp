@@ -29,7 +29,7 @@ std::string NewSurvey(const std::string& name) {
   TableSpec t;
   t.name = kTable;
   t.columns = {{"Id", ColumnType::kLong}, {"Site", ColumnType::kLong}, {"Day", ColumnType::kDateTime},
-               {"Species", ColumnType::kText, 40}, {"Weight", ColumnType::kDouble}};
+               {"Species", ColumnType::kText, 255}, {"Weight", ColumnType::kDouble}};
   t.columns[0].autonumber = true;
   IndexSpec tag("Tag", {"Species", "Site"});
   tag.unique = true;
@@ -43,10 +43,10 @@ using Model = std::map<int64_t, Row>;
 
 Row RandomRow(std::mt19937& random, int serial) {
   auto pick = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
-  // Long species names fill leaves fast; the serial keeps (Species, Site) unique.
+  // Long species names fill pages fast; the serial keeps (Species, Site) unique.
   return {Value::Null(ColumnType::kLong), Value(ColumnType::kLong, int64_t{pick(30)}),
           Value(ColumnType::kDateTime, DateTime{44000.0 + pick(900)}),
-          Value(ColumnType::kText, std::string(20 + pick(15), static_cast<char>('a' + pick(26))) + std::to_string(serial)),
+          Value(ColumnType::kText, std::string(100 + pick(100), static_cast<char>('a' + pick(26))) + std::to_string(serial)),
           pick(10) == 0 ? Value::Null(ColumnType::kDouble) : Value(ColumnType::kDouble, pick(5000) / 7.0)};
 }
 
@@ -65,15 +65,20 @@ void ExpectRowsAsModelled(const std::string& path, const Model& model) {
   }
 }
 
+struct TreeSize {
+  size_t leaves = 0;
+  size_t levels = 0;
+};
+
 // Every level of every index tree is one chain of pages linked both ways,
-// in key order; returns the most leaves an index has.
-size_t ExpectSiblingLinks(const std::string& path) {
+// in key order; returns the most leaves and levels an index has.
+TreeSize ExpectSiblingLinks(const std::string& path) {
   std::unique_ptr<Pager> pager;
   EXPECT_TRUE(Pager::Open(path, &pager).ok());
   auto db = OpenForReading(path);
   std::shared_ptr<const TableDef> def;
   EXPECT_TRUE(db->GetTableDef(kTable, &def).ok());
-  size_t most_leaves = 0;
+  TreeSize most;
   for (const IndexDef& index : def->indexes) {
     std::vector<std::vector<uint32_t>> levels;
     std::vector<IndexPage> pages;
@@ -98,9 +103,10 @@ size_t ExpectSiblingLinks(const std::string& path) {
         EXPECT_EQ(page.next_page, i + 1 < level.size() ? level[i + 1] : 0u) << index.name << " page " << level[i];
       }
     }
-    most_leaves = std::max(most_leaves, levels.back().size());
+    most.leaves = std::max(most.leaves, levels.back().size());
+    most.levels = std::max(most.levels, levels.size());
   }
-  return most_leaves;
+  return most;
 }
 
 TEST(WriterIndexTree, RandomChangesKeepEveryIndexInStepCommitByCommit) {
@@ -111,7 +117,7 @@ TEST(WriterIndexTree, RandomChangesKeepEveryIndexInStepCommitByCommit) {
     auto pick = [&](size_t n) { return random() % n; };
     Model model;
     std::map<int64_t, RowId> places;
-    size_t most_leaves = 0, leaves_now = 0;
+    size_t most_leaves = 0, leaves_now = 0, most_levels = 0;
     int serial = 0;
     for (int commit = 0; commit < 24; ++commit) {
       auto db = OpenForWriting(path);
@@ -162,12 +168,15 @@ TEST(WriterIndexTree, RandomChangesKeepEveryIndexInStepCommitByCommit) {
       ExpectIndexesInStep(path, kTable);
       ExpectMapsConsistent(path, kTable);
       ExpectRowsAsModelled(path, model);
-      leaves_now = ExpectSiblingLinks(path);
+      const TreeSize size = ExpectSiblingLinks(path);
+      leaves_now = size.leaves;
       most_leaves = std::max(most_leaves, leaves_now);
+      most_levels = std::max(most_levels, size.levels);
       if (::testing::Test::HasFailure()) return;
     }
     // The runs of deletes emptied leaves, which were given back.
     EXPECT_GE(most_leaves, 20u);
+    EXPECT_GE(most_levels, 3u);  // the trees grew a level above their first intermediate one
     EXPECT_LT(leaves_now, most_leaves);
     EXPECT_EQ(MdbExportRowCount(path, kTable), static_cast<long>(model.size()));
   }
