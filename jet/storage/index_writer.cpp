@@ -4,7 +4,6 @@
 #include <cstring>
 #include <optional>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 #include "storage/index_page.h"
@@ -142,11 +141,11 @@ class TreeShape {
     size_t parent = 0;
   };
 
-  explicit TreeShape(const Pager& pager) : pager_(pager) {}
+  explicit TreeShape(const Pager& pager) : pager_(pager), seen_(pager.page_count(), false) {}
 
   Status Visit(uint32_t page_no, size_t depth, const std::string* known_last, size_t parent) {
     if (depth > kMaxDepth) return Status::Corruption("index tree is deeper than any valid index");
-    if (!seen_.insert(page_no).second) return Status::Corruption("index tree has a cycle");
+    if (!See(page_no)) return Status::Corruption("index tree has a cycle");
     if (by_depth_.size() <= depth) by_depth_.resize(depth + 1);
     Page raw;
     JET_RETURN_IF_ERROR(pager_.ReadPage(page_no, &raw));
@@ -172,11 +171,19 @@ class TreeShape {
     Page first_raw;
     JET_RETURN_IF_ERROR(pager_.ReadPage(first, &first_raw));
     const bool leaves = first_raw[0] == static_cast<uint8_t>(PageType::kIndexLeaf);
-    if (leaves && by_depth_.size() <= depth + 1) by_depth_.resize(depth + 2);
+    if (leaves) {
+      if (leaf_depth_ && *leaf_depth_ != depth + 1) return Status::Corruption("index tree's leaves lie at different depths");
+      leaf_depth_ = depth + 1;
+      if (by_depth_.size() <= depth + 1) by_depth_.resize(depth + 2);
+    }
     for (const IndexEntry& e : page.entries) {
-      const std::string last = EntryBytes(e);
-      if (leaves && seen_.insert(e.child_page).second) by_depth_[depth + 1].push_back({e.child_page, last, self});
-      else JET_RETURN_IF_ERROR(Visit(e.child_page, depth + 1, &last, self));
+      std::string last = EntryBytes(e);
+      if (!leaves) {
+        JET_RETURN_IF_ERROR(Visit(e.child_page, depth + 1, &last, self));
+        continue;
+      }
+      if (!See(e.child_page)) return Status::Corruption("index tree names a page twice");
+      by_depth_[depth + 1].push_back({e.child_page, std::move(last), self});
     }
     if (page.tail_page != 0) JET_RETURN_IF_ERROR(Visit(page.tail_page, depth + 1, nullptr, self));
     return Status::OK();
@@ -195,8 +202,15 @@ class TreeShape {
   }
 
  private:
+  // False for a page seen before (or past the file's end).
+  bool See(uint32_t page_no) {
+    if (page_no >= seen_.size() || seen_[page_no]) return false;
+    seen_[page_no] = true;
+    return true;
+  }
+
   const Pager& pager_;
-  std::unordered_set<uint32_t> seen_;
+  std::vector<bool> seen_;
   std::vector<std::vector<Node>> by_depth_;
   std::optional<size_t> leaf_depth_;
 };
@@ -342,7 +356,10 @@ Status IndexContents::HasKey(const std::string& key, uint32_t except, bool* foun
 // packed again (splitting when it overflows, given back when emptied), an
 // unchanged one stays as it is.
 Status IndexContents::ChangeLeaves(Pager* pager, PagePool* pool, std::vector<NewNode>* next) {
-  const std::vector<Node>& leaves = levels_[0];
+  // The old leaves are taken apart as the new ones are made: Write puts the
+  // new shape in place, and a failed commit drops this index state whole.
+  std::vector<Node>& leaves = levels_[0];
+  next->reserve(leaves.size() + 2);
   const size_t capacity = pager->page_size() - kEntryStart;
   std::map<size_t, std::vector<std::pair<const std::string*, int>>> changes;
   for (const auto& [entry, step] : pending_) changes[LeafFor(entry)].push_back({&entry, step});
@@ -352,12 +369,14 @@ Status IndexContents::ChangeLeaves(Pager* pager, PagePool* pool, std::vector<New
   for (size_t i = 0; i < leaves.size(); ++i) {
     const size_t parent = has_parents ? leaves[i].parent : kNoParent;
     if (!changes.count(i)) {
-      AppendNode(next, {leaves[i].page, leaves[i].last, parent, false, false, {}}, &dropped);
+      AppendNode(next, {leaves[i].page, std::move(leaves[i].last), parent, false, false, {}}, &dropped);
       continue;
     }
     // A run of changed leaves: merged, packed again, and counted against the
     // unchanged leaves on either side.
     const size_t first = i;
+    // The leaf before the run is unchanged: the last node made so far.
+    const std::string previous_last = first > 0 ? (*next)[next->size() - 1].last : std::string();
     std::vector<std::string> before_run, after_run;
     for (; i < leaves.size() && changes.count(i); ++i) {
       std::vector<std::string> old_entries;
@@ -392,7 +411,7 @@ Status IndexContents::ChangeLeaves(Pager* pager, PagePool* pool, std::vector<New
       }
     }
     std::optional<std::string_view> before, after;
-    if (first > 0) before = KeyOf(leaves[first - 1].last);
+    if (first > 0) before = KeyOf(previous_last);
     std::vector<std::string> following;
     if (i < leaves.size()) {
       JET_RETURN_IF_ERROR(LeafEntries(*pager, leaves[i].page, &following));
@@ -528,8 +547,9 @@ Status IndexContents::Write(Pager* pager, uint32_t owner_page, uint32_t root_pag
     if (level.size() == 1 && level[0].page != root_page) JET_RETURN_IF_ERROR(MoveToRoot(pager, root_page, &level[0], &pool));
     JET_RETURN_IF_ERROR(PlaceLevel(pager, owner_page, root_page, height, &level, &pool));
     shape.emplace_back();
-    for (const NewNode& n : level) shape.back().push_back({n.page, n.last, 0});
+    shape.back().reserve(level.size());
     if (level.size() == 1) {
+      shape.back().push_back({level[0].page, std::move(level[0].last), 0});
       for (size_t above = height + 1; above < levels_.size(); ++above)
         for (const Node& n : levels_[above])
           if (n.page != root_page) pool.Give(n.page);
@@ -538,7 +558,7 @@ Status IndexContents::Write(Pager* pager, uint32_t owner_page, uint32_t root_pag
     std::vector<NewNode> parents;
     std::vector<size_t> child_parent;
     JET_RETURN_IF_ERROR(ChangeParents(pager, height + 1, level, &pool, &parents, &child_parent));
-    for (size_t c = 0; c < level.size(); ++c) shape.back()[c].parent = child_parent[c];
+    for (size_t c = 0; c < level.size(); ++c) shape.back().push_back({level[c].page, std::move(level[c].last), child_parent[c]});
     level = std::move(parents);
   }
   levels_ = std::move(shape);
