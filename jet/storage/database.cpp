@@ -231,6 +231,7 @@ Status Database::Impl::CommitNow() {
     if (integrity) integrity->ForgetAll();
   }
   layouts.clear();  // counts and statistics in the definitions have moved
+  pager->ReleaseReadPages();  // the committed pages need not all stay in memory
   ++commits;
   return s;
 }
