@@ -13,14 +13,7 @@
 namespace jet::testing {
 namespace {
 
-std::string NewDatabase(const std::string& name) {
-  const std::string path = ::testing::TempDir() + "/" + name;
-  std::remove(path.c_str());
-  std::remove((path + "-journal").c_str());
-  Status s = CreateDatabase(path, CreateOptions{});
-  EXPECT_TRUE(s.ok()) << s.ToString();
-  return path;
-}
+std::string NewDatabase(const std::string& name) { return testing::NewDatabase("jet-create-table-tests", name); }
 
 TableSpec Interviews() {
   TableSpec t;

@@ -101,12 +101,7 @@ TEST(InPlaceReading, DescendingIndexRangesOfAFixture) {
 // A table with an index on each seekable type, Nulls and repeated keys
 // among its rows, filled from a fixed seed.
 std::string MakeSurveyTable(const std::string& name, int rows) {
-  const std::string dir = ::testing::TempDir() + "jet-in-place-tests";
-  std::filesystem::create_directories(dir);
-  const std::string path = dir + "/" + name;
-  std::filesystem::remove(path);
-  std::filesystem::remove(dir + "/" + std::filesystem::path(name).stem().string() + ".ldb");
-  EXPECT_TRUE(CreateDatabase(path, {}).ok());
+  const std::string path = testing::NewDatabase("jet-in-place-tests", name);
   TableSpec t;
   t.name = "Visits";
   t.columns = {{"Id", ColumnType::kLong},     {"Site", ColumnType::kLong},       {"Day", ColumnType::kDateTime},

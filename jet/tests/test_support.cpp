@@ -1,10 +1,13 @@
 #include "test_support.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <array>
 #include <cstdio>
-#include <sys/wait.h>
+#include <filesystem>
+
+#include "jet/create.h"
 
 namespace jet::testing {
 
@@ -17,6 +20,17 @@ std::unique_ptr<Database> OpenFixture(const std::string& name, const OpenOptions
   Status s = Database::Open(FixturePath(name), options, &db);
   EXPECT_TRUE(s.ok()) << name << ": " << s.ToString();
   return db;
+}
+
+std::string NewDatabase(const std::string& folder, const std::string& name) {
+  const std::string dir = ::testing::TempDir() + folder;
+  std::filesystem::create_directories(dir);
+  const std::string path = dir + "/" + name;
+  for (const std::string& leftover : {path, path + "-journal", std::filesystem::path(path).replace_extension(".ldb").string()})
+    std::filesystem::remove(leftover);
+  Status s = CreateDatabase(path, {});
+  EXPECT_TRUE(s.ok()) << s.ToString();
+  return path;
 }
 
 std::string RunCommand(const std::string& command, int* exit_code) {

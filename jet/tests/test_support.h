@@ -14,6 +14,10 @@ std::string FixturePath(const std::string& name);
 // Opens a fixture read-only; fails the calling test on error.
 std::unique_ptr<Database> OpenFixture(const std::string& name, const OpenOptions& options = {});
 
+// An empty database made at `name` in a fresh folder `folder` of the test
+// temporary directory (what an earlier run left there is removed first).
+std::string NewDatabase(const std::string& folder, const std::string& name);
+
 // Runs a command and returns its standard output (empty on failure).
 std::string RunCommand(const std::string& command, int* exit_code = nullptr);
 

@@ -20,12 +20,7 @@ namespace {
 constexpr char kTable[] = "Catches";
 
 std::string NewSurvey(const std::string& name) {
-  const std::string dir = ::testing::TempDir() + "jet-index-tree-tests";
-  std::filesystem::create_directories(dir);
-  const std::string path = dir + "/" + name;
-  std::filesystem::remove(path);
-  std::filesystem::remove(dir + "/" + std::filesystem::path(name).stem().string() + ".ldb");
-  EXPECT_TRUE(CreateDatabase(path, {}).ok());
+  const std::string path = NewDatabase("jet-index-tree-tests", name);
   TableSpec t;
   t.name = kTable;
   t.columns = {{"Id", ColumnType::kLong}, {"Site", ColumnType::kLong}, {"Day", ColumnType::kDateTime},
