@@ -19,11 +19,6 @@
 
 namespace jet {
 
-struct IndexRowEntry {
-  std::string key;
-  uint32_t row_pointer = 0;  // data page << 8 | row
-};
-
 class PagePool;
 
 class IndexContents {
