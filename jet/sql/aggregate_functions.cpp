@@ -74,6 +74,7 @@ void RegisterJetFunctions(sqlite3* db, SortOrderVersion order) {
   RegisterDateFunctions(db);
   RegisterFormatFunction(db);
   RegisterAggregateFunctions(db);
+  RegisterDecimalFunctions(db);
 }
 
 }  // namespace jet::sql

@@ -3,6 +3,7 @@
 
 #include "jet/query.h"
 #include "jet/text_form.h"
+#include "sql/decimal_math.h"
 
 namespace jet {
 namespace {
@@ -46,15 +47,29 @@ Status FitInteger(double n, const ColumnDef& column, Value* out) {
   return Status::OK();
 }
 
-Status FitDecimal(double n, const ColumnDef& column, Value* out) {
-  const double scaled = std::nearbyint(std::fabs(n) * std::pow(10.0, column.scale));
-  if (!(scaled < 7.9e28)) return Overflow(column);
-  Decimal d;
-  d.negative = n < 0 && scaled != 0;
-  d.scale = column.scale;
-  d.magnitude = static_cast<unsigned __int128>(scaled);
-  *out = Value(ColumnType::kDecimal, d);
+// An exact value into a Decimal column: rounded half to even at the
+// column's places, refused when it needs more digits than its precision.
+Status FitDecimal(const Decimal& exact, const ColumnDef& column, Value* out) {
+  std::optional<Decimal> d = sql::WithScale(sql::RoundDecimal(exact, column.scale), column.scale);
+  unsigned __int128 limit = 1;
+  for (int i = 0; i < (column.precision ? column.precision : sql::kMaxDecimalScale); ++i) limit *= 10;
+  if (!d || d->magnitude >= limit) return Overflow(column);
+  *out = Value(ColumnType::kDecimal, *d);
   return Status::OK();
+}
+
+// The value as an exact Decimal, when it holds one, a whole number or Currency.
+std::optional<Decimal> ExactDecimal(const Value& v) {
+  const auto& d = v.data();
+  if (auto m = std::get_if<Decimal>(&d)) return *m;
+  if (auto i = std::get_if<int64_t>(&d)) return sql::DecimalFromInteger(*i);
+  if (auto b = std::get_if<bool>(&d)) return sql::DecimalFromInteger(*b ? -1 : 0);
+  if (auto c = std::get_if<Currency>(&d)) {
+    Decimal m = sql::DecimalFromInteger(c->scaled);
+    m.scale = 4;
+    return m;
+  }
+  return std::nullopt;
 }
 
 Status FitNumber(double n, const ColumnDef& column, Value* out) {
@@ -74,7 +89,11 @@ Status FitNumber(double n, const ColumnDef& column, Value* out) {
     case ColumnType::kSingle: *out = Value(column.type, static_cast<float>(n)); return Status::OK();
     case ColumnType::kDouble: *out = Value(column.type, n); return Status::OK();
     case ColumnType::kDateTime: *out = Value(column.type, DateTime{n}); return Status::OK();
-    case ColumnType::kDecimal: return FitDecimal(n, column, out);
+    case ColumnType::kDecimal: {
+      std::optional<Decimal> d = sql::DecimalFromDouble(n);
+      if (!d) return Overflow(column);
+      return FitDecimal(*d, column, out);
+    }
     default: return Mismatch(column);
   }
 }
@@ -122,9 +141,8 @@ Status FitToColumn(const Value& value, const ColumnDef& column, Value* out) {
     }
     return Status::OK();
   }
-  if (t == ColumnType::kDecimal && std::holds_alternative<Decimal>(d) && value.as_decimal().scale == column.scale) {
-    *out = Value(t, value.as_decimal());
-    return Status::OK();
+  if (t == ColumnType::kDecimal) {
+    if (std::optional<Decimal> exact = ExactDecimal(value)) return FitDecimal(*exact, column, out);
   }
   if (t == ColumnType::kCurrency && std::holds_alternative<Currency>(d)) {
     *out = Value(t, value.as_currency());

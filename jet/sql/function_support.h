@@ -14,14 +14,15 @@
 
 namespace jet::sql {
 
-// Registers every Jet function, aggregate and the JETGENERAL collation;
-// text compares in the General order of the file's version.
+// Registers every Jet function, aggregate and the JETGENERAL and JETDECIMAL
+// collations; text compares in the General order of the file's version.
 void RegisterJetFunctions(sqlite3* db, SortOrderVersion order);
 void RegisterTextFunctions(sqlite3* db, SortOrderVersion order);
 void RegisterNumberFunctions(sqlite3* db);
 void RegisterDateFunctions(sqlite3* db);
 void RegisterFormatFunction(sqlite3* db);
 void RegisterAggregateFunctions(sqlite3* db);
+void RegisterDecimalFunctions(sqlite3* db);
 
 inline bool IsNull(sqlite3_value* v) { return sqlite3_value_type(v) == SQLITE_NULL; }
 // A number from an argument: integers and reals as they are, text read as Val does.

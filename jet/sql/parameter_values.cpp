@@ -4,6 +4,7 @@
 
 #include "jet/query.h"
 #include "sql/date_math.h"
+#include "sql/decimal_math.h"
 #include "sql/function_support.h"
 
 namespace jet {
@@ -61,11 +62,17 @@ Status ConvertParameterText(const std::string& text, ColumnType type, Value* out
       *out = Value(type, static_cast<float>(*n));
       return Status::OK();
     }
-    case ColumnType::kDouble:
-    case ColumnType::kDecimal: {
+    case ColumnType::kDouble: {
       auto n = ParseNumberText(text);
       if (!n) return Mismatch(text, type);
       *out = Value(ColumnType::kDouble, *n);
+      return Status::OK();
+    }
+    case ColumnType::kDecimal: {
+      if (!ParseNumberText(text)) return Mismatch(text, type);
+      auto d = sql::ParseDecimal(text);  // the digits as written, not a double
+      if (!d) return Status::InvalidArgument("Overflow converting '" + text + "'.", 6);
+      *out = Value(type, *d);
       return Status::OK();
     }
     case ColumnType::kDateTime: {

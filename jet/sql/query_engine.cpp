@@ -15,6 +15,7 @@
 
 #include "jet/query.h"
 #include "sql/action_plan.h"
+#include "sql/decimal_math.h"
 #include "sql/external_files.h"
 #include "sql/function_support.h"
 #include "sql/parser.h"
@@ -42,8 +43,8 @@ void Bind(sqlite3_stmt* stmt, int index, const Value& v) {
   switch (f.storage) {
     case SQLITE_INTEGER: sqlite3_bind_int64(stmt, index, f.integer); break;
     case SQLITE_FLOAT: sqlite3_bind_double(stmt, index, f.real); break;
-    case SQLITE_TEXT: sqlite3_bind_text(stmt, index, static_cast<const char*>(f.bytes), f.size, SQLITE_TRANSIENT); break;
-    case SQLITE_BLOB: sqlite3_bind_blob(stmt, index, f.bytes, f.size, SQLITE_TRANSIENT); break;
+    case SQLITE_TEXT: sqlite3_bind_text(stmt, index, static_cast<const char*>(f.data()), f.size, SQLITE_TRANSIENT); break;
+    case SQLITE_BLOB: sqlite3_bind_blob(stmt, index, f.data(), f.size, SQLITE_TRANSIENT); break;
     default: sqlite3_bind_null(stmt, index);
   }
 }
@@ -92,12 +93,22 @@ Value ReadTyped(sqlite3_stmt* stmt, int i, SqlType type, int scale) {
       if (sqlite3_column_type(stmt, i) == SQLITE_TEXT) return ReadVariant(stmt, i);
       return Value(ColumnType::kDateTime, DateTime{sqlite3_column_double(stmt, i)});
     case SqlType::kDecimal: {
-      double v = sqlite3_column_double(stmt, i);
-      Decimal d;
-      d.negative = v < 0;
-      d.scale = static_cast<uint8_t>(scale);
-      d.magnitude = static_cast<unsigned __int128>(std::llround(std::fabs(v) * std::pow(10.0, scale)));
-      return Value(ColumnType::kDecimal, d);
+      // Decimal arrives as its exact text; a Double from a mixed expression
+      // is taken as CDec takes it.
+      std::optional<Decimal> d;
+      if (sqlite3_column_type(stmt, i) == SQLITE_TEXT) {
+        d = sql::ParseDecimal(reinterpret_cast<const char*>(sqlite3_column_text(stmt, i)));
+        if (!d) return ReadVariant(stmt, i);
+      } else if (sqlite3_column_type(stmt, i) == SQLITE_INTEGER) {
+        d = sql::DecimalFromInteger(sqlite3_column_int64(stmt, i));
+      } else {
+        d = sql::DecimalFromDouble(sqlite3_column_double(stmt, i));
+        if (!d) return ReadVariant(stmt, i);
+        d = sql::RoundDecimal(*d, scale);
+      }
+      // Shown at the places of the column it came from, where they hold it.
+      if (d->scale < scale) d = sql::WithScale(*d, scale).value_or(*d);
+      return Value(ColumnType::kDecimal, *d);
     }
     case SqlType::kText:
     case SqlType::kMemo: {

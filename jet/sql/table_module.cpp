@@ -1,5 +1,7 @@
 #include "sql/table_module.h"
 
+#include "sql/decimal_math.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -9,11 +11,6 @@ namespace jet::sql {
 namespace {
 
 // --- Values ---
-
-double DecimalToDouble(const Decimal& d) {
-  double v = static_cast<double>(d.magnitude) / std::pow(10.0, d.scale);
-  return d.negative ? -v : v;
-}
 
 // What a constraint value asks of an index: a key value, nothing at all
 // (it lies beyond every value the column can hold, or is Null), or nothing
@@ -367,8 +364,8 @@ int Column(sqlite3_vtab_cursor* base, sqlite3_context* context, int i) {
   switch (f.storage) {
     case SQLITE_INTEGER: sqlite3_result_int64(context, f.integer); break;
     case SQLITE_FLOAT: sqlite3_result_double(context, f.real); break;
-    case SQLITE_TEXT: sqlite3_result_text(context, static_cast<const char*>(f.bytes), f.size, SQLITE_TRANSIENT); break;
-    case SQLITE_BLOB: sqlite3_result_blob(context, f.bytes, f.size, SQLITE_TRANSIENT); break;
+    case SQLITE_TEXT: sqlite3_result_text(context, static_cast<const char*>(f.data()), f.size, SQLITE_TRANSIENT); break;
+    case SQLITE_BLOB: sqlite3_result_blob(context, f.data(), f.size, SQLITE_TRANSIENT); break;
     default: sqlite3_result_null(context);
   }
   return SQLITE_OK;
@@ -412,8 +409,8 @@ std::string DeclaredType(ColumnType t) {
     case ColumnType::kMemo: return "TEXT COLLATE JETGENERAL";
     case ColumnType::kSingle:
     case ColumnType::kDouble:
-    case ColumnType::kDateTime:
-    case ColumnType::kDecimal: return "REAL";
+    case ColumnType::kDateTime: return "REAL";
+    case ColumnType::kDecimal: return "TEXT COLLATE JETDECIMAL";  // exact, as its shortest text
     case ColumnType::kBinary:
     case ColumnType::kOle:
     case ColumnType::kGuid: return "BLOB";
@@ -437,7 +434,10 @@ LiteForm ToLiteForm(const Value& v) {
         else if constexpr (std::is_same_v<T, float> || std::is_same_v<T, double>) real(x);
         else if constexpr (std::is_same_v<T, Currency>) integer(x.scaled);
         else if constexpr (std::is_same_v<T, DateTime>) real(x.serial);
-        else if constexpr (std::is_same_v<T, Decimal>) real(DecimalToDouble(x));
+        else if constexpr (std::is_same_v<T, Decimal>) {
+          f.owned = DecimalText(x);
+          f.storage = SQLITE_TEXT, f.size = static_cast<int>(f.owned.size());
+        }
         else if constexpr (std::is_same_v<T, std::string>) bytes(SQLITE_TEXT, x.data(), x.size());
         else if constexpr (std::is_same_v<T, Bytes> || std::is_same_v<T, Guid>) bytes(SQLITE_BLOB, x.data(), x.size());
       },

@@ -38,6 +38,8 @@ struct LiteForm {
   double real = 0;
   const void* bytes = nullptr;
   int size = 0;
+  std::string owned;  // the bytes, when the form is made rather than borrowed
+  const void* data() const { return owned.empty() ? bytes : owned.data(); }
 };
 LiteForm ToLiteForm(const Value& v);
 

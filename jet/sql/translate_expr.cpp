@@ -30,6 +30,7 @@ std::string AsText(const TypedSql& t) {
 
 std::string AsNumber(const TypedSql& t) {
   if (t.type == SqlType::kCurrency) return "(" + t.sql + " / 10000.0)";
+  if (t.type == SqlType::kDecimal) return "CAST(" + t.sql + " AS REAL)";
   if (IsText(t.type) || t.type == SqlType::kVariant) return "jet_val(" + t.sql + ")";
   return t.sql;
 }
@@ -37,6 +38,22 @@ std::string AsNumber(const TypedSql& t) {
 std::string AsCurrency(const TypedSql& t) {
   if (t.type == SqlType::kCurrency || t.type == SqlType::kNull) return t.sql;
   return "jet_ccur(" + t.sql + ")";
+}
+
+std::string AsDecimal(const TypedSql& t) {
+  if (t.type == SqlType::kDecimal || t.type == SqlType::kNull) return t.sql;
+  if (t.type == SqlType::kCurrency) return "jet_cdec(" + t.sql + ", 4)";
+  return "jet_cdec(" + t.sql + ")";
+}
+
+int DecimalPlaces(const TypedSql& t) {
+  if (t.type == SqlType::kDecimal) return t.decimal_scale;
+  return t.type == SqlType::kCurrency ? 4 : 0;
+}
+
+std::string Collation(SqlType t) {
+  if (IsText(t)) return " COLLATE JETGENERAL";
+  return t == SqlType::kDecimal ? " COLLATE JETDECIMAL" : "";
 }
 
 std::string AsDate(const TypedSql& t) {
@@ -50,7 +67,13 @@ namespace {
 void Harmonize(TypedSql* a, TypedSql* b) {
   auto fix = [](TypedSql* x, const TypedSql& other) {
     if (x->type == other.type || x->type == SqlType::kNull || other.type == SqlType::kNull) return;
-    if (other.type == SqlType::kCurrency && x->type != SqlType::kVariant && !IsText(x->type)) {
+    // Decimal ranks above every number: both sides become exact Decimal text.
+    if (other.type == SqlType::kDecimal && (IsNumber(x->type) || IsText(x->type) || x->type == SqlType::kVariant ||
+                                            x->type == SqlType::kDate || x->type == SqlType::kBoolean)) {
+      x->decimal_scale = DecimalPlaces(*x);
+      x->sql = AsDecimal(*x);
+      x->type = SqlType::kDecimal;
+    } else if (other.type == SqlType::kCurrency && x->type != SqlType::kVariant && !IsText(x->type)) {
       x->sql = AsCurrency(*x);
       x->type = SqlType::kCurrency;
     } else if (other.type == SqlType::kCurrency) {
@@ -69,7 +92,7 @@ void Harmonize(TypedSql* a, TypedSql* b) {
 }
 
 std::string Collate(const TypedSql& a, const TypedSql& b) {
-  return (IsText(a.type) || IsText(b.type)) ? " COLLATE JETGENERAL" : "";
+  return Collation(IsText(b.type) || b.type == SqlType::kDecimal ? b.type : a.type);
 }
 
 bool IsIntegerLiteral(const std::string& text) {
@@ -131,7 +154,9 @@ Status Translator::Condition(const sql::Expr& e, Scope* scope, TypedSql* out) {
         return Status::OK();
       }
       JET_RETURN_IF_ERROR(Expr(*e.args[0], scope, &a));
-      if (e.op == "-") {
+      if (e.op == "-" && a.type == SqlType::kDecimal) {
+        *out = {"jet_dec_neg(" + a.sql + ")", a.type, a.decimal_scale, {}};
+      } else if (e.op == "-") {
         SqlType t = IsText(a.type) || a.type == SqlType::kVariant ? SqlType::kDouble : a.type;
         if (t == SqlType::kBoolean) t = SqlType::kInteger;
         *out = {"(-" + (t == a.type ? a.sql : AsNumber(a)) + ")", t, 0, {}};
@@ -173,7 +198,7 @@ Status Translator::Condition(const sql::Expr& e, Scope* scope, TypedSql* out) {
           list += (list.empty() ? "" : ", ") + item.sql;
         }
       }
-      std::string collate = IsText(v.type) ? " COLLATE JETGENERAL" : "";
+      std::string collate = Collation(v.type);
       *out = {"(" + v.sql + collate + (e.negated ? " NOT IN (" : " IN (") + list + "))", SqlType::kBoolean, 0, {},
               true};
       return Status::OK();
@@ -325,7 +350,10 @@ Status Translator::Binary(const sql::Expr& e, Scope* scope, TypedSql* out) {
       return Status::OK();
     }
     SqlType t = WiderNumber(a.type, b.type);
-    if (t == SqlType::kCurrency) {
+    if (t == SqlType::kDecimal) {
+      *out = {std::string(op == "+" ? "jet_dec_add(" : "jet_dec_sub(") + AsDecimal(a) + ", " + AsDecimal(b) + ")", t,
+              std::max(DecimalPlaces(a), DecimalPlaces(b)), {}};
+    } else if (t == SqlType::kCurrency) {
       *out = {"(" + AsCurrency(a) + " " + op + " " + AsCurrency(b) + ")", t, 0, {}};
     } else {
       *out = {"(" + AsNumber(a) + " " + op + " " + AsNumber(b) + ")", t, 0, {}};
@@ -340,7 +368,10 @@ Status Translator::Binary(const sql::Expr& e, Scope* scope, TypedSql* out) {
       return x == SqlType::kDouble || x == SqlType::kDate || x == SqlType::kVariant || IsText(x);
     };
     if (t == SqlType::kCurrency && (doubleish(a.type) || doubleish(b.type))) t = SqlType::kDouble;
-    if (t == SqlType::kCurrency) {
+    if (t == SqlType::kDecimal) {
+      *out = {"jet_dec_mul(" + AsDecimal(a) + ", " + AsDecimal(b) + ")", t,
+              std::min(DecimalPlaces(a) + DecimalPlaces(b), 28), {}};
+    } else if (t == SqlType::kCurrency) {
       *out = {"jet_cur_mul(" + AsCurrency(a) + ", " + AsCurrency(b) + ")", t, 0, {}};
     } else {
       *out = {"(" + AsNumber(a) + " * " + AsNumber(b) + ")", t, 0, {}};

@@ -32,7 +32,7 @@ constexpr Simple kSimple[] = {
     {"Space$", "jet_space", SqlType::kText, {Arg::kNumber}},
     {"String$", "jet_string", SqlType::kText, {Arg::kNumber, Arg::kAny}},
     {"AscW", "jet_ascw", SqlType::kInteger, {Arg::kText}},
-    {"CDec", "jet_cdbl", SqlType::kDouble, {Arg::kAny}},
+    {"CDec", "jet_cdec", SqlType::kDecimal, {Arg::kAny}},
     {"Partition", "jet_partition", SqlType::kText, {Arg::kNumber, Arg::kNumber, Arg::kNumber, Arg::kNumber}},
     {"FormatDateTime", "jet_formatdatetime", SqlType::kText, {Arg::kDate, Arg::kNumber}},
     {"LTrim", "jet_ltrim", SqlType::kText, {Arg::kText}},
@@ -123,6 +123,7 @@ SqlType MergeTypes(const std::vector<TypedSql>& values) {
 }
 
 std::string Branch(const TypedSql& v, SqlType t) {
+  if (t == SqlType::kDecimal) return AsDecimal(v);
   if (t == SqlType::kCurrency) return AsCurrency(v);
   if (t == SqlType::kVariant && v.type == SqlType::kCurrency) return AsNumber(v);
   if (t == SqlType::kVariant && v.type == SqlType::kDate) return AsText(v);
@@ -202,7 +203,11 @@ Status Translator::Call(const sql::Expr& e, Scope* scope, TypedSql* out) {
   if (WordIs(name, "Format") || WordIs(name, "Format$")) {
     if (args.empty() || args.size() > 4) return wrong_args();
     std::string fmt = args.size() > 1 ? ", " + AsText(args[1]) : "";
-    *out = {"jet_format(" + args[0].sql + ", " + std::to_string(static_cast<int>(args[0].type)) + fmt + ")",
+    // Formats show a Decimal through its Double, as they show every number.
+    const bool decimal = args[0].type == SqlType::kDecimal;
+    const SqlType type = decimal ? SqlType::kDouble : args[0].type;
+    *out = {"jet_format(" + (decimal ? AsNumber(args[0]) : args[0].sql) + ", " + std::to_string(static_cast<int>(type)) +
+                fmt + ")",
             SqlType::kText, 0, {}};
     return Status::OK();
   }
@@ -248,6 +253,8 @@ Status Translator::Call(const sql::Expr& e, Scope* scope, TypedSql* out) {
     std::string digits = args.size() > 1 ? ", " + AsNumber(args[1]) : "";
     if (args[0].type == SqlType::kCurrency) {
       *out = {"jet_round_cur(" + args[0].sql + digits + ")", SqlType::kCurrency, 0, {}};
+    } else if (args[0].type == SqlType::kDecimal) {
+      *out = {"jet_dec_round(" + args[0].sql + digits + ")", SqlType::kDecimal, args[0].decimal_scale, {}};
     } else {
       SqlType t = IsNumber(args[0].type) ? args[0].type : SqlType::kDouble;
       *out = {"jet_round(" + AsNumber(args[0]) + digits + ")", t, 0, {}};
@@ -256,6 +263,10 @@ Status Translator::Call(const sql::Expr& e, Scope* scope, TypedSql* out) {
   }
   if (WordIs(name, "Abs")) {
     if (args.size() != 1) return wrong_args();
+    if (args[0].type == SqlType::kDecimal) {
+      *out = {"jet_dec_abs(" + args[0].sql + ")", SqlType::kDecimal, args[0].decimal_scale, {}};
+      return Status::OK();
+    }
     SqlType t = IsNumber(args[0].type) || args[0].type == SqlType::kDate ? args[0].type : SqlType::kDouble;
     if (t == SqlType::kBoolean) t = SqlType::kInteger;  // Abs(True) is the number 1
     bool as_is = t == args[0].type || args[0].type == SqlType::kBoolean;
@@ -285,6 +296,10 @@ Status Translator::Call(const sql::Expr& e, Scope* scope, TypedSql* out) {
     if (t == SqlType::kVariant) {
       t = IsNumber(args.empty() ? SqlType::kDouble : args[0].type) ? args[0].type : SqlType::kDouble;
       if (t == SqlType::kBoolean) t = SqlType::kInteger;  // Int(True) is -1, a number
+      if (t == SqlType::kDecimal) {
+        *out = {std::string(WordIs(name, "Int") ? "jet_dec_int(" : "jet_dec_fix(") + args[0].sql + ")", t, 0, {}};
+        return Status::OK();
+      }
       if (t == SqlType::kCurrency) {
         // Int/Fix of Currency: whole units, still Currency.
         *out = {"(" + std::string(f.sqlite) + "(" + args[0].sql + " / 10000.0) * 10000)", t, 0, {}};
@@ -321,6 +336,8 @@ Status Translator::Aggregate(const std::string& name, const sql::Expr& e, Scope*
     *out = {"count(" + filtered(a.sql) + ")", SqlType::kLong, 0, {}};
   } else if (WordIs(name, "Sum")) {
     if (a.type == SqlType::kCurrency) *out = {"sum(" + filtered(a.sql) + ")", SqlType::kCurrency, 0, {}};
+    else if (a.type == SqlType::kDecimal)
+      *out = {"jet_dec_sum(" + filtered(a.sql) + ")", SqlType::kDecimal, a.decimal_scale, {}};
     else if (IsWholeNumber(a.type)) *out = {"sum(" + filtered(a.sql) + ")", SqlType::kLong, 0, {}};
     else *out = {"sum(" + filtered(AsNumber(a)) + ")", SqlType::kDouble, 0, {}};
   } else if (WordIs(name, "Avg")) {
@@ -328,7 +345,7 @@ Status Translator::Aggregate(const std::string& name, const sql::Expr& e, Scope*
       *out = {"CAST(jet_round(avg(" + filtered(a.sql) + ")) AS INTEGER)", SqlType::kCurrency, 0, {}};
     else *out = {"avg(" + filtered(AsNumber(a)) + ")", SqlType::kDouble, 0, {}};
   } else if (WordIs(name, "Min") || WordIs(name, "Max")) {
-    std::string arg = filtered(a.sql) + (IsText(a.type) ? " COLLATE JETGENERAL" : "");
+    std::string arg = filtered(a.sql) + Collation(a.type);
     *out = {(WordIs(name, "Min") ? "min(" : "max(") + arg + ")", a.type, a.decimal_scale, a.caption};
   } else if (WordIs(name, "First") || WordIs(name, "Last")) {
     *out = {(WordIs(name, "First") ? "jet_first(" : "jet_last(") + filtered(a.sql) + ")", a.type, a.decimal_scale,

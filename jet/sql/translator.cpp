@@ -1,6 +1,7 @@
 // Queries, FROM sources and crosstabs.
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 #include "sql/function_support.h"
 #include "sql/parser.h"
@@ -89,7 +90,7 @@ std::string ColumnList(size_t n, const std::string& prefix = "") {
 
 std::string OrderSuffix(const TypedSql& t, bool descending) {
   std::string s = t.sql;
-  if (IsText(t.type)) s += " COLLATE JETGENERAL";
+  s += Collation(t.type);
   if (descending) s += " DESC";
   return s;
 }
@@ -238,7 +239,7 @@ Status Translator::TranslateSelect(const QueryExpr& q, Scope* outer, QueryOut* o
   std::string select_list;
   for (size_t i = 0; i < items.size(); ++i) {
     std::string item = items[i].sql;
-    if (IsText(items[i].type) && distinct) item += " COLLATE JETGENERAL";
+    if (distinct) item += Collation(items[i].type);
     select_list += (i ? ", " : "") + item + " AS c" + std::to_string(i);
   }
   std::string body = from.empty() ? "" : " FROM " + from;
@@ -266,10 +267,12 @@ Status Translator::TranslateSelect(const QueryExpr& q, Scope* outer, QueryOut* o
     bool desc = k.size() > 5 && k.compare(k.size() - 5, 5, " DESC") == 0;
     std::string expr = desc ? k.substr(0, k.size() - 5) : k;
     std::string collate;
-    size_t at = expr.rfind(" COLLATE JETGENERAL");
-    if (at != std::string::npos && at + 19 == expr.size()) {
-      expr = expr.substr(0, at);
-      collate = " COLLATE JETGENERAL";
+    for (const char* c : {" COLLATE JETGENERAL", " COLLATE JETDECIMAL"}) {
+      const size_t length = std::strlen(c);
+      if (expr.size() > length && expr.compare(expr.size() - length, length, c) == 0) {
+        expr.resize(expr.size() - length);
+        collate = c;
+      }
     }
     key_columns += ", " + expr + " AS o" + std::to_string(i);
     std::string ok = "o" + std::to_string(i) + collate + (desc ? " DESC" : "");
@@ -313,7 +316,7 @@ Status Translator::GroupingClauses(const SelectCore& core, Scope* scope, const s
     for (const auto& g : core.group_by) {
       TypedSql t;
       JET_RETURN_IF_ERROR(Expr(*g, scope, &t));
-      groups += (groups.empty() ? "" : ", ") + t.sql + (IsText(t.type) ? " COLLATE JETGENERAL" : "");
+      groups += (groups.empty() ? "" : ", ") + t.sql + Collation(t.type);
     }
     *body += " GROUP BY " + groups;
   } else if (!row_identity.empty()) {
@@ -500,8 +503,7 @@ Status Translator::TranslateCrosstab(const Statement& st, QueryOut* out) {
       headings.push_back({v.sql, heading});
     }
   } else {
-    std::string values_sql = "SELECT DISTINCT " + pivot.sql + body + " ORDER BY 1" +
-                             (IsText(pivot.type) ? " COLLATE JETGENERAL" : "");
+    std::string values_sql = "SELECT DISTINCT " + pivot.sql + body + " ORDER BY 1" + Collation(pivot.type);
     JET_RETURN_IF_ERROR(catalog_->PivotValues(values_sql, pivot.type, &headings));
   }
   std::vector<TypedSql> items;
@@ -511,8 +513,7 @@ Status Translator::TranslateCrosstab(const Statement& st, QueryOut* out) {
   size_t next = items.size();
   for (const PivotValue& h : headings) {
     std::string match = h.literal_sql == "NULL" ? "(" + pivot.sql + ") IS NULL"
-                                                : "(" + pivot.sql + ") = " + h.literal_sql +
-                                                      (IsText(pivot.type) ? " COLLATE JETGENERAL" : "");
+                                                : "(" + pivot.sql + ") = " + h.literal_sql + Collation(pivot.type);
     pivot_match_ = match;
     TypedSql cell;
     Status s = Expr(*st.transform, &scope, &cell);

@@ -96,6 +96,12 @@ std::string AsText(const TypedSql& t);
 std::string AsNumber(const TypedSql& t);
 std::string AsCurrency(const TypedSql& t);
 std::string AsDate(const TypedSql& t);
+std::string AsDecimal(const TypedSql& t);
+// Places after the point a number of this kind carries (Currency four).
+int DecimalPlaces(const TypedSql& t);
+// The collation that orders values of the type as Jet does: text by the
+// General order, Decimal (held as text) by value; none for the rest.
+std::string Collation(SqlType t);
 std::string QuoteSqlText(std::string_view text);
 std::string DoubleLiteral(double v);
 bool NamesEqual(std::string_view a, std::string_view b);

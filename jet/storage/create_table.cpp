@@ -51,6 +51,9 @@ Status CheckColumns(const TableSpec& t) {
         c.type != ColumnType::kOle) {
       return Bad(t, "the column '" + c.name + "' has a type new tables cannot have");
     }
+    if (c.type == ColumnType::kDecimal && (c.precision < 1 || c.precision > 28 || c.scale < 0 || c.scale > c.precision)) {
+      return Bad(t, "the Decimal column '" + c.name + "' needs a precision from 1 to 28 and a scale from 0 to it");
+    }
     if (c.autonumber && c.type != ColumnType::kLong) {
       return Bad(t, "only a Long Integer column can be an autonumber ('" + c.name + "')");
     }
@@ -104,6 +107,10 @@ NewTable Describe(const TableSpec& t) {
     n.size = c.type == ColumnType::kText ? static_cast<uint16_t>(c.size * 2)
               : c.type == ColumnType::kBinary ? static_cast<uint16_t>(c.size)
                                               : static_cast<uint16_t>(FixedSize(c.type));
+    if (c.type == ColumnType::kDecimal) {
+      n.precision = static_cast<uint8_t>(c.precision);
+      n.scale = static_cast<uint8_t>(c.scale);
+    }
     n.nullable = !c.required && !c.autonumber;
     n.autonumber = c.autonumber;
     out.columns.push_back(std::move(n));

@@ -75,7 +75,12 @@ void WriteColumns(const NewTable& t, Out* out) {
     out->U16(static_cast<uint16_t>(i));                   // column id
     out->U16(is_fixed ? 0 : place[i]);                    // variable slot
     out->U16(static_cast<uint16_t>(i));                   // ordinal position
-    out->U16(IsText(c.type) ? kGeneralSortOrder : 0);     // sort order
+    if (c.type == ColumnType::kDecimal) {                 // precision and scale in the sort order's place
+      out->U8(c.precision);
+      out->U8(c.scale);
+    } else {
+      out->U16(IsText(c.type) ? kGeneralSortOrder : 0);   // sort order
+    }
     out->Zeros(2);                                        // sort order version 0
     uint8_t flags = (is_fixed ? 0x01 : 0) | (c.nullable ? 0x02 : 0) | (c.autonumber ? 0x04 : 0);
     out->U8(flags);

@@ -16,6 +16,7 @@ struct NewColumn {
   std::string name;
   ColumnType type = ColumnType::kLong;
   uint16_t size = 0;  // bytes; Text holds two per character
+  uint8_t precision = 0, scale = 0;  // Decimal
   bool nullable = true;
   bool autonumber = false;
 };

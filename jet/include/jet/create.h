@@ -34,6 +34,8 @@ struct ColumnSpec {
   std::string name;
   ColumnType type = ColumnType::kLong;
   int size = 0;            // Text and Binary: characters / bytes (1..255)
+  int precision = 18;      // Decimal: digits in all (1..28)
+  int scale = 0;           // Decimal: digits after the point (0..precision)
   bool required = false;   // Null refused (Jet error 3314)
   bool autonumber = false; // Long only: a Null gets the next number
   // Shown by Access and by our table browser; empty ones are not stored.
