@@ -73,6 +73,12 @@ std::vector<std::vector<std::string>> Pack(std::vector<std::string> entries, siz
   return pages;
 }
 
+// How much of a page a run of `pages` changed pages may fill when packed
+// again. One page splits left-full, as Access splits for ascending keys; a
+// longer run leaves a sixteenth free on each page, so that the next key
+// landing among them is taken in place instead of splitting a full page.
+size_t RunCapacity(size_t capacity, size_t pages) { return pages > 1 ? capacity - capacity / 16 : capacity; }
+
 size_t SharedPrefix(const std::vector<std::string>& entries, bool compress) {
   if (!compress || entries.size() < 2) return 0;
   size_t p = entries[0].size();
@@ -131,8 +137,10 @@ Status LeafEntries(const Pager& pager, uint32_t page_no, std::vector<std::string
 
 // Walks the tree in key order, noting each page with its position under
 // its parent, depth by depth from the root. Leaves take their last entry
-// from their parent's entry for them; only the rightmost leaf, which no
-// parent names, is read.
+// from their parent's entry for them, and a page's tail child ends where
+// the page ends; only the rightmost leaf, which no parent names, is read.
+// The first descent finds the depth of the leaves, so no other leaf is
+// read to learn what it is.
 class TreeShape {
  public:
   struct Node {
@@ -165,17 +173,17 @@ class TreeShape {
     JET_RETURN_IF_ERROR(DecodeIndexPage(raw, pager_.is_jet3(), &page));
     const size_t self = by_depth_[depth].size();
     by_depth_[depth].push_back({page_no, {}, parent});
-    // A page's children all lie at one depth: when the first is a leaf, the
-    // others are noted from their entries without being read.
-    const uint32_t first = page.entries.empty() ? page.tail_page : page.entries[0].child_page;
-    Page first_raw;
-    JET_RETURN_IF_ERROR(pager_.ReadPage(first, &first_raw));
-    const bool leaves = first_raw[0] == static_cast<uint8_t>(PageType::kIndexLeaf);
-    if (leaves) {
-      if (leaf_depth_ && *leaf_depth_ != depth + 1) return Status::Corruption("index tree's leaves lie at different depths");
-      leaf_depth_ = depth + 1;
-      if (by_depth_.size() <= depth + 1) by_depth_.resize(depth + 2);
+    // A page's children all lie at one depth: when they are leaves, they
+    // are noted from the entries without being read.
+    bool leaves = leaf_depth_ && *leaf_depth_ == depth + 1;
+    if (!leaf_depth_) {
+      const uint32_t first = page.entries.empty() ? page.tail_page : page.entries[0].child_page;
+      Page first_raw;
+      JET_RETURN_IF_ERROR(pager_.ReadPage(first, &first_raw));
+      leaves = first_raw[0] == static_cast<uint8_t>(PageType::kIndexLeaf);
+      if (leaves) leaf_depth_ = depth + 1;
     }
+    if (leaves && by_depth_.size() <= depth + 1) by_depth_.resize(depth + 2);
     for (const IndexEntry& e : page.entries) {
       std::string last = EntryBytes(e);
       if (!leaves) {
@@ -185,8 +193,13 @@ class TreeShape {
       if (!See(e.child_page)) return Status::Corruption("index tree names a page twice");
       by_depth_[depth + 1].push_back({e.child_page, std::move(last), self});
     }
-    if (page.tail_page != 0) JET_RETURN_IF_ERROR(Visit(page.tail_page, depth + 1, nullptr, self));
-    return Status::OK();
+    if (page.tail_page == 0) return Status::OK();
+    if (leaves && known_last) {
+      if (!See(page.tail_page)) return Status::Corruption("index tree names a page twice");
+      by_depth_[depth + 1].push_back({page.tail_page, *known_last, self});
+      return Status::OK();
+    }
+    return Visit(page.tail_page, depth + 1, known_last, self);
   }
 
   // The levels from the leaves up; a page's last is its last child's.
@@ -352,9 +365,12 @@ Status IndexContents::HasKey(const std::string& key, uint32_t except, bool* foun
   return Status::OK();
 }
 
-// The leaves with the transaction's changes merged in: a changed leaf is
-// packed again (splitting when it overflows, given back when emptied), an
-// unchanged one stays as it is.
+// The leaves with the transaction's changes merged in: a run of changed
+// leaves is packed again as one, into pages filled but the last, reusing the
+// run's pages in order (new ones when it grew, the rest given back when it
+// shrank); an unchanged leaf stays as it is. Packing the run rather than
+// each leaf keeps pages full when a commit spreads its keys over many
+// leaves, instead of leaving a part-filled page behind every split.
 Status IndexContents::ChangeLeaves(Pager* pager, PagePool* pool, std::vector<NewNode>* next) {
   // The old leaves are taken apart as the new ones are made: Write puts the
   // new shape in place, and a failed commit drops this index state whole.
@@ -372,44 +388,30 @@ Status IndexContents::ChangeLeaves(Pager* pager, PagePool* pool, std::vector<New
       AppendNode(next, {leaves[i].page, std::move(leaves[i].last), parent, false, false, {}}, &dropped);
       continue;
     }
-    // A run of changed leaves: merged, packed again, and counted against the
-    // unchanged leaves on either side.
-    const size_t first = i;
     // The leaf before the run is unchanged: the last node made so far.
+    const size_t first = i;
     const std::string previous_last = first > 0 ? (*next)[next->size() - 1].last : std::string();
     std::vector<std::string> before_run, after_run;
     for (; i < leaves.size() && changes.count(i); ++i) {
       std::vector<std::string> old_entries;
       JET_RETURN_IF_ERROR(LeafEntries(*pager, leaves[i].page, &old_entries));
-      std::vector<std::string> merged;
       auto change = changes[i].begin(), end = changes[i].end();
       for (const std::string& e : old_entries) {
         for (; change != end && *change->first < e; ++change)
-          if (change->second > 0) merged.push_back(*change->first);
+          if (change->second > 0) after_run.push_back(*change->first);
         if (change != end && *change->first == e) {
-          if (change->second >= 0) merged.push_back(e);
+          if (change->second >= 0) after_run.push_back(e);
           ++change;
           continue;
         }
-        merged.push_back(e);
+        after_run.push_back(e);
       }
       for (; change != end; ++change)
-        if (change->second > 0) merged.push_back(*change->first);
-      before_run.insert(before_run.end(), old_entries.begin(), old_entries.end());
-      after_run.insert(after_run.end(), merged.begin(), merged.end());
-      if (merged.empty()) {
-        if (leaves[i].page != root_) pool->Give(leaves[i].page);  // the definition names the root
-        dropped = true;
-        continue;
-      }
-      bool first_load = true;
-      for (auto& load : Pack(std::move(merged), capacity, true)) {
-        const bool same = first_load && load.back() == leaves[i].last;
-        AppendNode(next, {first_load ? leaves[i].page : 0, load.back(), has_parents ? leaves[i].parent : kNoParent,
-                          !same, true, std::move(load)}, &dropped);
-        first_load = false;
-      }
+        if (change->second > 0) after_run.push_back(*change->first);
+      before_run.insert(before_run.end(), std::make_move_iterator(old_entries.begin()),
+                        std::make_move_iterator(old_entries.end()));
     }
+    // The run counted against the unchanged leaves on either side.
     std::optional<std::string_view> before, after;
     if (first > 0) before = KeyOf(previous_last);
     std::vector<std::string> following;
@@ -418,6 +420,21 @@ Status IndexContents::ChangeLeaves(Pager* pager, PagePool* pool, std::vector<New
       if (!following.empty()) after = KeyOf(following.front());
     }
     distinct_change += KeyStarts(after_run, before, after) - KeyStarts(before_run, before, after);
+    before_run.clear();
+    std::vector<std::vector<std::string>> loads;
+    if (!after_run.empty()) loads = Pack(std::move(after_run), RunCapacity(capacity, i - first), true);
+    for (size_t k = 0; k < loads.size(); ++k) {
+      const Node& source = leaves[first + std::min(k, i - first - 1)];
+      const bool reused = first + k < i;
+      const bool same = reused && loads[k].back() == source.last;
+      std::string last = loads[k].back();
+      AppendNode(next, {reused ? source.page : 0, std::move(last), has_parents ? source.parent : kNoParent, !same,
+                        true, std::move(loads[k])}, &dropped);
+    }
+    for (size_t k = first + loads.size(); k < i; ++k) {
+      if (leaves[k].page != root_) pool->Give(leaves[k].page);  // the definition names the root
+      dropped = true;
+    }
     --i;  // the loop's step moves on to the unchanged leaf after the run
   }
   distinct_ = static_cast<uint32_t>(std::max<int64_t>(0, int64_t{distinct_} + distinct_change));
@@ -427,50 +444,62 @@ Status IndexContents::ChangeLeaves(Pager* pager, PagePool* pool, std::vector<New
 
 // The level above `children`: each parent keeps the children it had (new
 // ones join the parent of the page they split from) and is laid out again
-// only when one of them moved; a parent left without children is given
-// back. Above the old root, one new parent takes every child.
+// only when one of them moved. A run of such parents is packed again as
+// one, reusing its pages in order; those left over are given back. Above
+// the old root, one new parent takes every child.
 Status IndexContents::ChangeParents(Pager* pager, size_t height, const std::vector<NewNode>& children,
                                     PagePool* pool, std::vector<NewNode>* parents, std::vector<size_t>* child_parent) {
   child_parent->assign(children.size(), 0);
   const size_t capacity = pager->page_size() - kEntryStart;
   const bool existing = height < levels_.size();
+  const bool above = existing && height + 1 < levels_.size();
   const std::vector<Node> none;
   const std::vector<Node>& old = existing ? levels_[height] : none;
   std::vector<size_t> old_children(std::max<size_t>(old.size(), 1), 0);
   if (existing)
     for (const Node& child : levels_[height - 1]) ++old_children[child.parent];
+  // Where each old parent's children begin among `children`.
+  const size_t count = std::max<size_t>(old.size(), 1);
+  std::vector<size_t> begins(count + 1, children.size());
   size_t at = 0;
-  bool dropped = false;
-  for (size_t p = 0; p < std::max<size_t>(old.size(), 1); ++p) {
-    const size_t begin = at;
+  for (size_t p = 0; p < count; ++p) {
+    begins[p] = at;
     while (at < children.size() && (!existing || children[at].old_parent == p)) ++at;
-    const bool above = existing && height + 1 < levels_.size();
-    const size_t grandparent = above ? old[p].parent : kNoParent;
-    if (begin == at) {
-      if (existing && old[p].page != root_) pool->Give(old[p].page);
-      dropped = true;
-      continue;
-    }
-    bool moved = !existing || at - begin != old_children[p];
-    for (size_t c = begin; c < at; ++c) moved = moved || children[c].changed;
-    if (!moved) {
-      for (size_t c = begin; c < at; ++c) (*child_parent)[c] = parents->size();
-      AppendNode(parents, {old[p].page, children[at - 1].last, grandparent, false, false, {}}, &dropped);
-      continue;
-    }
-    std::vector<std::string> entries;
-    for (size_t c = begin; c < at; ++c) entries.push_back(EntryBytes(children[c].last, children[c].page));
-    bool first_load = true;
-    size_t child = begin;
-    for (auto& load : Pack(std::move(entries), capacity, false)) {
-      for (size_t k = 0; k < load.size(); ++k) (*child_parent)[child++] = parents->size();
-      std::string last = load.back().substr(0, load.back().size() - 4);
-      AppendNode(parents, {first_load && existing ? old[p].page : 0, std::move(last), grandparent, true, true,
-                           std::move(load)}, &dropped);
-      first_load = false;
-    }
   }
   if (at != children.size()) return Status::Corruption("index pages are not in their parents' order");
+  auto moved = [&](size_t p) {
+    bool m = !existing || begins[p + 1] - begins[p] != old_children[p] || begins[p + 1] == begins[p];
+    for (size_t c = begins[p]; c < begins[p + 1]; ++c) m = m || children[c].changed;
+    return m;
+  };
+  bool dropped = false;
+  for (size_t p = 0; p < count; ++p) {
+    const size_t grandparent = above ? old[p].parent : kNoParent;
+    if (!moved(p)) {
+      for (size_t c = begins[p]; c < begins[p + 1]; ++c) (*child_parent)[c] = parents->size();
+      AppendNode(parents, {old[p].page, children[begins[p + 1] - 1].last, grandparent, false, false, {}}, &dropped);
+      continue;
+    }
+    const size_t first = p;
+    while (p + 1 < count && moved(p + 1)) ++p;
+    std::vector<std::string> entries;
+    for (size_t c = begins[first]; c < begins[p + 1]; ++c) entries.push_back(EntryBytes(children[c].last, children[c].page));
+    std::vector<std::vector<std::string>> loads;
+    if (!entries.empty()) loads = Pack(std::move(entries), RunCapacity(capacity, p + 1 - first), false);
+    size_t child = begins[first];
+    for (size_t k = 0; k < loads.size(); ++k) {
+      const size_t source = first + std::min(k, p - first);
+      const bool reused = existing && first + k <= p;
+      for (size_t n = 0; n < loads[k].size(); ++n) (*child_parent)[child++] = parents->size();
+      std::string last = loads[k].back().substr(0, loads[k].back().size() - 4);
+      AppendNode(parents, {reused ? old[source].page : 0, std::move(last), above ? old[source].parent : kNoParent, true,
+                           true, std::move(loads[k])}, &dropped);
+    }
+    for (size_t k = first + loads.size(); existing && k <= p; ++k) {
+      if (old[k].page != root_) pool->Give(old[k].page);
+      dropped = true;
+    }
+  }
   return Status::OK();
 }
 
