@@ -9,6 +9,7 @@
 #include "storage/index_writer.h"
 #include "storage/journal.h"
 #include "storage/long_value_writer.h"
+#include "storage/page_room.h"
 #include "storage/page_rows.h"
 #include "storage/row_decoder.h"
 #include "storage/row_encoder.h"
@@ -62,8 +63,8 @@ struct TableState {
   std::map<uint16_t, uint32_t> long_value_page;
   std::map<uint16_t, std::set<uint32_t>> long_value_freed;  // pages where values were released
   // The table's data pages, each with the longest new row it takes once its
-  // deleted rows are reclaimed: where inserts look before the file grows.
-  std::map<uint32_t, size_t> room;
+  // deleted rows are reclaimed.
+  PageRoom room;
 };
 
 namespace {
@@ -360,7 +361,7 @@ Status StoreTableRows(Pager* pager, TableState* t, uint32_t page_no, const std::
   uint8_t* page = nullptr;
   JET_RETURN_IF_ERROR(pager->MutablePage(page_no, &page));
   JET_RETURN_IF_ERROR(StoreRows(rows, page, pager->page_size()));
-  t->room[page_no] = LongestNewRow(rows, pager->page_size());
+  t->room.Set(page_no, LongestNewRow(rows, pager->page_size()));
   return Status::OK();
 }
 
@@ -405,15 +406,16 @@ Status NewDataPage(Pager* pager, TableState* t, uint32_t* page_no) {
   InitDataPage(data, pager->page_size(), t->layout->def->tdef_page);
   auto grow = [pager](uint32_t* p) { return AllocatePage(pager, p); };
   JET_RETURN_IF_ERROR(SetMapBit(pager, t->layout->usage_map, *page_no, true, MapKind::kOwned, grow));
-  t->room[*page_no] = LongestNewRow({}, pager->page_size());
+  t->room.Set(*page_no, LongestNewRow({}, pager->page_size()));
   return Status::OK();
 }
 
 // A data page of the table with room for `length` more bytes: the one the
-// last insert used (at first the table's last page), else the first page
-// where deleted rows left enough room, else a new one.
+// last insert used (at first the table's last page), else one where deleted
+// rows left enough room, else a new one. A page whose room was only
+// presumed (from the free-space map) is measured when tried.
 Status PageWithRoom(Pager* pager, TableState* t, size_t length, uint32_t* page_no, std::vector<StoredRow>* rows) {
-  if (t->insert_page == 0 && !t->room.empty()) t->insert_page = t->room.rbegin()->first;
+  if (t->insert_page == 0) t->insert_page = t->room.last_page();
   bool fits = false;
   if (t->insert_page != 0) {
     JET_RETURN_IF_ERROR(LoadForInsert(*pager, t->insert_page, length, rows, &fits));
@@ -421,15 +423,15 @@ Status PageWithRoom(Pager* pager, TableState* t, size_t length, uint32_t* page_n
       *page_no = t->insert_page;
       return Status::OK();
     }
+    t->room.Set(t->insert_page, LongestNewRow(*rows, pager->page_size()));
   }
-  for (auto& [candidate, longest] : t->room) {
-    if (candidate == t->insert_page || longest < length) continue;
+  for (uint32_t candidate = t->room.Find(length); candidate != 0; candidate = t->room.Find(length)) {
     JET_RETURN_IF_ERROR(LoadForInsert(*pager, candidate, length, rows, &fits));
     if (fits) {
       *page_no = candidate;
       return FillNext(pager, t, candidate);
     }
-    longest = LongestNewRow(*rows, pager->page_size());
+    t->room.Set(candidate, LongestNewRow(*rows, pager->page_size()));
   }
   JET_RETURN_IF_ERROR(NewDataPage(pager, t, page_no));
   rows->clear();
@@ -499,7 +501,7 @@ Status CountRowsAndRoom(const Pager& pager, const std::vector<uint32_t>& mapped,
     if (page[0] != static_cast<uint8_t>(PageType::kData) || data.owner() != t->layout->def->tdef_page) continue;
     std::vector<StoredRow> rows;
     JET_RETURN_IF_ERROR(LoadRows(page, &rows));
-    t->room[p] = LongestNewRow(rows, pager.page_size());
+    t->room.Set(p, LongestNewRow(rows, pager.page_size()));
     for (const StoredRow& r : rows) t->row_count += (r.flags & kRowDeletedFlag) ? 0 : 1;
   }
   return Status::OK();
@@ -540,7 +542,7 @@ Status Writer::State(const std::shared_ptr<const TableLayout>& layout, TableStat
         Page page;
         if (!std::binary_search(mapped.begin(), mapped.end(), p) || !pager_->ReadPage(p, &page).ok()) continue;
         if (page[0] == static_cast<uint8_t>(PageType::kData) && DataPage(page, false).owner() == layout->def->tdef_page)
-          t->room[p] = pager_->page_size();
+          t->room.Set(p, pager_->page_size());
       }
     }
     slot = std::move(t);
