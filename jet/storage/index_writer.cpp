@@ -228,20 +228,29 @@ class TreeShape {
   std::optional<size_t> leaf_depth_;
 };
 
-// How many entries of `run` begin a key different from the entry before
-// them (the one before the run ends with `before`), plus the entry after
-// the run (of key `after`) when it does: the run's share of the distinct count.
-int64_t KeyStarts(const std::vector<std::string>& run, const std::optional<std::string_view>& before,
-                  const std::optional<std::string_view>& after) {
-  int64_t starts = 0;
-  std::optional<std::string_view> previous = before;
-  for (const std::string& e : run) {
-    if (!previous || KeyOf(e) != *previous) ++starts;
-    previous = KeyOf(e);
+// Counts the entries of a run that begin a key different from the entry
+// before them (the one before the run has key `before`), plus the entry
+// after the run when it does: the run's share of the distinct count. The
+// entries are given one by one, so a long run need not be held to be counted.
+class KeyStarts {
+ public:
+  explicit KeyStarts(std::optional<std::string_view> before) {
+    if (before) previous_ = std::string(*before);
   }
-  if (after && (!previous || *after != *previous)) ++starts;
-  return starts;
-}
+  void Add(const std::string& entry) {
+    const std::string_view key = KeyOf(entry);
+    if (previous_ && key == *previous_) return;
+    ++starts_;
+    previous_ = std::string(key);
+  }
+  int64_t Total(std::optional<std::string_view> after) const {
+    return starts_ + (after && (!previous_ || *after != *previous_) ? 1 : 0);
+  }
+
+ private:
+  std::optional<std::string> previous_;
+  int64_t starts_ = 0;
+};
 
 // Writes a page only when its bytes change.
 Status PutPage(Pager* pager, uint32_t owner, const TreePage& tp, bool leaf, int level) {
@@ -327,7 +336,9 @@ Status IndexContents::Load(const Pager& pager, uint32_t root_page, uint32_t stor
       JET_RETURN_IF_ERROR(LeafEntries(pager, leaf.page, &entries));
       all.insert(all.end(), entries.begin(), entries.end());
     }
-    distinct_ = static_cast<uint32_t>(KeyStarts(all, std::nullopt, std::nullopt));
+    KeyStarts counter(std::nullopt);
+    for (const std::string& e : all) counter.Add(e);
+    distinct_ = static_cast<uint32_t>(counter.Total(std::nullopt));
   }
   return Status::OK();
 }
@@ -391,7 +402,10 @@ Status IndexContents::ChangeLeaves(Pager* pager, PagePool* pool, std::vector<New
     // The leaf before the run is unchanged: the last node made so far.
     const size_t first = i;
     const std::string previous_last = first > 0 ? (*next)[next->size() - 1].last : std::string();
-    std::vector<std::string> before_run, after_run;
+    std::optional<std::string_view> before;
+    if (first > 0) before = KeyOf(previous_last);
+    KeyStarts old_starts(before);
+    std::vector<std::string> after_run;
     for (; i < leaves.size() && changes.count(i); ++i) {
       std::vector<std::string> old_entries;
       JET_RETURN_IF_ERROR(LeafEntries(*pager, leaves[i].page, &old_entries));
@@ -408,19 +422,18 @@ Status IndexContents::ChangeLeaves(Pager* pager, PagePool* pool, std::vector<New
       }
       for (; change != end; ++change)
         if (change->second > 0) after_run.push_back(*change->first);
-      before_run.insert(before_run.end(), std::make_move_iterator(old_entries.begin()),
-                        std::make_move_iterator(old_entries.end()));
+      for (const std::string& e : old_entries) old_starts.Add(e);
     }
     // The run counted against the unchanged leaves on either side.
-    std::optional<std::string_view> before, after;
-    if (first > 0) before = KeyOf(previous_last);
+    std::optional<std::string_view> after;
     std::vector<std::string> following;
     if (i < leaves.size()) {
       JET_RETURN_IF_ERROR(LeafEntries(*pager, leaves[i].page, &following));
       if (!following.empty()) after = KeyOf(following.front());
     }
-    distinct_change += KeyStarts(after_run, before, after) - KeyStarts(before_run, before, after);
-    before_run.clear();
+    KeyStarts new_starts(before);
+    for (const std::string& e : after_run) new_starts.Add(e);
+    distinct_change += new_starts.Total(after) - old_starts.Total(after);
     std::vector<std::vector<std::string>> loads;
     if (!after_run.empty()) loads = Pack(std::move(after_run), RunCapacity(capacity, i - first), true);
     for (size_t k = 0; k < loads.size(); ++k) {
