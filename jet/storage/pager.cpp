@@ -123,7 +123,13 @@ Status Pager::ReadPage(uint32_t number, Page* page) const {
 }
 
 void Pager::ReleaseReadPages() const {
-  if (cache_.size() > kCachedPagesKept) cache_.clear();
+  if (cache_.size() <= kCachedPagesKept) return;
+  // The buffers serve the next reads: a long scan then allocates nothing.
+  for (auto& [number, buffer] : cache_) {
+    if (spare_.size() >= kCachedPagesKept) break;
+    spare_.push_back(std::move(buffer));
+  }
+  cache_.clear();
 }
 
 Status Pager::ReadCommittedPage(uint32_t number, Page* page) const {
@@ -136,7 +142,13 @@ Status Pager::ReadCommittedPage(uint32_t number, Page* page) const {
   }
   auto& slot = cache_[number];
   if (!slot) {
-    auto buffer = std::make_unique<uint8_t[]>(page_size_);
+    std::unique_ptr<uint8_t[]> buffer;
+    if (spare_.empty()) {
+      buffer = std::make_unique_for_overwrite<uint8_t[]>(page_size_);  // the read fills it whole
+    } else {
+      buffer = std::move(spare_.back());
+      spare_.pop_back();
+    }
     Status s = file_->Read(uint64_t(number) * page_size_, page_size_, buffer.get());
     if (!s.ok()) {
       cache_.erase(number);

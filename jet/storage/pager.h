@@ -87,6 +87,7 @@ class Pager {
 
   std::unique_ptr<File> file_;
   mutable std::unordered_map<uint32_t, std::unique_ptr<uint8_t[]>> cache_;  // pages read through file_
+  mutable std::vector<std::unique_ptr<uint8_t[]>> spare_;  // buffers of released pages, for the next reads
   std::map<uint32_t, std::unique_ptr<uint8_t[]>> changed_;
   std::map<uint32_t, std::vector<uint8_t>> originals_;
   uint32_t committed_page_count_ = 0;

@@ -88,7 +88,8 @@ Status RowDecoder::Decode(ByteSpan row, Row* values, const ColumnSet* wanted) co
     return number < row_cols && (mask[number / 8] & (1u << (number % 8)));
   };
 
-  std::vector<uint16_t> offsets;
+  std::vector<uint16_t>& offsets = offsets_;  // kept from row to row: a scan allocates nothing for it
+  offsets.clear();
   uint16_t var_count = 0;
   if (layout_.var_cols > 0) {
     size_t count_pos = row.size() - mask_length - count_bytes;
@@ -104,7 +105,7 @@ Status RowDecoder::Decode(ByteSpan row, Row* values, const ColumnSet* wanted) co
     const ColumnDef& col = columns[i];
     Value& v = (*values)[i];
     if (wanted && !wanted->empty() && (i >= wanted->size() || !(*wanted)[i])) {
-      v = Value::Null(col.type);
+      if (!v.is_null() || v.type() != col.type) v = Value::Null(col.type);  // a scan's rows keep theirs
       continue;
     }
     if (col.type == ColumnType::kBoolean) {

@@ -30,6 +30,7 @@ class RowDecoder {
   const Pager& pager_;
   const TextReader& text_;
   const TableLayout& layout_;
+  mutable std::vector<uint16_t> offsets_;  // the current row's variable-column offsets
 };
 
 // The var_count + 1 variable-column offsets of a Jet 3 row (the last one the
