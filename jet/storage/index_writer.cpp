@@ -202,13 +202,15 @@ class TreeShape {
     return Visit(page.tail_page, depth + 1, known_last, self);
   }
 
-  // The levels from the leaves up; a page's last is its last child's.
+  // The levels from the leaves up; a page's last is its last child's. The
+  // walk's notes are handed over, not copied.
   template <typename NodeList>
-  void Levels(std::vector<NodeList>* levels) const {
+  void Levels(std::vector<NodeList>* levels) {
     levels->clear();
     for (auto depth = by_depth_.rbegin(); depth != by_depth_.rend(); ++depth) {
       levels->emplace_back();
-      for (const Node& n : *depth) levels->back().push_back({n.page, n.last, n.parent});
+      levels->back().reserve(depth->size());
+      for (Node& n : *depth) levels->back().push_back({n.page, std::move(n.last), n.parent});
       if (levels->size() == 1) continue;
       for (const auto& child : (*levels)[levels->size() - 2]) levels->back()[child.parent].last = child.last;
     }
