@@ -509,8 +509,10 @@ Status CountRowsAndRoom(const Pager& pager, const std::vector<uint32_t>& mapped,
 
 Status Writer::State(const std::shared_ptr<const TableLayout>& layout, TableState** state) {
   JET_RETURN_IF_ERROR(broken_);
-  auto& slot = tables_[layout->def->tdef_page];
-  if (!slot) {
+  // A table joins the transaction only once all of it is read: one whose
+  // indexes cannot be loaded leaves no half-made state behind for Commit.
+  auto found = tables_.find(layout->def->tdef_page);
+  if (found == tables_.end()) {
     auto t = std::make_unique<TableState>();
     t->layout = layout;
     std::vector<uint8_t> tdef;
@@ -545,9 +547,9 @@ Status Writer::State(const std::shared_ptr<const TableLayout>& layout, TableStat
           t->room.Set(p, pager_->page_size());
       }
     }
-    slot = std::move(t);
+    found = tables_.emplace(layout->def->tdef_page, std::move(t)).first;
   }
-  *state = slot.get();
+  *state = found->second.get();
   return Status::OK();
 }
 

@@ -2,6 +2,7 @@
 // database made here with Decimal columns of several precisions and scales,
 // whose values come back from queries digit for digit as they were written.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <random>
@@ -140,7 +141,8 @@ const std::vector<std::vector<std::string>> kRows = {
 Decimal AtScale(const std::string& text, int scale) { return *sql::WithScale(D(text), scale); }
 
 std::string MakeAmounts() {
-  const std::string path = testing::NewDatabase("jet-decimal-tests", "amounts.mdb");
+  // ctest runs each test of the suite as its own process, side by side.
+  const std::string path = testing::NewDatabase("jet-decimal-tests", "amounts-" + std::to_string(getpid()) + ".mdb");
   TableSpec t;
   t.name = "Amounts";
   t.columns.push_back({"Id", ColumnType::kLong});
@@ -276,7 +278,7 @@ TEST_F(DecimalQueries, ArithmeticAndAggregatesAreExact) {
 }
 
 TEST_F(DecimalQueries, ActionQueriesWriteExactValuesAndRefuseTooManyDigits) {
-  const std::string copy = testing::NewDatabase("jet-decimal-tests", "changed.mdb");
+  const std::string copy = testing::NewDatabase("jet-decimal-tests", "changed-" + std::to_string(getpid()) + ".mdb");
   std::filesystem::copy_file(*path_, copy, std::filesystem::copy_options::overwrite_existing);
   OpenOptions options;
   options.writable = true;

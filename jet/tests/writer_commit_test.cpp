@@ -277,6 +277,32 @@ TEST(WriterCommit, RollbackDropsEveryChange) {
   EXPECT_EQ(FileBytes(path), before);
 }
 
+TEST(WriterCommit, ATableWhoseIndexCannotBeReadIsRefusedAndTheCommitAfterWritesNothing) {
+  const std::string path = ScratchCopy(kFixture, "damaged-index.mdb");
+  uint32_t root = 0;
+  {
+    auto reader = OpenForReading(path);
+    std::shared_ptr<const TableDef> def;
+    ASSERT_TRUE(reader->GetTableDef(kTable, &def).ok());
+    ASSERT_FALSE(def->indexes.empty());
+    root = def->indexes[0].first_page;
+  }
+  {
+    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(static_cast<std::streamoff>(root) * 4096);
+    file.put(static_cast<char>(0x7F));  // no page type at all
+  }
+  const std::vector<uint8_t> before = FileBytes(path);
+  auto db = OpenForWriting(path);
+  ASSERT_TRUE(db);
+  ASSERT_TRUE(db->BeginTransaction().ok());
+  EXPECT_FALSE(db->InsertRow(kTable, Category("Kelp", 10)).ok());
+  EXPECT_FALSE(db->InsertRow(kTable, Category("Kelp", 10)).ok());  // asked again, refused again
+  EXPECT_TRUE(db->Commit().ok());
+  db.reset();
+  EXPECT_EQ(FileBytes(path), before);
+}
+
 TEST(WriterCommit, WritesAreRefusedWhereTheyCannotBeDoneSafely) {
   struct Case {
     std::string fixture;
