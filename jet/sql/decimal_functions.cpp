@@ -2,6 +2,7 @@
 // translator calls for Decimal arithmetic, all on the shortest text form.
 #include <cstring>
 
+#include "jet/text_form.h"
 #include "sql/decimal_math.h"
 #include "sql/function_support.h"
 
@@ -23,7 +24,7 @@ std::optional<Decimal> ArgDecimal(sqlite3_value* v) {
 
 void ResultDecimal(sqlite3_context* ctx, const std::optional<Decimal>& d) {
   if (!d) return sqlite3_result_error(ctx, "Overflow", -1);
-  ResultText(ctx, DecimalText(*d));
+  ResultText(ctx, FormatDecimal(*d));
 }
 
 // Reads every argument, or answers Null (a Null argument) or the error.
@@ -100,16 +101,9 @@ template <bool kTowardZero>
 void Whole(sqlite3_context* ctx, int, sqlite3_value** argv) {
   Decimal d[1];
   if (!ReadArgs(ctx, 1, argv, d)) return;
-  Decimal w = d[0];
-  w.magnitude /= [&] {
-    unsigned __int128 unit = 1;
-    for (int i = 0; i < w.scale; ++i) unit *= 10;
-    return unit;
-  }();
-  w.scale = 0;
-  std::optional<Decimal> r = w;
-  if (!kTowardZero && d[0].negative && CompareDecimals(w, d[0]) != 0) r = AddDecimals(w, DecimalFromInteger(-1));
-  ResultDecimal(ctx, r);
+  const Decimal whole = TruncateDecimal(d[0]);
+  if (kTowardZero || !d[0].negative || CompareDecimals(whole, d[0]) == 0) return ResultDecimal(ctx, whole);
+  ResultDecimal(ctx, AddDecimals(whole, DecimalFromInteger(-1)));
 }
 
 // Sum keeps the exact running total; an overflow ends the query as Jet's

@@ -13,6 +13,15 @@ namespace {
 using u128 = unsigned __int128;
 constexpr u128 kLimit = static_cast<u128>(1) << 96;  // a Decimal's magnitude stays below
 
+// A value with no sign on zero.
+Decimal Make(bool negative, u128 magnitude, int scale) {
+  Decimal d;
+  d.negative = negative && magnitude != 0;
+  d.magnitude = magnitude;
+  d.scale = static_cast<uint8_t>(scale);
+  return d;
+}
+
 u128 PowerOfTen(int n) {
   u128 p = 1;
   while (n-- > 0) p *= 10;
@@ -71,21 +80,11 @@ std::optional<Decimal> Fit(bool negative, Limbs magnitude, int scale) {
   if (last > 5 || (last == 5 && (sticky || (m & 1) != 0))) {
     if (++m == kLimit) return Fit(negative, ToLimbs(m), scale);
   }
-  Decimal d;
-  d.negative = negative && m != 0;
-  d.magnitude = m;
-  d.scale = static_cast<uint8_t>(scale);
-  return d;
+  return Make(negative, m, scale);
 }
 
 std::optional<Decimal> Fit(bool negative, u128 magnitude, int scale) {
-  if (magnitude < kLimit && scale <= kMaxDecimalScale) {
-    Decimal d;
-    d.negative = negative && magnitude != 0;
-    d.magnitude = magnitude;
-    d.scale = static_cast<uint8_t>(scale);
-    return d;
-  }
+  if (magnitude < kLimit && scale <= kMaxDecimalScale) return Make(negative, magnitude, scale);
   return Fit(negative, ToLimbs(magnitude), scale);
 }
 
@@ -140,11 +139,7 @@ std::optional<Decimal> ParseDecimal(std::string_view text) {
     }
     scale += down ? exponent : -exponent;
   }
-  if (digits.empty()) {
-    Decimal zero;
-    zero.scale = static_cast<uint8_t>(std::clamp(scale, 0, kMaxDecimalScale));
-    return zero;
-  }
+  if (digits.empty()) return Make(false, 0, std::clamp(scale, 0, kMaxDecimalScale));
   if (scale < 0) {
     if (-scale + static_cast<int>(digits.size()) > 30) return std::nullopt;  // 2^96 has 29 digits
     digits.append(static_cast<size_t>(-scale), '0');
@@ -168,23 +163,6 @@ std::optional<Decimal> ParseDecimal(std::string_view text) {
     end = begin;
   }
   return Fit(negative, std::move(limbs), scale);
-}
-
-std::string DecimalText(const Decimal& d) {
-  u128 m = d.magnitude;
-  std::string digits;
-  do {
-    digits.insert(digits.begin(), static_cast<char>('0' + static_cast<int>(m % 10)));
-    m /= 10;
-  } while (m != 0);
-  const size_t scale = d.scale;
-  if (digits.size() <= scale) digits.insert(0, scale - digits.size() + 1, '0');
-  std::string whole = digits.substr(0, digits.size() - scale);
-  std::string fraction = digits.substr(digits.size() - scale);
-  while (!fraction.empty() && fraction.back() == '0') fraction.pop_back();
-  std::string out = (d.negative && d.magnitude != 0 ? "-" : "") + whole;
-  if (!fraction.empty()) out += "." + fraction;
-  return out;
 }
 
 std::optional<Decimal> DecimalFromDouble(double v) {
@@ -249,12 +227,10 @@ Decimal RoundDecimal(const Decimal& d, int places) {
   u128 q = d.magnitude / unit;
   const u128 r = d.magnitude % unit;
   if (r > unit / 2 || (r == unit / 2 && (q & 1) != 0)) ++q;
-  Decimal out;
-  out.negative = d.negative && q != 0;
-  out.magnitude = q;
-  out.scale = static_cast<uint8_t>(places);
-  return out;
+  return Make(d.negative, q, places);
 }
+
+Decimal TruncateDecimal(const Decimal& d) { return Make(d.negative, d.magnitude / PowerOfTen(d.scale), 0); }
 
 std::optional<Decimal> WithScale(const Decimal& d, int scale) {
   if (scale < 0 || scale > kMaxDecimalScale) return std::nullopt;
@@ -264,10 +240,7 @@ std::optional<Decimal> WithScale(const Decimal& d, int scale) {
   }
   std::optional<u128> m = ScaledUp(d, scale);
   if (!m || *m >= kLimit) return std::nullopt;
-  Decimal out = d;
-  out.magnitude = *m;
-  out.scale = static_cast<uint8_t>(scale);
-  return out;
+  return Make(d.negative, *m, scale);
 }
 
 int CompareDecimals(const Decimal& a, const Decimal& b) {

@@ -14,14 +14,13 @@ namespace jet::sql {
 
 constexpr int kMaxDecimalScale = 28;
 
+// The shortest text of a value is FormatDecimal's (jet/text_form.h), which
+// ParseDecimal reads back to the same number.
+
 // Reads "-12.50", "+3", ".5", "1e5" or "1.0e+20", blanks around allowed.
 // Digits beyond 28 places round half to even; a value of 2^96 or more, or
 // text that is not a number, gives nothing.
 std::optional<Decimal> ParseDecimal(std::string_view text);
-
-// The shortest text of the value: trailing zeros after the point dropped,
-// no sign on zero. ParseDecimal reads it back to the same number.
-std::string DecimalText(const Decimal& d);
 
 // A Double as CDec takes it: to 15 significant digits.
 std::optional<Decimal> DecimalFromDouble(double v);
@@ -34,6 +33,8 @@ std::optional<Decimal> MultiplyDecimals(const Decimal& a, const Decimal& b);
 Decimal NegateDecimal(Decimal d);
 // Half to even at `places` digits after the point (0 to 28).
 Decimal RoundDecimal(const Decimal& d, int places);
+// The whole part, toward zero.
+Decimal TruncateDecimal(const Decimal& d);
 // The same number with exactly `scale` places, when that loses no digit
 // and fits; otherwise nothing.
 std::optional<Decimal> WithScale(const Decimal& d, int scale);

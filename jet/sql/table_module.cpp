@@ -1,11 +1,12 @@
 #include "sql/table_module.h"
 
-#include "sql/decimal_math.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <sstream>
+
+#include "jet/text_form.h"
+#include "sql/decimal_math.h"
 
 namespace jet::sql {
 namespace {
@@ -435,7 +436,7 @@ LiteForm ToLiteForm(const Value& v) {
         else if constexpr (std::is_same_v<T, Currency>) integer(x.scaled);
         else if constexpr (std::is_same_v<T, DateTime>) real(x.serial);
         else if constexpr (std::is_same_v<T, Decimal>) {
-          f.owned = DecimalText(x);
+          f.owned = FormatDecimal(x);
           f.storage = SQLITE_TEXT, f.size = static_cast<int>(f.owned.size());
         }
         else if constexpr (std::is_same_v<T, std::string>) bytes(SQLITE_TEXT, x.data(), x.size());

@@ -34,29 +34,29 @@ i128 Scaled(const Decimal& d, int scale) {
 }
 
 TEST(DecimalMath, TextReadsAndPrintsExactly) {
-  EXPECT_EQ(sql::DecimalText(D("-0012.5000")), "-12.5");
+  EXPECT_EQ(FormatDecimal(D("-0012.5000")), "-12.5");
   EXPECT_EQ(D("-0012.5000").scale, 4);  // the places written are kept
-  EXPECT_EQ(sql::DecimalText(D(" .05 ")), "0.05");
-  EXPECT_EQ(sql::DecimalText(D("-0.000")), "0");
+  EXPECT_EQ(FormatDecimal(D(" .05 ")), "0.05");
+  EXPECT_EQ(FormatDecimal(D("-0.000")), "0");
   EXPECT_EQ(D("-0.000").scale, 3);
-  EXPECT_EQ(sql::DecimalText(D("1.0e+20")), "100000000000000000000");
-  EXPECT_EQ(sql::DecimalText(D("25E-3")), "0.025");
-  EXPECT_EQ(sql::DecimalText(D("79228162514264337593543950335")), "79228162514264337593543950335");
+  EXPECT_EQ(FormatDecimal(D("1.0e+20")), "100000000000000000000");
+  EXPECT_EQ(FormatDecimal(D("25E-3")), "0.025");
+  EXPECT_EQ(FormatDecimal(D("79228162514264337593543950335")), "79228162514264337593543950335");
   EXPECT_FALSE(ParseDecimal("79228162514264337593543950336"));  // 2^96
   EXPECT_FALSE(ParseDecimal("1e29"));
   for (const char* bad : {"", "-", ".", "1.2.3", "12abc", "1e", "e5", "--1"}) EXPECT_FALSE(ParseDecimal(bad)) << bad;
   // Beyond 28 places the digits round half to even, with every digit counted.
-  EXPECT_EQ(sql::DecimalText(D("0.00000000000000000000000000025")), "0.0000000000000000000000000002");
-  EXPECT_EQ(sql::DecimalText(D("0.000000000000000000000000000250000000000000000001")),
+  EXPECT_EQ(FormatDecimal(D("0.00000000000000000000000000025")), "0.0000000000000000000000000002");
+  EXPECT_EQ(FormatDecimal(D("0.000000000000000000000000000250000000000000000001")),
             "0.0000000000000000000000000003");
-  EXPECT_EQ(sql::DecimalText(D("0.00000000000000000000000000035")), "0.0000000000000000000000000004");
-  EXPECT_EQ(sql::DecimalText(D("1e-40")), "0");
+  EXPECT_EQ(FormatDecimal(D("0.00000000000000000000000000035")), "0.0000000000000000000000000004");
+  EXPECT_EQ(FormatDecimal(D("1e-40")), "0");
   // A value too long for 96 bits at its places keeps fewer of them; here
   // rounding up reaches 2^96 itself, so one more place goes.
-  EXPECT_EQ(sql::DecimalText(D("7922816251426433759354395033.54")), "7922816251426433759354395033.5");
-  EXPECT_EQ(sql::DecimalText(D("7922816251426433759354395033.56")), "7922816251426433759354395034");
-  EXPECT_EQ(sql::DecimalText(*sql::DecimalFromDouble(0.1 + 0.2)), "0.3");  // 15 digits, as CDec
-  EXPECT_EQ(sql::DecimalText(sql::DecimalFromInteger(INT64_MIN)), "-9223372036854775808");
+  EXPECT_EQ(FormatDecimal(D("7922816251426433759354395033.54")), "7922816251426433759354395033.5");
+  EXPECT_EQ(FormatDecimal(D("7922816251426433759354395033.56")), "7922816251426433759354395034");
+  EXPECT_EQ(FormatDecimal(*sql::DecimalFromDouble(0.1 + 0.2)), "0.3");  // 15 digits, as CDec
+  EXPECT_EQ(FormatDecimal(sql::DecimalFromInteger(INT64_MIN)), "-9223372036854775808");
 }
 
 TEST(DecimalMath, ArithmeticAndOrderAgreeWithWideIntegers) {
@@ -75,7 +75,7 @@ TEST(DecimalMath, ArithmeticAndOrderAgreeWithWideIntegers) {
     const Decimal b = pick(sb + 1 + static_cast<int>(random() % 9), sb);
     const int scale = std::max(sa, sb);
     const i128 x = Scaled(a, scale), y = Scaled(b, scale);
-    SCOPED_TRACE(sql::DecimalText(a) + " and " + sql::DecimalText(b));
+    SCOPED_TRACE(FormatDecimal(a) + " and " + FormatDecimal(b));
     std::optional<Decimal> sum = sql::AddDecimals(a, b);
     ASSERT_TRUE(sum);
     EXPECT_EQ(Scaled(*sum, scale), x + y);
@@ -103,15 +103,15 @@ TEST(DecimalMath, LongResultsRoundAndTooLargeOnesOverflow) {
   EXPECT_FALSE(sql::MultiplyDecimals(big, D("2")));
   EXPECT_FALSE(sql::AddDecimals(big, D("1")));
   // ...334.5 needs 30 digits: the half goes to the even neighbour.
-  EXPECT_EQ(sql::DecimalText(*sql::AddDecimals(big, D("-0.5"))), "79228162514264337593543950334");
-  EXPECT_EQ(sql::DecimalText(*sql::MultiplyDecimals(D("1234567890.123456789"), D("9876543210.987654321"))),
+  EXPECT_EQ(FormatDecimal(*sql::AddDecimals(big, D("-0.5"))), "79228162514264337593543950334");
+  EXPECT_EQ(FormatDecimal(*sql::MultiplyDecimals(D("1234567890.123456789"), D("9876543210.987654321"))),
             "12193263113702179522.374638011");  // of ...522.374638011112635269, what 96 bits hold
-  EXPECT_EQ(sql::DecimalText(*sql::MultiplyDecimals(D("0.0000000000000001"), D("0.0000000000000001"))), "0");
-  EXPECT_EQ(sql::DecimalText(*sql::AddDecimals(D("10000000000000000000000000000"), D("0.0000000001"))),
+  EXPECT_EQ(FormatDecimal(*sql::MultiplyDecimals(D("0.0000000000000001"), D("0.0000000000000001"))), "0");
+  EXPECT_EQ(FormatDecimal(*sql::AddDecimals(D("10000000000000000000000000000"), D("0.0000000001"))),
             "10000000000000000000000000000");
   // Half to even, and equal values whatever their places.
-  EXPECT_EQ(sql::DecimalText(sql::RoundDecimal(D("2.345"), 2)), "2.34");
-  EXPECT_EQ(sql::DecimalText(sql::RoundDecimal(D("-2.355"), 2)), "-2.36");
+  EXPECT_EQ(FormatDecimal(sql::RoundDecimal(D("2.345"), 2)), "2.34");
+  EXPECT_EQ(FormatDecimal(sql::RoundDecimal(D("-2.355"), 2)), "-2.36");
   EXPECT_EQ(sql::CompareDecimals(D("1.50"), D("1.5")), 0);
   EXPECT_EQ(sql::CompareDecimals(D("-0.0"), D("0")), 0);
   EXPECT_EQ(sql::CompareDecimals(D("7922816251426433759354395033"), D("7922816251426433759354395033.5")), -1);
@@ -147,10 +147,10 @@ std::string MakeAmounts() {
   t.name = "Amounts";
   t.columns.push_back({"Id", ColumnType::kLong});
   for (const Column& c : kColumns) {
-    ColumnSpec spec(c.name, ColumnType::kDecimal);
-    spec.precision = c.precision;
-    spec.scale = c.scale;
-    t.columns.push_back(spec);
+    ColumnSpec column(c.name, ColumnType::kDecimal);
+    column.precision = c.precision;
+    column.scale = c.scale;
+    t.columns.push_back(column);
   }
   t.indexes = {{"PrimaryKey", {"Id"}, true}, {"Money", {"Money"}}};
   EXPECT_TRUE(CreateTables(path, {t}, {}).ok());
@@ -195,7 +195,7 @@ class DecimalQueries : public ::testing::Test {
     std::vector<std::string> out;
     for (const Row& row : Run(sql, values).rows) {
       if (row[0].is_null()) out.push_back("Null");
-      else if (row[0].type() == ColumnType::kDecimal) out.push_back(sql::DecimalText(row[0].as_decimal()));
+      else if (row[0].type() == ColumnType::kDecimal) out.push_back(FormatDecimal(row[0].as_decimal()));
       else out.push_back(CanonicalText(row[0]));
     }
     return out;

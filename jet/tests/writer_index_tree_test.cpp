@@ -63,10 +63,12 @@ void ExpectRowsAsModelled(const std::string& path, const Model& model) {
 struct TreeSize {
   size_t leaves = 0;
   size_t levels = 0;
+  std::map<std::string, double> leaf_fill;  // by index: the share of its leaves' room in use
 };
 
 // Every level of every index tree is one chain of pages linked both ways,
-// in key order; returns the most leaves and levels an index has.
+// in key order; returns the most leaves and levels an index has, and how
+// full each index keeps its leaves.
 TreeSize ExpectSiblingLinks(const std::string& path) {
   std::unique_ptr<Pager> pager;
   EXPECT_TRUE(Pager::Open(path, &pager).ok());
@@ -77,6 +79,7 @@ TreeSize ExpectSiblingLinks(const std::string& path) {
   for (const IndexDef& index : def->indexes) {
     std::vector<std::vector<uint32_t>> levels;
     std::vector<IndexPage> pages;
+    size_t used = 0, room = 0;
     std::function<void(uint32_t, size_t)> visit = [&](uint32_t number, size_t depth) {
       Page raw;
       IndexPage page;
@@ -84,7 +87,12 @@ TreeSize ExpectSiblingLinks(const std::string& path) {
       ASSERT_TRUE(DecodeIndexPage(raw, false, &page).ok());
       if (levels.size() <= depth) levels.resize(depth + 1);
       levels[depth].push_back(number);
-      if (page.leaf) return;
+      if (page.leaf) {
+        const size_t capacity = pager->page_size() - 0x1E0;  // the entries start after the page's bitmap
+        room += capacity;
+        used += capacity - (raw[2] | raw[3] << 8);           // the page's free bytes
+        return;
+      }
       for (const IndexEntry& e : page.entries) visit(e.child_page, depth + 1);
       if (page.tail_page) visit(page.tail_page, depth + 1);
     };
@@ -98,6 +106,7 @@ TreeSize ExpectSiblingLinks(const std::string& path) {
         EXPECT_EQ(page.next_page, i + 1 < level.size() ? level[i + 1] : 0u) << index.name << " page " << level[i];
       }
     }
+    most.leaf_fill[index.name] = static_cast<double>(used) / static_cast<double>(room);
     most.leaves = std::max(most.leaves, levels.back().size());
     most.levels = std::max(most.levels, levels.size());
   }
@@ -177,35 +186,6 @@ TEST(WriterIndexTree, RandomChangesKeepEveryIndexInStepCommitByCommit) {
   }
 }
 
-// The share of its leaves' room an index uses, for every index of the table.
-std::map<std::string, double> LeafFill(const std::string& path) {
-  std::unique_ptr<Pager> pager;
-  EXPECT_TRUE(Pager::Open(path, &pager).ok());
-  auto db = OpenForReading(path);
-  std::shared_ptr<const TableDef> def;
-  EXPECT_TRUE(db->GetTableDef(kTable, &def).ok());
-  std::map<std::string, double> fill;
-  for (const IndexDef& index : def->indexes) {
-    size_t used = 0, room = 0;
-    std::function<void(uint32_t)> visit = [&](uint32_t number) {
-      Page raw;
-      IndexPage page;
-      ASSERT_TRUE(pager->ReadPage(number, &raw).ok() && DecodeIndexPage(raw, false, &page).ok());
-      if (!page.leaf) {
-        for (const IndexEntry& e : page.entries) visit(e.child_page);
-        if (page.tail_page) visit(page.tail_page);
-        return;
-      }
-      const size_t capacity = pager->page_size() - 0x1E0;  // the entries start after the page's bitmap
-      room += capacity;
-      used += capacity - (raw[2] | raw[3] << 8);           // the page's free bytes
-    };
-    visit(index.first_page);
-    fill[index.name] = room ? static_cast<double>(used) / static_cast<double>(room) : 0;
-  }
-  return fill;
-}
-
 // Commits whose keys fall all over an index (as a bulk load's do) pack the
 // leaves they change together: each split would otherwise leave a part-filled
 // page behind, and the tree would grow to several times its size.
@@ -222,7 +202,7 @@ TEST(WriterIndexTree, CommitsSpreadOverManyLeavesKeepThemFull) {
   }
   db.reset();
   ExpectIndexesInStep(path, kTable);
-  const std::map<std::string, double> fill = LeafFill(path);
+  const std::map<std::string, double> fill = ExpectSiblingLinks(path).leaf_fill;
   // Packed leaf by leaf, every split left a page behind that few keys ever
   // reached: these indexes were filled to a sixth.
   EXPECT_GT(fill.at("SiteDay"), 0.75);
