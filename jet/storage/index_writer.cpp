@@ -8,69 +8,17 @@
 
 #include "storage/index_page.h"
 #include "storage/index_seek.h"
+#include "storage/index_tree_page.h"
 #include "storage/usage_map_writer.h"
 
 namespace jet {
 namespace {
 
-constexpr size_t kPrevOffset = 12, kNextOffset = 16, kTailOffset = 20, kPrefixOffset = 24, kLevelOffset = 26;
-constexpr size_t kMaskOffset = 27;
-constexpr size_t kEntryStart = 0x1E0;
+constexpr size_t kPrevOffset = 12, kNextOffset = 16;
 constexpr int kMaxDepth = 32;
 
 void Put32(uint8_t* p, uint32_t v) {
   for (int i = 0; i < 4; ++i) p[i] = static_cast<uint8_t>(v >> (8 * i));
-}
-void PutBigEndian(std::string* out, uint32_t v, int bytes) {
-  for (int i = bytes - 1; i >= 0; --i) out->push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
-}
-
-uint32_t TrailingChild(const std::string& entry) {
-  uint32_t v = 0;
-  for (size_t i = entry.size() - 4; i < entry.size(); ++i) v = (v << 8) | static_cast<uint8_t>(entry[i]);
-  return v;
-}
-
-size_t CommonPrefix(const std::string& a, const std::string& b) {
-  size_t n = 0;
-  while (n < a.size() && n < b.size() && a[n] == b[n]) ++n;
-  return n;
-}
-
-// One page of the new tree. `entries` are whole entries (key, row pointer
-// and, on intermediate pages, child page); `last` is the greatest leaf entry
-// below the page, which its parent's entry for it carries.
-struct TreePage {
-  std::vector<std::string> entries;
-  std::string last;
-  uint32_t tail = 0;
-  uint32_t number = 0;
-  uint32_t prev = 0, next = 0;
-};
-
-// Splits entries into page loads: as many as fit each page once the bytes
-// every entry shares with the page's first are left out (leaves only; Access
-// writes intermediate pages uncompressed).
-std::vector<std::vector<std::string>> Pack(std::vector<std::string> entries, size_t capacity, bool compress) {
-  std::vector<std::vector<std::string>> pages(1);
-  size_t sum = 0, prefix = 0;
-  for (std::string& e : entries) {
-    auto& page = pages.back();
-    if (!page.empty()) {
-      const size_t p = compress ? (page.size() == 1 ? CommonPrefix(page[0], e) : std::min(prefix, CommonPrefix(page[0], e))) : 0;
-      if (sum + e.size() - page.size() * p <= capacity) {
-        sum += e.size();
-        prefix = p;
-        page.push_back(std::move(e));
-        continue;
-      }
-      pages.emplace_back();
-    }
-    sum = e.size();
-    prefix = 0;
-    pages.back().push_back(std::move(e));
-  }
-  return pages;
 }
 
 // How much of a page a run of `pages` changed pages may fill when packed
@@ -79,60 +27,10 @@ std::vector<std::vector<std::string>> Pack(std::vector<std::string> entries, siz
 // landing among them is taken in place instead of splitting a full page.
 size_t RunCapacity(size_t capacity, size_t pages) { return pages > 1 ? capacity - capacity / 16 : capacity; }
 
-size_t SharedPrefix(const std::vector<std::string>& entries, bool compress) {
-  if (!compress || entries.size() < 2) return 0;
-  size_t p = entries[0].size();
-  for (size_t i = 1; i < entries.size(); ++i) p = std::min(p, CommonPrefix(entries[0], entries[i]));
-  return p;
-}
-
-Status BuildPage(uint8_t* page, size_t ps, uint32_t owner, const TreePage& tp, bool leaf, int level) {
-  std::memset(page, 0, ps);
-  page[0] = static_cast<uint8_t>(leaf ? PageType::kIndexLeaf : PageType::kIndexIntermediate);
-  page[1] = 0x01;
-  Put32(page + 4, owner);
-  Put32(page + kPrevOffset, tp.prev);
-  Put32(page + kNextOffset, tp.next);
-  Put32(page + kTailOffset, tp.tail);
-  const size_t prefix = SharedPrefix(tp.entries, leaf);
-  page[kPrefixOffset] = static_cast<uint8_t>(prefix);
-  page[kPrefixOffset + 1] = static_cast<uint8_t>(prefix >> 8);
-  page[kLevelOffset] = static_cast<uint8_t>(level);
-  size_t pos = 0;
-  for (size_t i = 0; i < tp.entries.size(); ++i) {
-    const std::string& e = tp.entries[i];
-    const size_t skip = i == 0 ? 0 : prefix;
-    if (kEntryStart + pos + e.size() - skip > ps) return Status::Corruption("index entries overflow their page");
-    std::memcpy(page + kEntryStart + pos, e.data() + skip, e.size() - skip);
-    pos += e.size() - skip;
-    page[kMaskOffset + pos / 8] |= static_cast<uint8_t>(1u << (pos % 8));
-  }
-  const size_t free_space = ps - kEntryStart - pos;
-  page[2] = static_cast<uint8_t>(free_space);
-  page[3] = static_cast<uint8_t>(free_space >> 8);
-  return Status::OK();
-}
-
-std::string EntryBytes(const std::string& key, uint32_t row_pointer) {
-  std::string bytes = key;
-  PutBigEndian(&bytes, row_pointer, 4);
-  return bytes;
-}
-
-std::string EntryBytes(const IndexEntry& e) { return EntryBytes(e.key, e.data_page << 8 | e.data_row); }
-
-// An entry's key: its bytes without the row pointer.
-std::string_view KeyOf(const std::string& entry) { return std::string_view(entry).substr(0, entry.size() - 4); }
-
-Status LeafEntries(const Pager& pager, uint32_t page_no, std::vector<std::string>* entries) {
-  Page raw;
-  JET_RETURN_IF_ERROR(pager.ReadPage(page_no, &raw));
-  IndexPage page;
-  JET_RETURN_IF_ERROR(DecodeIndexPage(raw, pager.is_jet3(), &page));
-  if (!page.leaf) return Status::Corruption("index page " + std::to_string(page_no) + " should be a leaf");
-  entries->clear();
-  for (const IndexEntry& e : page.entries) entries->push_back(EntryBytes(e));
-  return Status::OK();
+Status PutPage(Pager* pager, uint32_t owner, const TreePage& tp, int level) {
+  std::vector<uint8_t> image(pager->page_size());
+  JET_RETURN_IF_ERROR(BuildTreePage(image.data(), image.size(), owner, tp, level));
+  return StoreTreePage(pager, tp.number, image);
 }
 
 // Walks the tree in key order, noting each page with its position under
@@ -230,44 +128,6 @@ class TreeShape {
   std::optional<size_t> leaf_depth_;
 };
 
-// Counts the entries of a run that begin a key different from the entry
-// before them (the one before the run has key `before`), plus the entry
-// after the run when it does: the run's share of the distinct count. The
-// entries are given one by one, so a long run need not be held to be counted.
-class KeyStarts {
- public:
-  explicit KeyStarts(std::optional<std::string_view> before) {
-    if (before) previous_ = std::string(*before);
-  }
-  void Add(const std::string& entry) {
-    const std::string_view key = KeyOf(entry);
-    if (previous_ && key == *previous_) return;
-    ++starts_;
-    previous_ = std::string(key);
-  }
-  int64_t Total(std::optional<std::string_view> after) const {
-    return starts_ + (after && (!previous_ || *after != *previous_) ? 1 : 0);
-  }
-
- private:
-  std::optional<std::string> previous_;
-  int64_t starts_ = 0;
-};
-
-// Writes a page only when its bytes change.
-Status PutPage(Pager* pager, uint32_t owner, const TreePage& tp, bool leaf, int level) {
-  std::vector<uint8_t> image(pager->page_size());
-  JET_RETURN_IF_ERROR(BuildPage(image.data(), image.size(), owner, tp, leaf, level));
-  Page current;
-  if (pager->ReadPage(tp.number, &current).ok() && std::memcmp(current.data(), image.data(), image.size()) == 0) {
-    return Status::OK();
-  }
-  uint8_t* page = nullptr;
-  JET_RETURN_IF_ERROR(pager->MutablePage(tp.number, &page));
-  std::memcpy(page, image.data(), image.size());
-  return Status::OK();
-}
-
 }  // namespace
 
 class PagePool {
@@ -293,8 +153,9 @@ class PagePool {
   std::vector<uint32_t> fresh_;  // pages the file grew by, or took from its free pages
 };
 
-// An index of at most this many leaves has its distinct keys counted when
-// first changed, which puts right a stale count another program left.
+// An index of at most this many leaves under its root has its distinct keys
+// counted when first changed, which puts right a stale count another
+// program left.
 constexpr size_t kCountedLeaves = 64;
 constexpr size_t kNoParent = SIZE_MAX;
 
@@ -321,6 +182,21 @@ void AppendNode(std::vector<IndexContents::NewNode>* level, IndexContents::NewNo
   level->push_back(std::move(node));
 }
 
+// Whether the tree is a leaf, or one page over at most kCountedLeaves leaves.
+Status IsSmallTree(const Pager& pager, uint32_t root_page, bool* small) {
+  Page raw;
+  JET_RETURN_IF_ERROR(pager.ReadPage(root_page, &raw));
+  IndexPage root;
+  JET_RETURN_IF_ERROR(DecodeIndexPage(raw, pager.is_jet3(), &root));
+  *small = root.leaf;
+  const size_t children = root.entries.size() + (root.tail_page ? 1 : 0);
+  if (root.leaf || children == 0 || children > kCountedLeaves) return Status::OK();
+  Page first;
+  JET_RETURN_IF_ERROR(pager.ReadPage(root.entries.empty() ? root.tail_page : root.entries[0].child_page, &first));
+  *small = first[0] == static_cast<uint8_t>(PageType::kIndexLeaf);
+  return Status::OK();
+}
+
 }  // namespace
 
 Status IndexContents::Load(const Pager& pager, uint32_t root_page, uint32_t stored_distinct) {
@@ -328,20 +204,27 @@ Status IndexContents::Load(const Pager& pager, uint32_t root_page, uint32_t stor
   root_ = root_page;
   pending_.clear();
   seeker_.reset();
-  TreeShape shape(pager);
-  JET_RETURN_IF_ERROR(shape.Visit(root_page, 0, nullptr, 0));
-  shape.Levels(&levels_);
+  levels_.clear();
   distinct_ = stored_distinct;
-  if (levels_[0].size() <= kCountedLeaves) {
-    std::vector<std::string> all, entries;
-    for (const Node& leaf : levels_[0]) {
-      JET_RETURN_IF_ERROR(LeafEntries(pager, leaf.page, &entries));
-      all.insert(all.end(), entries.begin(), entries.end());
-    }
-    KeyStarts counter(std::nullopt);
-    for (const std::string& e : all) counter.Add(e);
-    distinct_ = static_cast<uint32_t>(counter.Total(std::nullopt));
+  bool small = false;
+  JET_RETURN_IF_ERROR(IsSmallTree(pager, root_page, &small));
+  if (!small) return Status::OK();
+  JET_RETURN_IF_ERROR(LoadShape());
+  KeyStarts counter(std::nullopt);
+  std::vector<std::string> entries;
+  for (const Node& leaf : levels_[0]) {
+    JET_RETURN_IF_ERROR(LeafEntries(pager, leaf.page, &entries));
+    for (const std::string& e : entries) counter.Add(e);
   }
+  distinct_ = static_cast<uint32_t>(counter.Total(std::nullopt));
+  return Status::OK();
+}
+
+Status IndexContents::LoadShape() {
+  if (!levels_.empty()) return Status::OK();
+  TreeShape shape(*pager_);
+  JET_RETURN_IF_ERROR(shape.Visit(root_, 0, nullptr, 0));
+  shape.Levels(&levels_);
   return Status::OK();
 }
 
@@ -363,9 +246,12 @@ Status IndexContents::HasKey(const std::string& key, uint32_t except, bool* foun
   for (auto it = pending_.lower_bound(key); it != pending_.end() && KeyOf(it->first) == key; ++it) {
     if (it->second > 0 && TrailingChild(it->first) != except) return (*found = true, Status::OK());
   }
-  // Keys past the tree's last entry (new autonumbers, appended dates) need no look.
-  const std::string& last = levels_[0].back().last;
-  if (last.empty() || KeyOf(last) < key) return Status::OK();
+  // Keys past the tree's last entry (new autonumbers, appended dates) need
+  // no look, when the shape tells where that is.
+  if (!levels_.empty()) {
+    const std::string& last = levels_[0].back().last;
+    if (last.empty() || KeyOf(last) < key) return Status::OK();
+  }
   if (!seeker_) seeker_ = std::make_unique<IndexSeeker>(*pager_, root_);
   std::vector<RowId> rows;
   JET_RETURN_IF_ERROR(seeker_->Find({true, key, true}, {true, key, true}, &rows));
@@ -389,8 +275,8 @@ Status IndexContents::ChangeLeaves(Pager* pager, PagePool* pool, std::vector<New
   // new shape in place, and a failed commit drops this index state whole.
   std::vector<Node>& leaves = levels_[0];
   next->reserve(leaves.size() + 2);
-  const size_t capacity = pager->page_size() - kEntryStart;
-  std::map<size_t, std::vector<std::pair<const std::string*, int>>> changes;
+  const size_t capacity = pager->page_size() - kIndexEntryStart;
+  std::map<size_t, std::vector<EntryChange>> changes;
   for (const auto& [entry, step] : pending_) changes[LeafFor(entry)].push_back({&entry, step});
   const bool has_parents = levels_.size() > 1;
   int64_t distinct_change = 0;
@@ -411,19 +297,7 @@ Status IndexContents::ChangeLeaves(Pager* pager, PagePool* pool, std::vector<New
     for (; i < leaves.size() && changes.count(i); ++i) {
       std::vector<std::string> old_entries;
       JET_RETURN_IF_ERROR(LeafEntries(*pager, leaves[i].page, &old_entries));
-      auto change = changes[i].begin(), end = changes[i].end();
-      for (const std::string& e : old_entries) {
-        for (; change != end && *change->first < e; ++change)
-          if (change->second > 0) after_run.push_back(*change->first);
-        if (change != end && *change->first == e) {
-          if (change->second >= 0) after_run.push_back(e);
-          ++change;
-          continue;
-        }
-        after_run.push_back(e);
-      }
-      for (; change != end; ++change)
-        if (change->second > 0) after_run.push_back(*change->first);
+      MergeChanges(old_entries, changes[i], &after_run);
       for (const std::string& e : old_entries) old_starts.Add(e);
     }
     // The run counted against the unchanged leaves on either side.
@@ -465,7 +339,7 @@ Status IndexContents::ChangeLeaves(Pager* pager, PagePool* pool, std::vector<New
 Status IndexContents::ChangeParents(Pager* pager, size_t height, const std::vector<NewNode>& children,
                                     PagePool* pool, std::vector<NewNode>* parents, std::vector<size_t>* child_parent) {
   child_parent->assign(children.size(), 0);
-  const size_t capacity = pager->page_size() - kEntryStart;
+  const size_t capacity = pager->page_size() - kIndexEntryStart;
   const bool existing = height < levels_.size();
   const bool above = existing && height + 1 < levels_.size();
   const std::vector<Node> none;
@@ -498,7 +372,7 @@ Status IndexContents::ChangeParents(Pager* pager, size_t height, const std::vect
     const size_t first = p;
     while (p + 1 < count && moved(p + 1)) ++p;
     std::vector<std::string> entries;
-    for (size_t c = begins[first]; c < begins[p + 1]; ++c) entries.push_back(EntryBytes(children[c].last, children[c].page));
+    for (size_t c = begins[first]; c < begins[p + 1]; ++c) entries.push_back(ChildEntry(children[c].last, children[c].page));
     std::vector<std::vector<std::string>> loads;
     if (!entries.empty()) loads = Pack(std::move(entries), RunCapacity(capacity, p + 1 - first), false);
     size_t child = begins[first];
@@ -563,7 +437,7 @@ Status IndexContents::PlaceLevel(Pager* pager, uint32_t owner_page, uint32_t roo
       tp.number = n.page;
       tp.prev = prev;
       tp.next = next;
-      JET_RETURN_IF_ERROR(PutPage(pager, owner_page, tp, height == 0, static_cast<int>(height)));
+      JET_RETURN_IF_ERROR(PutPage(pager, owner_page, tp, static_cast<int>(height)));
       continue;
     }
     // Links move only beside pages that moved or were given back.
@@ -583,6 +457,14 @@ Status IndexContents::PlaceLevel(Pager* pager, uint32_t owner_page, uint32_t roo
 
 Status IndexContents::Write(Pager* pager, uint32_t owner_page, uint32_t root_page, uint32_t map_pointer) {
   if (pending_.empty()) return Status::OK();
+  bool done = false;
+  JET_RETURN_IF_ERROR(WriteInPlace(pager, owner_page, &done));
+  if (done) {
+    pending_.clear();
+    seeker_.reset();
+    return Status::OK();
+  }
+  JET_RETURN_IF_ERROR(LoadShape());
   PagePool pool(pager);
   std::vector<NewNode> level;
   JET_RETURN_IF_ERROR(ChangeLeaves(pager, &pool, &level));

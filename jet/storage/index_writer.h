@@ -1,11 +1,15 @@
 // Keeping an index in step: a transaction's entry changes are held in
 // memory, and at commit each leaf they fall into is read, changed and
-// written back. A leaf that overflows splits into as many pages as it needs
-// (the left ones full and the rest moving on, as Access does for ascending
-// keys), an emptied leaf is given back, and when leaves came or went or
-// their last entries moved the few intermediate pages are laid out again
-// above them, the root staying on its page. Nothing else of the tree is
-// read or written, so a commit costs what it changes, not the index's size.
+// written back. A commit whose changes one leaf takes as it stands goes down
+// to that leaf from the root and writes it, with the entries above that
+// carry its last entry when that moved. Otherwise the tree's shape (where
+// its leaves are, from the pages above them) is read once and kept: a leaf
+// that overflows splits into as many pages as it needs (the left ones full
+// and the rest moving on, as Access does for ascending keys), an emptied
+// leaf is given back, and when leaves came or went or their last entries
+// moved the few intermediate pages are laid out again above them, the root
+// staying on its page. No entry outside the changed leaves is read or
+// written, so a commit costs what it changes, not the index's size.
 #pragma once
 
 #include <cstdint>
@@ -23,10 +27,10 @@ class PagePool;
 
 class IndexContents {
  public:
-  // Reads where the tree's leaves are (their pages and last entries, from
-  // the pages above them); no entry is loaded. `stored_distinct` is the
-  // distinct count the definition holds, kept in step from here on (a small
-  // index is counted afresh).
+  // Takes the tree rooted at `root_page`; no entry is loaded, and the shape
+  // of a large tree only when a commit first needs it. `stored_distinct` is
+  // the distinct count the definition holds, kept in step from here on (a
+  // small index is counted afresh).
   Status Load(const Pager& pager, uint32_t root_page, uint32_t stored_distinct);
   // Writes the transaction's changes into the tree rooted at `root_page` of
   // the table whose definition is on `owner_page`: only the leaves they fall
@@ -52,6 +56,13 @@ class IndexContents {
 
  private:
   void Change(const std::string& key, uint32_t row_pointer, int step);
+  // Reads where the tree's leaves are, when not known yet.
+  Status LoadShape();
+  // Writes the changes when they all fall into one leaf that takes them
+  // without splitting or emptying; `done` false (nothing written) otherwise.
+  Status WriteInPlace(Pager* pager, uint32_t owner_page, bool* done);
+  // Keeps the known shape in step with a leaf's new last entry.
+  void NoteLeafLast(uint32_t leaf_page, const std::string& entry_in_it, const std::string& last);
   // The position among the leaves of the leaf an entry belongs in.
   size_t LeafFor(const std::string& entry) const;
   Status ChangeLeaves(Pager* pager, PagePool* pool, std::vector<NewNode>* leaves);
@@ -64,7 +75,7 @@ class IndexContents {
   const Pager* pager_ = nullptr;
   uint32_t root_ = 0;
   std::map<std::string, int> pending_;  // whole entry bytes: +1 inserted, -1 removed
-  std::vector<std::vector<Node>> levels_;  // in key order: the leaves first, the root alone last
+  std::vector<std::vector<Node>> levels_;  // in key order: the leaves first, the root alone last; empty till read
   uint32_t distinct_ = 0;
   mutable std::unique_ptr<IndexSeeker> seeker_;  // for HasKey; its kept pages last until Write
 };

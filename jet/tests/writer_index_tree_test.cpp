@@ -67,34 +67,42 @@ struct TreeSize {
 };
 
 // Every level of every index tree is one chain of pages linked both ways,
-// in key order; returns the most leaves and levels an index has, and how
-// full each index keeps its leaves.
-TreeSize ExpectSiblingLinks(const std::string& path) {
+// in key order, and each entry above the leaves carries the last entry of
+// the page it names (which seeks go by); returns the most leaves and levels
+// an index has, and how full each index keeps its leaves.
+TreeSize ExpectSiblingLinks(const std::string& path, const std::string& table = kTable) {
   std::unique_ptr<Pager> pager;
   EXPECT_TRUE(Pager::Open(path, &pager).ok());
   auto db = OpenForReading(path);
   std::shared_ptr<const TableDef> def;
-  EXPECT_TRUE(db->GetTableDef(kTable, &def).ok());
+  EXPECT_TRUE(db->GetTableDef(table, &def).ok());
   TreeSize most;
   for (const IndexDef& index : def->indexes) {
     std::vector<std::vector<uint32_t>> levels;
     std::vector<IndexPage> pages;
     size_t used = 0, room = 0;
-    std::function<void(uint32_t, size_t)> visit = [&](uint32_t number, size_t depth) {
+    // Returns the last entry below the page: its key and row.
+    std::function<std::pair<std::string, uint32_t>(uint32_t, size_t)> visit = [&](uint32_t number, size_t depth) {
       Page raw;
       IndexPage page;
-      ASSERT_TRUE(pager->ReadPage(number, &raw).ok());
-      ASSERT_TRUE(DecodeIndexPage(raw, false, &page).ok());
+      std::pair<std::string, uint32_t> last;
+      EXPECT_TRUE(pager->ReadPage(number, &raw).ok() && DecodeIndexPage(raw, false, &page).ok());
       if (levels.size() <= depth) levels.resize(depth + 1);
       levels[depth].push_back(number);
+      for (const IndexEntry& e : page.entries) {
+        last = {e.key, e.data_page << 8 | e.data_row};
+        if (!page.leaf) {
+          EXPECT_EQ(visit(e.child_page, depth + 1), last) << index.name << " page " << number;
+        }
+      }
       if (page.leaf) {
         const size_t capacity = pager->page_size() - 0x1E0;  // the entries start after the page's bitmap
         room += capacity;
         used += capacity - (raw[2] | raw[3] << 8);           // the page's free bytes
-        return;
+      } else if (page.tail_page) {
+        last = visit(page.tail_page, depth + 1);
       }
-      for (const IndexEntry& e : page.entries) visit(e.child_page, depth + 1);
-      if (page.tail_page) visit(page.tail_page, depth + 1);
+      return last;
     };
     visit(index.first_page, 0);
     for (const auto& level : levels) {
@@ -184,6 +192,117 @@ TEST(WriterIndexTree, RandomChangesKeepEveryIndexInStepCommitByCommit) {
     EXPECT_LT(leaves_now, most_leaves);
     EXPECT_EQ(MdbExportRowCount(path, kTable), static_cast<long>(model.size()));
   }
+}
+
+// Commits of one change, as a person editing makes them, each land in a
+// single leaf of each index: at either end of the tree (the newest Id, the
+// greatest Weight), or inside it; the leaf's last entry moving must move
+// the entries above it that carry it, up to the root.
+TEST(WriterIndexTree, OneChangeCommitsKeepEveryIndexInStep) {
+  const std::string path = NewSurvey("single.mdb");
+  std::mt19937 random(11);
+  auto pick = [&](size_t n) { return random() % n; };
+  Model model;
+  std::map<int64_t, RowId> places;
+  int serial = 0;
+  auto insert = [&](Database* db) {
+    Row row = RandomRow(random, ++serial);
+    RowId id;
+    ASSERT_TRUE(db->InsertRow(kTable, row, &id).ok());
+    Row stored;
+    ASSERT_TRUE(db->ReadRow(kTable, id, &stored).ok());
+    places[stored[0].as_int()] = id;
+    model[stored[0].as_int()] = stored;
+  };
+  {
+    auto db = OpenForWriting(path);
+    ASSERT_TRUE(db && db->BeginTransaction().ok());
+    for (int i = 0; i < 1500; ++i) insert(db.get());
+    ASSERT_TRUE(db->Commit().ok());
+  }
+  ASSERT_GE(ExpectSiblingLinks(path).levels, 3u);
+  for (int commit = 0; commit < 120; ++commit) {
+    SCOPED_TRACE("commit " + std::to_string(commit));
+    auto db = OpenForWriting(path);
+    ASSERT_TRUE(db);
+    auto heaviest = [&] {
+      return std::max_element(model.begin(), model.end(), [](const auto& a, const auto& b) {
+        return a.second[4].is_null() || (!b.second[4].is_null() && a.second[4].as_double() < b.second[4].as_double());
+      });
+    };
+    const size_t kind = pick(5);
+    if (kind == 0) {
+      insert(db.get());  // a new Id, at the primary key's end
+    } else if (kind <= 2) {
+      // The newest row, the heaviest or any: the last entry of the last
+      // leaf, of some leaf, or any entry goes.
+      auto gone = kind == 1 ? std::prev(model.end()) : commit % 2 ? heaviest() : std::next(model.begin(), static_cast<long>(pick(model.size())));
+      ASSERT_TRUE(db->DeleteRow(kTable, places[gone->first]).ok());
+      places.erase(gone->first);
+      model.erase(gone);
+    } else {
+      auto it = kind == 3 ? heaviest() : std::next(model.begin(), static_cast<long>(pick(model.size())));
+      Row row = it->second;
+      row[1] = Value(ColumnType::kLong, int64_t{static_cast<int>(pick(30))});
+      row[4] = Value(ColumnType::kDouble, static_cast<double>(pick(6000)) / 7.0);
+      Status s = db->UpdateRow(kTable, places[it->first], row);
+      if (s.ok()) it->second = row;
+      else ASSERT_EQ(s.jet_error(), 3022) << s.ToString();
+    }
+    db.reset();
+    ExpectIndexesInStep(path, kTable);
+    ExpectRowsAsModelled(path, model);
+    ExpectSiblingLinks(path);
+    if (::testing::Test::HasFailure()) return;
+  }
+  EXPECT_EQ(MdbExportRowCount(path, kTable), static_cast<long>(model.size()));
+}
+
+// Runs of equal keys that cross from leaf to leaf: a one-row change at a
+// leaf's first or last entry counts distinct keys against the neighbouring
+// leaf. Every row is taken out and put back, one commit each, so every
+// leaf end is changed at least once.
+TEST(WriterIndexTree, ChangesAtLeafEndsCountKeysAcrossTheNeighbours) {
+  const std::string path = NewDatabase("jet-index-tree-tests", "runs.mdb");
+  TableSpec t;
+  t.name = "Observers";
+  t.columns = {{"Id", ColumnType::kLong}, {"Name", ColumnType::kText, 255}};
+  t.indexes = {{"Name", {"Name"}}};
+  ASSERT_TRUE(CreateTables(path, {t}, {}).ok());
+  // Names of 200 letters that share no prefix, about seventeen entries to a
+  // leaf, one to four rows each.
+  std::mt19937 random(3);
+  std::vector<Row> rows;
+  while (rows.size() < 200) {
+    std::string text;
+    for (size_t n = rows.size(); text.size() < 4; n /= 26) text += static_cast<char>('a' + n % 26);
+    std::reverse(text.begin(), text.end());
+    while (text.size() < 200) text += static_cast<char>('a' + random() % 26);
+    for (int n = 1 + static_cast<int>(random() % 4); n > 0; --n) {
+      rows.push_back({Value(ColumnType::kLong, static_cast<int64_t>(rows.size())), Value(ColumnType::kText, text)});
+    }
+  }
+  auto db = OpenForWriting(path);
+  ASSERT_TRUE(db);
+  std::vector<RowId> places(rows.size());
+  ASSERT_TRUE(db->BeginTransaction().ok());
+  for (size_t i = 0; i < rows.size(); ++i) ASSERT_TRUE(db->InsertRow(t.name, rows[i], &places[i]).ok());
+  ASSERT_TRUE(db->Commit().ok());
+  db.reset();
+  ASSERT_GE(ExpectSiblingLinks(path, t.name).leaves, 10u);
+  for (size_t i = 0; i < rows.size(); ++i) {
+    SCOPED_TRACE("row " + std::to_string(i));
+    db = OpenForWriting(path);
+    ASSERT_TRUE(db->DeleteRow(t.name, places[i]).ok());
+    db.reset();
+    ExpectIndexesInStep(path, t.name);
+    db = OpenForWriting(path);
+    ASSERT_TRUE(db->InsertRow(t.name, rows[i], &places[i]).ok());
+    db.reset();
+    ExpectIndexesInStep(path, t.name);
+    if (::testing::Test::HasFailure()) return;
+  }
+  ExpectSiblingLinks(path, t.name);
 }
 
 // Commits whose keys fall all over an index (as a bulk load's do) pack the
