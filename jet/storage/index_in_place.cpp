@@ -65,6 +65,26 @@ Status PathTo(const Pager& pager, uint32_t root, const std::string& entry, std::
   return Status::Corruption("index tree is deeper than any valid index");
 }
 
+// The last entry of the tree, down its right edge; empty for an empty tree.
+Status LastEntry(const Pager& pager, uint32_t root, std::string* last) {
+  uint32_t page_no = root;
+  for (int depth = 0; depth <= kMaxDepth; ++depth) {
+    Page raw;
+    JET_RETURN_IF_ERROR(pager.ReadPage(page_no, &raw));
+    IndexPage page;
+    JET_RETURN_IF_ERROR(DecodeIndexPage(raw, pager.is_jet3(), &page));
+    if (page.leaf) {
+      *last = page.entries.empty() ? std::string() : EntryBytes(page.entries.back());
+      return Status::OK();
+    }
+    if (page.entries.empty() && !page.tail_page) {
+      return Status::Corruption("index page " + std::to_string(page_no) + " has no pages below it");
+    }
+    page_no = page.tail_page ? page.tail_page : page.entries.back().child_page;
+  }
+  return Status::Corruption("index tree is deeper than any valid index");
+}
+
 // Lays a page out when its entries fit it; false when they do not.
 bool LayOut(const Pager& pager, uint32_t owner, const TreePage& tp, int level, std::vector<PageImage>* images) {
   if (TreePageBytes(tp.entries, level == 0) > pager.page_size() - kIndexEntryStart) return false;
@@ -146,6 +166,20 @@ Status IndexContents::WriteInPlace(Pager* pager, uint32_t owner_page, bool* done
   distinct_ = static_cast<uint32_t>(std::max<int64_t>(0, int64_t{distinct_} + distinct_change));
   if (last_moved) NoteLeafLast(leaf.page, pending_.begin()->first, entries.back());
   *done = true;
+  return Status::OK();
+}
+
+Status IndexContents::TreeLast(std::string* last) const {
+  if (!levels_.empty()) {
+    *last = levels_[0].back().last;
+    return Status::OK();
+  }
+  if (!tree_last_) {
+    std::string found;
+    JET_RETURN_IF_ERROR(LastEntry(*pager_, root_, &found));
+    tree_last_ = std::move(found);
+  }
+  *last = *tree_last_;
   return Status::OK();
 }
 

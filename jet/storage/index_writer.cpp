@@ -204,6 +204,7 @@ Status IndexContents::Load(const Pager& pager, uint32_t root_page, uint32_t stor
   root_ = root_page;
   pending_.clear();
   seeker_.reset();
+  tree_last_.reset();
   levels_.clear();
   distinct_ = stored_distinct;
   bool small = false;
@@ -246,12 +247,10 @@ Status IndexContents::HasKey(const std::string& key, uint32_t except, bool* foun
   for (auto it = pending_.lower_bound(key); it != pending_.end() && KeyOf(it->first) == key; ++it) {
     if (it->second > 0 && TrailingChild(it->first) != except) return (*found = true, Status::OK());
   }
-  // Keys past the tree's last entry (new autonumbers, appended dates) need
-  // no look, when the shape tells where that is.
-  if (!levels_.empty()) {
-    const std::string& last = levels_[0].back().last;
-    if (last.empty() || KeyOf(last) < key) return Status::OK();
-  }
+  // Keys past the tree's last entry (new autonumbers, appended dates) need no look.
+  std::string last;
+  JET_RETURN_IF_ERROR(TreeLast(&last));
+  if (last.empty() || KeyOf(last) < key) return Status::OK();
   if (!seeker_) seeker_ = std::make_unique<IndexSeeker>(*pager_, root_);
   std::vector<RowId> rows;
   JET_RETURN_IF_ERROR(seeker_->Find({true, key, true}, {true, key, true}, &rows));
@@ -459,11 +458,15 @@ Status IndexContents::Write(Pager* pager, uint32_t owner_page, uint32_t root_pag
   if (pending_.empty()) return Status::OK();
   bool done = false;
   JET_RETURN_IF_ERROR(WriteInPlace(pager, owner_page, &done));
-  if (done) {
-    pending_.clear();
-    seeker_.reset();
-    return Status::OK();
-  }
+  if (!done) JET_RETURN_IF_ERROR(WriteByShape(pager, owner_page, root_page, map_pointer));
+  // What was read of the tree for the changes is stale once they are in it.
+  pending_.clear();
+  seeker_.reset();
+  tree_last_.reset();
+  return Status::OK();
+}
+
+Status IndexContents::WriteByShape(Pager* pager, uint32_t owner_page, uint32_t root_page, uint32_t map_pointer) {
   JET_RETURN_IF_ERROR(LoadShape());
   PagePool pool(pager);
   std::vector<NewNode> level;
@@ -498,8 +501,6 @@ Status IndexContents::Write(Pager* pager, uint32_t owner_page, uint32_t root_pag
     for (uint32_t page : pool.fresh())
       JET_RETURN_IF_ERROR(SetMapBit(pager, map_pointer, page, true, MapKind::kOwned, grow));
   }
-  pending_.clear();
-  seeker_.reset();  // the pages above the leaves may have moved
   return Status::OK();
 }
 

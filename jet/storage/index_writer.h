@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -56,11 +57,16 @@ class IndexContents {
 
  private:
   void Change(const std::string& key, uint32_t row_pointer, int step);
+  // Writes the changes through the tree's shape: any number of leaves,
+  // split, emptied and given back, and the pages above laid out again.
+  Status WriteByShape(Pager* pager, uint32_t owner_page, uint32_t root_page, uint32_t map_pointer);
   // Reads where the tree's leaves are, when not known yet.
   Status LoadShape();
   // Writes the changes when they all fall into one leaf that takes them
   // without splitting or emptying; `done` false (nothing written) otherwise.
   Status WriteInPlace(Pager* pager, uint32_t owner_page, bool* done);
+  // The tree's last entry as the file holds it (empty for an empty tree).
+  Status TreeLast(std::string* last) const;
   // Keeps the known shape in step with a leaf's new last entry.
   void NoteLeafLast(uint32_t leaf_page, const std::string& entry_in_it, const std::string& last);
   // The position among the leaves of the leaf an entry belongs in.
@@ -78,6 +84,7 @@ class IndexContents {
   std::vector<std::vector<Node>> levels_;  // in key order: the leaves first, the root alone last; empty till read
   uint32_t distinct_ = 0;
   mutable std::unique_ptr<IndexSeeker> seeker_;  // for HasKey; its kept pages last until Write
+  mutable std::optional<std::string> tree_last_;  // TreeLast when the shape is not read; till Write
 };
 
 }  // namespace jet

@@ -338,6 +338,8 @@ TEST(WriterIndexTree, AUniqueKeyIsRefusedAgainstCommittedAndPendingRows) {
   ASSERT_TRUE(db->BeginTransaction().ok());
   for (int i = 0; i < 3000; ++i) ASSERT_TRUE(db->InsertRow(kTable, RandomRow(random, i)).ok());
   ASSERT_TRUE(db->Commit().ok());
+  db.reset();
+  db = OpenForWriting(path);  // a new session, which has not read the trees' shapes
   Row taken = RandomRow(random, 1500);
   taken[3] = AllRows(*db, kTable)[1500][3];
   taken[1] = AllRows(*db, kTable)[1500][1];
