@@ -31,7 +31,7 @@ struct PageImage {
 
 // The child an entry belongs under: the first whose last entry is not
 // before it; past them all, the tail, or the last child when there is none.
-size_t ChildFor(const IndexPage& page, const std::string& entry) {
+size_t ChildFor(const IndexPage& page, std::string_view entry) {
   size_t low = 0, high = page.entries.size();
   while (low < high) {
     const size_t mid = (low + high) / 2;
@@ -42,7 +42,7 @@ size_t ChildFor(const IndexPage& page, const std::string& entry) {
 }
 
 // The pages from the root down to the leaf `entry` belongs in.
-Status PathTo(const Pager& pager, uint32_t root, const std::string& entry, std::vector<PathStep>* path) {
+Status PathTo(const Pager& pager, uint32_t root, std::string_view entry, std::vector<PathStep>* path) {
   path->clear();
   uint32_t page_no = root;
   for (int depth = 0; depth <= kMaxDepth; ++depth) {
@@ -143,6 +143,9 @@ Status DistinctChange(const Pager& pager, const IndexPage& leaf, const std::vect
 
 Status IndexContents::WriteInPlace(Pager* pager, uint32_t owner_page, bool* done) {
   *done = false;
+  // A commit of more changes than a leaf has bytes for entries is a bulk
+  // load's: it goes by the shape, without first merging it all into a leaf.
+  if (pending_.size() > pager->page_size() - kIndexEntryStart) return Status::OK();
   std::vector<PathStep> path, end_path;
   JET_RETURN_IF_ERROR(PathTo(*pager, root_, pending_.begin()->first, &path));
   JET_RETURN_IF_ERROR(PathTo(*pager, root_, pending_.rbegin()->first, &end_path));
@@ -151,7 +154,7 @@ Status IndexContents::WriteInPlace(Pager* pager, uint32_t owner_page, bool* done
   std::vector<std::string> old_entries, entries;
   for (const IndexEntry& e : leaf.node.entries) old_entries.push_back(EntryBytes(e));
   std::vector<EntryChange> changes;
-  for (const auto& [entry, step] : pending_) changes.push_back({&entry, step});
+  for (const auto& [entry, step] : pending_) changes.push_back({entry, step});
   MergeChanges(old_entries, changes, &entries);
   if (entries.empty()) return Status::OK();  // an emptied leaf is given back
   std::vector<PageImage> images;
@@ -183,7 +186,7 @@ Status IndexContents::TreeLast(std::string* last) const {
   return Status::OK();
 }
 
-void IndexContents::NoteLeafLast(uint32_t leaf_page, const std::string& entry_in_it, const std::string& last) {
+void IndexContents::NoteLeafLast(uint32_t leaf_page, std::string_view entry_in_it, const std::string& last) {
   if (levels_.empty()) return;
   size_t i = LeafFor(entry_in_it);
   if (levels_[0][i].page != leaf_page) {  // not the shape the tree has: read it again when needed

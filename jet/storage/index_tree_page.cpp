@@ -45,13 +45,13 @@ std::string ChildEntry(const std::string& last, uint32_t child_page) {
   return bytes;
 }
 
-uint32_t TrailingChild(const std::string& entry) {
+uint32_t TrailingChild(std::string_view entry) {
   uint32_t v = 0;
   for (size_t i = entry.size() - 4; i < entry.size(); ++i) v = (v << 8) | static_cast<uint8_t>(entry[i]);
   return v;
 }
 
-std::string_view KeyOf(const std::string& entry) { return std::string_view(entry).substr(0, entry.size() - 4); }
+std::string_view KeyOf(std::string_view entry) { return entry.substr(0, entry.size() - 4); }
 
 Status LeafEntries(const Pager& pager, uint32_t page_no, std::vector<std::string>* entries) {
   Page raw;
@@ -68,9 +68,9 @@ void MergeChanges(const std::vector<std::string>& old, const std::vector<EntryCh
                   std::vector<std::string>* out) {
   auto change = changes.begin(), end = changes.end();
   for (const std::string& e : old) {
-    for (; change != end && *change->first < e; ++change)
-      if (change->second > 0) out->push_back(*change->first);
-    if (change != end && *change->first == e) {
+    for (; change != end && change->first < e; ++change)
+      if (change->second > 0) out->emplace_back(change->first);
+    if (change != end && change->first == e) {
       if (change->second >= 0) out->push_back(e);
       ++change;
       continue;
@@ -78,7 +78,7 @@ void MergeChanges(const std::vector<std::string>& old, const std::vector<EntryCh
     out->push_back(e);
   }
   for (; change != end; ++change)
-    if (change->second > 0) out->push_back(*change->first);
+    if (change->second > 0) out->emplace_back(change->first);
 }
 
 KeyStarts::KeyStarts(std::optional<std::string_view> before) {
@@ -96,25 +96,33 @@ int64_t KeyStarts::Total(std::optional<std::string_view> after) const {
   return starts_ + (after && (!previous_ || *after != *previous_) ? 1 : 0);
 }
 
-std::vector<std::vector<std::string>> Pack(std::vector<std::string> entries, size_t capacity, bool compress) {
-  std::vector<std::vector<std::string>> pages(1);
-  size_t sum = 0, prefix = 0;
-  for (std::string& e : entries) {
-    auto& page = pages.back();
-    if (!page.empty()) {
-      const size_t p = compress ? (page.size() == 1 ? CommonPrefix(page[0], e) : std::min(prefix, CommonPrefix(page[0], e))) : 0;
-      if (sum + e.size() - page.size() * p <= capacity) {
-        sum += e.size();
-        prefix = p;
-        page.push_back(std::move(e));
-        continue;
-      }
-      pages.emplace_back();
+std::optional<std::vector<std::string>> PagePacker::Add(std::string entry) {
+  if (!page_.empty()) {
+    size_t p = 0;
+    if (compress_) p = page_.size() == 1 ? CommonPrefix(page_[0], entry) : std::min(prefix_, CommonPrefix(page_[0], entry));
+    if (sum_ + entry.size() - page_.size() * p <= capacity_) {
+      sum_ += entry.size();
+      prefix_ = p;
+      page_.push_back(std::move(entry));
+      return std::nullopt;
     }
-    sum = e.size();
-    prefix = 0;
-    pages.back().push_back(std::move(e));
   }
+  std::optional<std::vector<std::string>> full;
+  if (!page_.empty()) full = std::move(page_);
+  page_.clear();
+  sum_ = entry.size();
+  prefix_ = 0;
+  page_.push_back(std::move(entry));
+  return full;
+}
+
+std::vector<std::vector<std::string>> Pack(std::vector<std::string> entries, size_t capacity, bool compress) {
+  PagePacker packer(capacity, compress);
+  std::vector<std::vector<std::string>> pages;
+  for (std::string& e : entries) {
+    if (auto full = packer.Add(std::move(e))) pages.push_back(std::move(*full));
+  }
+  pages.push_back(packer.Finish());
   return pages;
 }
 

@@ -27,15 +27,15 @@ std::string EntryBytes(const IndexEntry& e);
 // An intermediate page's entry for a child: the child's last entry, then its page.
 std::string ChildEntry(const std::string& last, uint32_t child_page);
 // The page an intermediate entry names (its last four bytes).
-uint32_t TrailingChild(const std::string& entry);
+uint32_t TrailingChild(std::string_view entry);
 // An entry's key: its bytes without the row pointer.
-std::string_view KeyOf(const std::string& entry);
+std::string_view KeyOf(std::string_view entry);
 
 // The entries of leaf page `page_no`. Corruption when it is not a leaf.
 Status LeafEntries(const Pager& pager, uint32_t page_no, std::vector<std::string>* entries);
 
 // A change to one entry: +1 inserted, -1 removed.
-using EntryChange = std::pair<const std::string*, int>;
+using EntryChange = std::pair<std::string_view, int>;
 // Appends to `out` the entries of `old` (in order) with `changes` (in order)
 // made to them.
 void MergeChanges(const std::vector<std::string>& old, const std::vector<EntryChange>& changes,
@@ -65,9 +65,28 @@ struct TreePage {
   uint32_t prev = 0, next = 0;
 };
 
-// Splits entries into page loads: as many as fit `capacity` bytes each once
-// the bytes every entry shares with the page's first are left out (leaves
-// only; Access writes intermediate pages uncompressed).
+// Splits entries into page loads as they come: as many as fit `capacity`
+// bytes each once the bytes every entry shares with the page's first are
+// left out (leaves only; Access writes intermediate pages uncompressed).
+// Only the page being filled is held.
+class PagePacker {
+ public:
+  PagePacker(size_t capacity, bool compress) : capacity_(capacity), compress_(compress) {}
+  // Adds the next entry; when it does not fit, the page before it is full
+  // and is handed back.
+  std::optional<std::vector<std::string>> Add(std::string entry);
+  // The last page's entries (none when nothing was added).
+  std::vector<std::string> Finish() { return std::move(page_); }
+
+ private:
+  size_t capacity_;
+  bool compress_;
+  std::vector<std::string> page_;
+  size_t sum_ = 0;     // the page's entry bytes, uncompressed
+  size_t prefix_ = 0;  // the bytes all its entries share with its first
+};
+
+// All of `entries` packed so.
 std::vector<std::vector<std::string>> Pack(std::vector<std::string> entries, size_t capacity, bool compress);
 
 // The bytes `entries` take on a page, compressed as Pack does.

@@ -202,7 +202,7 @@ Status IsSmallTree(const Pager& pager, uint32_t root_page, bool* small) {
 Status IndexContents::Load(const Pager& pager, uint32_t root_page, uint32_t stored_distinct) {
   pager_ = &pager;
   root_ = root_page;
-  pending_.clear();
+  ClearPending();
   seeker_.reset();
   tree_last_.reset();
   levels_.clear();
@@ -230,15 +230,22 @@ Status IndexContents::LoadShape() {
 }
 
 void IndexContents::Change(const std::string& key, uint32_t row_pointer, int step) {
-  auto [it, added] = pending_.emplace(EntryBytes(key, row_pointer), 0);
+  const std::string entry = EntryBytes(key, row_pointer);
+  auto it = pending_.find(entry);
+  if (it == pending_.end()) it = pending_.emplace(std::string_view(entry), 0).first;
   it->second += step;
   if (it->second == 0) pending_.erase(it);
 }
 
-size_t IndexContents::LeafFor(const std::string& entry) const {
+void IndexContents::ClearPending() {
+  pending_.clear();
+  arena_->release();
+}
+
+size_t IndexContents::LeafFor(std::string_view entry) const {
   const std::vector<Node>& leaves = levels_[0];
   auto it = std::lower_bound(leaves.begin(), leaves.end(), entry,
-                             [](const Node& leaf, const std::string& e) { return !leaf.last.empty() && leaf.last < e; });
+                             [](const Node& leaf, std::string_view e) { return !leaf.last.empty() && leaf.last < e; });
   return it == leaves.end() ? leaves.size() - 1 : static_cast<size_t>(it - leaves.begin());
 }
 
@@ -276,7 +283,7 @@ Status IndexContents::ChangeLeaves(Pager* pager, PagePool* pool, std::vector<New
   next->reserve(leaves.size() + 2);
   const size_t capacity = pager->page_size() - kIndexEntryStart;
   std::map<size_t, std::vector<EntryChange>> changes;
-  for (const auto& [entry, step] : pending_) changes[LeafFor(entry)].push_back({&entry, step});
+  for (const auto& [entry, step] : pending_) changes[LeafFor(entry)].push_back({entry, step});
   const bool has_parents = levels_.size() > 1;
   int64_t distinct_change = 0;
   bool dropped = false;
@@ -288,17 +295,36 @@ Status IndexContents::ChangeLeaves(Pager* pager, PagePool* pool, std::vector<New
     }
     // The leaf before the run is unchanged: the last node made so far.
     const size_t first = i;
+    size_t end = first;
+    while (end < leaves.size() && changes.count(end)) ++end;
     const std::string previous_last = first > 0 ? (*next)[next->size() - 1].last : std::string();
     std::optional<std::string_view> before;
     if (first > 0) before = KeyOf(previous_last);
-    KeyStarts old_starts(before);
-    std::vector<std::string> after_run;
-    for (; i < leaves.size() && changes.count(i); ++i) {
-      std::vector<std::string> old_entries;
+    KeyStarts old_starts(before), new_starts(before);
+    // The run's pages are made as its entries come, one leaf read at a time.
+    PagePacker packer(RunCapacity(capacity, end - first), true);
+    size_t made = 0;
+    auto place = [&](std::vector<std::string> load) {
+      const Node& source = leaves[first + std::min(made, end - first - 1)];
+      const bool reused = first + made < end;
+      const bool same = reused && load.back() == source.last;
+      std::string last = load.back();
+      AppendNode(next, {reused ? source.page : 0, std::move(last), has_parents ? source.parent : kNoParent, !same,
+                        true, std::move(load)}, &dropped);
+      ++made;
+    };
+    std::vector<std::string> old_entries, new_entries;
+    for (; i < end; ++i) {
       JET_RETURN_IF_ERROR(LeafEntries(*pager, leaves[i].page, &old_entries));
-      MergeChanges(old_entries, changes[i], &after_run);
+      new_entries.clear();
+      MergeChanges(old_entries, changes[i], &new_entries);
       for (const std::string& e : old_entries) old_starts.Add(e);
+      for (std::string& e : new_entries) {
+        new_starts.Add(e);
+        if (auto full = packer.Add(std::move(e))) place(std::move(*full));
+      }
     }
+    if (std::vector<std::string> rest = packer.Finish(); !rest.empty()) place(std::move(rest));
     // The run counted against the unchanged leaves on either side.
     std::optional<std::string_view> after;
     std::vector<std::string> following;
@@ -306,20 +332,8 @@ Status IndexContents::ChangeLeaves(Pager* pager, PagePool* pool, std::vector<New
       JET_RETURN_IF_ERROR(LeafEntries(*pager, leaves[i].page, &following));
       if (!following.empty()) after = KeyOf(following.front());
     }
-    KeyStarts new_starts(before);
-    for (const std::string& e : after_run) new_starts.Add(e);
     distinct_change += new_starts.Total(after) - old_starts.Total(after);
-    std::vector<std::vector<std::string>> loads;
-    if (!after_run.empty()) loads = Pack(std::move(after_run), RunCapacity(capacity, i - first), true);
-    for (size_t k = 0; k < loads.size(); ++k) {
-      const Node& source = leaves[first + std::min(k, i - first - 1)];
-      const bool reused = first + k < i;
-      const bool same = reused && loads[k].back() == source.last;
-      std::string last = loads[k].back();
-      AppendNode(next, {reused ? source.page : 0, std::move(last), has_parents ? source.parent : kNoParent, !same,
-                        true, std::move(loads[k])}, &dropped);
-    }
-    for (size_t k = first + loads.size(); k < i; ++k) {
+    for (size_t k = first + made; k < end; ++k) {
       if (leaves[k].page != root_) pool->Give(leaves[k].page);  // the definition names the root
       dropped = true;
     }
@@ -460,7 +474,7 @@ Status IndexContents::Write(Pager* pager, uint32_t owner_page, uint32_t root_pag
   JET_RETURN_IF_ERROR(WriteInPlace(pager, owner_page, &done));
   if (!done) JET_RETURN_IF_ERROR(WriteByShape(pager, owner_page, root_page, map_pointer));
   // What was read of the tree for the changes is stale once they are in it.
-  pending_.clear();
+  ClearPending();
   seeker_.reset();
   tree_last_.reset();
   return Status::OK();

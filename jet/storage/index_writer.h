@@ -15,8 +15,10 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <memory_resource>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "storage/index_seek.h"
@@ -68,9 +70,11 @@ class IndexContents {
   // The tree's last entry as the file holds it (empty for an empty tree).
   Status TreeLast(std::string* last) const;
   // Keeps the known shape in step with a leaf's new last entry.
-  void NoteLeafLast(uint32_t leaf_page, const std::string& entry_in_it, const std::string& last);
+  void NoteLeafLast(uint32_t leaf_page, std::string_view entry_in_it, const std::string& last);
+  // Drops the transaction's changes.
+  void ClearPending();
   // The position among the leaves of the leaf an entry belongs in.
-  size_t LeafFor(const std::string& entry) const;
+  size_t LeafFor(std::string_view entry) const;
   Status ChangeLeaves(Pager* pager, PagePool* pool, std::vector<NewNode>* leaves);
   Status ChangeParents(Pager* pager, size_t height, const std::vector<NewNode>& children, PagePool* pool,
                        std::vector<NewNode>* parents, std::vector<size_t>* child_parent);
@@ -80,7 +84,14 @@ class IndexContents {
 
   const Pager* pager_ = nullptr;
   uint32_t root_ = 0;
-  std::map<std::string, int> pending_;  // whole entry bytes: +1 inserted, -1 removed
+  struct EntryOrder {
+    using is_transparent = void;
+    bool operator()(std::string_view a, std::string_view b) const { return a < b; }
+  };
+  // A large transaction's entries are many small strings that all go at
+  // commit: they are kept in one arena, released whole.
+  std::unique_ptr<std::pmr::monotonic_buffer_resource> arena_ = std::make_unique<std::pmr::monotonic_buffer_resource>();
+  std::pmr::map<std::pmr::string, int, EntryOrder> pending_{arena_.get()};  // whole entry bytes: +1 inserted, -1 removed
   std::vector<std::vector<Node>> levels_;  // in key order: the leaves first, the root alone last; empty till read
   uint32_t distinct_ = 0;
   mutable std::unique_ptr<IndexSeeker> seeker_;  // for HasKey; its kept pages last until Write

@@ -74,10 +74,18 @@ size_t SlotForNewRow(const std::vector<StoredRow>& rows) {
   return rows.size();
 }
 
-size_t LongestNewRow(std::vector<StoredRow> rows, uint32_t page_size) {
-  ReclaimDeadSlots(&rows);
-  const size_t free = FreeSpace(rows, page_size);
-  if (SlotForNewRow(rows) < rows.size()) return free;
+size_t LongestNewRow(const std::vector<StoredRow>& rows, uint32_t page_size) {
+  // Counted as if the dead slots were reclaimed: their room is free, and a
+  // new row takes the first of them without a new offset.
+  size_t used = kJet4DataPageHeader;
+  bool dead_slot = false;
+  for (const StoredRow& r : rows) {
+    const bool dead = IsDeadSlot(r);
+    used += 2 + (dead ? 0 : r.bytes.size());
+    dead_slot = dead_slot || dead;
+  }
+  const size_t free = used > page_size ? 0 : page_size - used;
+  if (dead_slot) return free;
   return rows.size() < kMaxRowsPerPage && free >= 2 ? free - 2 : 0;
 }
 

@@ -42,6 +42,6 @@ void ReclaimDeadSlots(std::vector<StoredRow>* rows);
 // Where a new row goes: the first dead slot, else a new slot at the end.
 size_t SlotForNewRow(const std::vector<StoredRow>& rows);
 // The longest new row the page takes once its dead slots are reclaimed.
-size_t LongestNewRow(std::vector<StoredRow> rows, uint32_t page_size);
+size_t LongestNewRow(const std::vector<StoredRow>& rows, uint32_t page_size);
 
 }  // namespace jet

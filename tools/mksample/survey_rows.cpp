@@ -1,6 +1,8 @@
 #include "survey_rows.h"
 
 #include <cstdlib>
+#include <string_view>
+#include <utility>
 
 #include "sql/date_math.h"
 
@@ -96,7 +98,8 @@ jet::Row GeneratedRow(const jet::TableDef& def, long n, const std::map<std::stri
   const int caught = random->Between(0, 12);
   const int released = random->Between(0, caught);
   const int marked = random->Between(0, caught);
-  std::map<std::string, double> by_name = {
+  // Drawn in this order whatever the table, so a sample is the same each time.
+  const std::pair<std::string_view, double> by_name[] = {
       {"Record Num", double(n + 1)},
       {"Year", day.year},
       {"Week", 1 + day.day_of_season / 7},
@@ -119,7 +122,13 @@ jet::Row GeneratedRow(const jet::TableDef& def, long n, const std::map<std::stri
       {"Total Count", random->Between(0, 250)},
       {"Kept", caught - released},
   };
+  auto named = [&by_name](const std::string& name) -> const double* {
+    for (const auto& [n, v] : by_name)
+      if (n == name) return &v;
+    return nullptr;
+  };
   jet::Row row;
+  row.reserve(def.columns.size());
   for (const jet::ColumnDef& c : def.columns) {
     if (c.autonumber) {
       row.push_back(Value::Null(c.type));
@@ -127,8 +136,8 @@ jet::Row GeneratedRow(const jet::TableDef& def, long n, const std::map<std::stri
       auto count = lookup_rows.find(lookup->second);
       const long rows = count == lookup_rows.end() || count->second == 0 ? 1 : count->second;
       row.push_back(Number(c.type, 1 + double(random->Next() % uint32_t(rows))));
-    } else if (auto v = by_name.find(c.name); v != by_name.end()) {
-      row.push_back(Number(c.type, v->second));
+    } else if (const double* v = named(c.name)) {
+      row.push_back(Number(c.type, *v));
     } else if (c.name == "Time Block") {
       static const char* kBlocks[] = {"Dawn", "Morning", "Afternoon", "Evening"};
       row.push_back(Value(c.type, std::string(kBlocks[random->Next() % 4])));
