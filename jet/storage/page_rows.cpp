@@ -1,5 +1,6 @@
 #include "storage/page_rows.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "storage/data_page.h"
@@ -18,7 +19,47 @@ size_t UsedBytes(const std::vector<StoredRow>& rows) {
   return used;
 }
 
+constexpr size_t kFreeSpaceField = 2, kRowCountField = 12;
+constexpr uint16_t kOffsetMask = 0x1FFF;
+
+// The lowest row's start, or 0 when a slot is dead or the offsets are not
+// where rows can be.
+size_t LowestRowStart(const uint8_t* page, uint32_t page_size, size_t rows) {
+  size_t lowest = page_size;
+  for (size_t r = 0; r < rows; ++r) {
+    const uint16_t offset = Get16(page + kJet4DataPageHeader + 2 * r);
+    if ((offset & kRowDeletedFlag) && (offset & kRowOverflowFlag)) return 0;
+    lowest = std::min<size_t>(lowest, offset & kOffsetMask);
+  }
+  return lowest < kJet4DataPageHeader + 2 * rows ? 0 : lowest;
+}
+
+size_t LongestAfter(size_t free, size_t rows) { return rows < kMaxRowsPerPage && free >= 2 ? free - 2 : 0; }
+
 }  // namespace
+
+bool CanAppendRow(Page page, uint32_t page_size, size_t length) {
+  const uint8_t* p = page.data();
+  if (p[0] != static_cast<uint8_t>(PageType::kData)) return false;
+  const size_t rows = Get16(p + kRowCountField), free = Get16(p + kFreeSpaceField);
+  if (rows >= kMaxRowsPerPage) return false;
+  const size_t lowest = LowestRowStart(p, page_size, rows);
+  // Free space that is all one gap below the offsets means no hole elsewhere.
+  return lowest != 0 && lowest - kJet4DataPageHeader - 2 * rows == free && free >= length + 2;
+}
+
+size_t AppendRow(uint8_t* page, uint32_t page_size, const std::vector<uint8_t>& bytes, uint16_t flags,
+                 size_t* longest_after) {
+  const size_t rows = Get16(page + kRowCountField);
+  const size_t start = LowestRowStart(page, page_size, rows) - bytes.size();
+  if (!bytes.empty()) std::memcpy(page + start, bytes.data(), bytes.size());
+  Put16(page + kJet4DataPageHeader + 2 * rows, static_cast<uint16_t>(start | flags));
+  Put16(page + kRowCountField, static_cast<uint16_t>(rows + 1));
+  const size_t free = Get16(page + kFreeSpaceField) - bytes.size() - 2;
+  Put16(page + kFreeSpaceField, static_cast<uint16_t>(free));
+  *longest_after = LongestAfter(free, rows + 1);
+  return rows;
+}
 
 void InitDataPage(uint8_t* page, uint32_t page_size, uint32_t owner) {
   std::memset(page, 0, page_size);
@@ -85,8 +126,7 @@ size_t LongestNewRow(const std::vector<StoredRow>& rows, uint32_t page_size) {
     dead_slot = dead_slot || dead;
   }
   const size_t free = used > page_size ? 0 : page_size - used;
-  if (dead_slot) return free;
-  return rows.size() < kMaxRowsPerPage && free >= 2 ? free - 2 : 0;
+  return dead_slot ? free : LongestAfter(free, rows.size());
 }
 
 Status StoreRows(const std::vector<StoredRow>& rows, uint8_t* page, uint32_t page_size) {
@@ -103,8 +143,8 @@ Status StoreRows(const std::vector<StoredRow>& rows, uint8_t* page, uint32_t pag
   }
   // What lies between the offset table and the lowest row is free space.
   std::memset(page + table + 2 * rows.size(), 0, end - table - 2 * rows.size());
-  Put16(page + 12, static_cast<uint16_t>(rows.size()));
-  Put16(page + 2, static_cast<uint16_t>(FreeSpace(rows, page_size)));
+  Put16(page + kRowCountField, static_cast<uint16_t>(rows.size()));
+  Put16(page + kFreeSpaceField, static_cast<uint16_t>(FreeSpace(rows, page_size)));
   return Status::OK();
 }
 

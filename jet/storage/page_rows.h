@@ -41,6 +41,15 @@ bool IsDeadSlot(const StoredRow& row);
 void ReclaimDeadSlots(std::vector<StoredRow>* rows);
 // Where a new row goes: the first dead slot, else a new slot at the end.
 size_t SlotForNewRow(const std::vector<StoredRow>& rows);
+// Whether a row of `length` bytes can go after the page's others without
+// the page being taken apart: its rows lie packed below the offset table
+// (as StoreRows leaves them), no dead slot waits to be reused, and the room
+// between them takes the row and its offset.
+bool CanAppendRow(Page page, uint32_t page_size, size_t length);
+// Puts the row there (CanAppendRow said it fits); returns its slot and the
+// longest new row the page takes after it.
+size_t AppendRow(uint8_t* page, uint32_t page_size, const std::vector<uint8_t>& bytes, uint16_t flags,
+                 size_t* longest_after);
 // The longest new row the page takes once its dead slots are reclaimed.
 size_t LongestNewRow(const std::vector<StoredRow>& rows, uint32_t page_size);
 

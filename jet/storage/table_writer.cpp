@@ -438,7 +438,29 @@ Status PageWithRoom(Pager* pager, TableState* t, size_t length, uint32_t* page_n
   return FillNext(pager, t, *page_no);
 }
 
+// The common insert: the row goes after the others on the page being
+// filled, which is not taken apart. `appended` false when it cannot.
+Status AppendToInsertPage(Pager* pager, TableState* t, const std::vector<uint8_t>& bytes, uint16_t flags,
+                          uint32_t* pointer, bool* appended) {
+  *appended = false;
+  if (t->insert_page == 0) return Status::OK();
+  Page page;
+  JET_RETURN_IF_ERROR(pager->ReadPage(t->insert_page, &page));
+  if (!CanAppendRow(page, pager->page_size(), bytes.size())) return Status::OK();
+  uint8_t* data = nullptr;
+  JET_RETURN_IF_ERROR(pager->MutablePage(t->insert_page, &data));
+  size_t longest = 0;
+  const size_t slot = AppendRow(data, pager->page_size(), bytes, flags, &longest);
+  t->room.Set(t->insert_page, longest);
+  *pointer = t->insert_page << 8 | static_cast<uint32_t>(slot);
+  *appended = true;
+  return Status::OK();
+}
+
 Status AddRow(Pager* pager, TableState* t, std::vector<uint8_t> bytes, uint16_t flags, uint32_t* pointer) {
+  bool appended = false;
+  JET_RETURN_IF_ERROR(AppendToInsertPage(pager, t, bytes, flags, pointer, &appended));
+  if (appended) return Status::OK();
   uint32_t page_no = 0;
   std::vector<StoredRow> rows;
   JET_RETURN_IF_ERROR(PageWithRoom(pager, t, bytes.size(), &page_no, &rows));
