@@ -13,8 +13,6 @@
 namespace jet {
 namespace {
 
-constexpr int kMaxDepth = 32;
-
 // A page on the way down, with the child taken from it (its entry count for
 // the tail).
 struct PathStep {
@@ -41,11 +39,13 @@ size_t ChildFor(const IndexPage& page, std::string_view entry) {
   return page.entries.size() - 1;
 }
 
-// The pages from the root down to the leaf `entry` belongs in.
-Status PathTo(const Pager& pager, uint32_t root, std::string_view entry, std::vector<PathStep>* path) {
+// The pages from the root down to a leaf, each step taking the child
+// `pick` names (its entry count for the tail).
+template <typename Pick>
+Status Descend(const Pager& pager, uint32_t root, Pick pick, std::vector<PathStep>* path) {
   path->clear();
   uint32_t page_no = root;
-  for (int depth = 0; depth <= kMaxDepth; ++depth) {
+  for (int depth = 0; depth <= kMaxIndexDepth; ++depth) {
     PathStep step;
     step.page = page_no;
     Page raw;
@@ -58,31 +58,26 @@ Status PathTo(const Pager& pager, uint32_t root, std::string_view entry, std::ve
     if (step.node.entries.empty() && !step.node.tail_page) {
       return Status::Corruption("index page " + std::to_string(page_no) + " has no pages below it");
     }
-    step.child = ChildFor(step.node, entry);
+    step.child = pick(step.node);
     page_no = step.child < step.node.entries.size() ? step.node.entries[step.child].child_page : step.node.tail_page;
     path->push_back(std::move(step));
   }
   return Status::Corruption("index tree is deeper than any valid index");
 }
 
+// The pages from the root down to the leaf `entry` belongs in.
+Status PathTo(const Pager& pager, uint32_t root, std::string_view entry, std::vector<PathStep>* path) {
+  return Descend(pager, root, [entry](const IndexPage& page) { return ChildFor(page, entry); }, path);
+}
+
 // The last entry of the tree, down its right edge; empty for an empty tree.
 Status LastEntry(const Pager& pager, uint32_t root, std::string* last) {
-  uint32_t page_no = root;
-  for (int depth = 0; depth <= kMaxDepth; ++depth) {
-    Page raw;
-    JET_RETURN_IF_ERROR(pager.ReadPage(page_no, &raw));
-    IndexPage page;
-    JET_RETURN_IF_ERROR(DecodeIndexPage(raw, pager.is_jet3(), &page));
-    if (page.leaf) {
-      *last = page.entries.empty() ? std::string() : EntryBytes(page.entries.back());
-      return Status::OK();
-    }
-    if (page.entries.empty() && !page.tail_page) {
-      return Status::Corruption("index page " + std::to_string(page_no) + " has no pages below it");
-    }
-    page_no = page.tail_page ? page.tail_page : page.entries.back().child_page;
-  }
-  return Status::Corruption("index tree is deeper than any valid index");
+  std::vector<PathStep> path;
+  auto rightmost = [](const IndexPage& page) { return page.tail_page ? page.entries.size() : page.entries.size() - 1; };
+  JET_RETURN_IF_ERROR(Descend(pager, root, rightmost, &path));
+  const std::vector<IndexEntry>& entries = path.back().node.entries;
+  *last = entries.empty() ? std::string() : EntryBytes(entries.back());
+  return Status::OK();
 }
 
 // Lays a page out when its entries fit it; false when they do not.

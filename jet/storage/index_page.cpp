@@ -96,15 +96,13 @@ class IndexTreeWalker {
   Status Visit(uint32_t page_number, int depth);
 
  private:
-  static constexpr int kMaxDepth = 32;  // far beyond any real tree's height
-
   const Pager& pager_;
   std::vector<IndexEntry>* entries_;
   std::unordered_set<uint32_t> visited_;
 };
 
 Status IndexTreeWalker::Visit(uint32_t page_number, int depth) {
-  if (depth > kMaxDepth) return Status::Corruption("index tree is deeper than any valid index");
+  if (depth > kMaxIndexDepth) return Status::Corruption("index tree is deeper than any valid index");
   if (!visited_.insert(page_number).second) {
     return Status::Corruption("index page " + std::to_string(page_number) +
                               " is reached twice (cycle in the index tree)");

@@ -14,6 +14,9 @@
 
 namespace jet {
 
+// Far beyond any real tree's height: a walk that goes deeper has met a cycle.
+constexpr int kMaxIndexDepth = 32;
+
 struct IndexEntry {
   std::string key;         // the entry's key bytes (flag bytes and codes)
   uint32_t data_page = 0;  // the row: data page and row number on it

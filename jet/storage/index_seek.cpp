@@ -3,8 +3,6 @@
 namespace jet {
 namespace {
 
-constexpr int kMaxDepth = 32;  // far beyond any real tree's height
-
 // -1, 0 or 1 as `key`, cut to the bound's length, compares with the bound.
 int CompareToBound(const std::string& key, const KeyBound& bound) {
   return key.compare(0, bound.key.size(), bound.key);
@@ -51,7 +49,7 @@ Status IndexSeeker::InnerPage(uint32_t page_number, const IndexPage** page) {
 // Leaves are read afresh each time (a long range passes thousands); the
 // intermediate pages above them come from the kept ones.
 Status IndexSeeker::Visit(uint32_t page_number, int depth, Walk* walk) {
-  if (depth > kMaxDepth || ++pages_seen_ > pager_.page_count()) {
+  if (depth > kMaxIndexDepth || ++pages_seen_ > pager_.page_count()) {
     return Status::Corruption("index tree under page " + std::to_string(root_) + " has a cycle");
   }
   pager_.ReleaseReadPages();  // the walk keeps decoded pages, never raw ones

@@ -15,7 +15,6 @@ namespace jet {
 namespace {
 
 constexpr size_t kPrevOffset = 12, kNextOffset = 16;
-constexpr int kMaxDepth = 32;
 
 void Put32(uint8_t* p, uint32_t v) {
   for (int i = 0; i < 4; ++i) p[i] = static_cast<uint8_t>(v >> (8 * i));
@@ -50,7 +49,7 @@ class TreeShape {
   explicit TreeShape(const Pager& pager) : pager_(pager), seen_(pager.page_count(), false) {}
 
   Status Visit(uint32_t page_no, size_t depth, const std::string* known_last, size_t parent) {
-    if (depth > kMaxDepth) return Status::Corruption("index tree is deeper than any valid index");
+    if (depth > kMaxIndexDepth) return Status::Corruption("index tree is deeper than any valid index");
     if (!See(page_no)) return Status::Corruption("index tree has a cycle");
     if (by_depth_.size() <= depth) by_depth_.resize(depth + 1);
     Page raw;
