@@ -39,7 +39,7 @@ for which in new ${baseline:+baseline}; do
   measure "jetdump --csv tblInterview" "$jetdump" --csv tblInterview "$db"
   [ "$which" = new ] && measure "mdb-export tblInterview (peer)" mdb-export "$db" tblInterview
   cp "$db" "$scratch/insert.mdb"
-  sync  # else the commit's first sync also writes out the copy
+  cold  # its sync keeps the copy's writes out of the commit's first sync
   "$dir/bench/writer/writer_bench" interview "$scratch/insert.mdb" || echo "   (no interview mode in this build)"
   measure "mksample --large $((rows * 2))" "$dir/tools/mksample/mksample" --large $((rows * 2)) --templates "$templates" "$script" "$scratch/double.mdb"
   rm -f "$scratch"/*.mdb
