@@ -26,9 +26,6 @@ constexpr uint16_t kGeneralSortOrder = 0x0409;
 constexpr int64_t kDatabaseObject = 0x10000000;
 constexpr int64_t kSystemFlag = int64_t(int32_t(0x80000000));
 
-void Put16(uint8_t* p, uint16_t v) { p[0] = uint8_t(v); p[1] = uint8_t(v >> 8); }
-void Put32(uint8_t* p, uint32_t v) { Put16(p, uint16_t(v)); Put16(p + 2, uint16_t(v >> 16)); }
-
 NewColumn Col(const char* name, ColumnType type, uint16_t size = 0, bool nullable = true) {
   NewColumn c;
   c.name = name;

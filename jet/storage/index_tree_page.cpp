@@ -9,9 +9,6 @@ namespace {
 constexpr size_t kPrevOffset = 12, kNextOffset = 16, kTailOffset = 20, kPrefixOffset = 24, kLevelOffset = 26;
 constexpr size_t kMaskOffset = 27;
 
-void Put32(uint8_t* p, uint32_t v) {
-  for (int i = 0; i < 4; ++i) p[i] = static_cast<uint8_t>(v >> (8 * i));
-}
 void PutBigEndian(std::string* out, uint32_t v) {
   for (int i = 3; i >= 0; --i) out->push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
 }
@@ -39,11 +36,7 @@ std::string EntryBytes(const std::string& key, uint32_t row_pointer) {
 
 std::string EntryBytes(const IndexEntry& e) { return EntryBytes(e.key, e.data_page << 8 | e.data_row); }
 
-std::string ChildEntry(const std::string& last, uint32_t child_page) {
-  std::string bytes = last;
-  PutBigEndian(&bytes, child_page);
-  return bytes;
-}
+std::string ChildEntry(const std::string& last, uint32_t child_page) { return EntryBytes(last, child_page); }
 
 uint32_t TrailingChild(std::string_view entry) {
   uint32_t v = 0;

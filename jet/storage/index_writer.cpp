@@ -16,10 +16,6 @@ namespace {
 
 constexpr size_t kPrevOffset = 12, kNextOffset = 16;
 
-void Put32(uint8_t* p, uint32_t v) {
-  for (int i = 0; i < 4; ++i) p[i] = static_cast<uint8_t>(v >> (8 * i));
-}
-
 // How much of a page a run of `pages` changed pages may fill when packed
 // again. One page splits left-full, as Access splits for ascending keys; a
 // longer run leaves a sixteenth free on each page, so that the next key

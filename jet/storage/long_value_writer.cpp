@@ -15,10 +15,6 @@ constexpr uint32_t kInlineFlag = 0x80000000u;
 constexpr uint32_t kSingleRowFlag = 0x40000000u;
 constexpr size_t kChainData = kMaxLongValueRow - 4;
 
-void Put32(uint8_t* p, uint32_t v) {
-  for (int i = 0; i < 4; ++i) p[i] = static_cast<uint8_t>(v >> (8 * i));
-}
-
 Status AddRow(Pager* pager, const std::vector<uint8_t>& bytes, const LongValuePageSource& pages, bool fresh,
               uint32_t* pointer) {
   uint32_t page_no = 0;

@@ -8,11 +8,6 @@
 namespace jet {
 namespace {
 
-void Put16(uint8_t* p, uint16_t v) {
-  p[0] = static_cast<uint8_t>(v);
-  p[1] = static_cast<uint8_t>(v >> 8);
-}
-
 size_t UsedBytes(const std::vector<StoredRow>& rows) {
   size_t used = kJet4DataPageHeader;
   for (const StoredRow& r : rows) used += 2 + r.bytes.size();

@@ -106,5 +106,12 @@ inline uint32_t Get24(const uint8_t* p) { return p[0] | (p[1] << 8) | (uint32_t(
 inline uint32_t Get32(const uint8_t* p) {
   return p[0] | (p[1] << 8) | (uint32_t(p[2]) << 16) | (uint32_t(p[3]) << 24);
 }
+inline void Put16(uint8_t* p, uint16_t v) {
+  p[0] = static_cast<uint8_t>(v);
+  p[1] = static_cast<uint8_t>(v >> 8);
+}
+inline void Put32(uint8_t* p, uint32_t v) {
+  for (int i = 0; i < 4; ++i) p[i] = static_cast<uint8_t>(v >> (8 * i));
+}
 
 }  // namespace jet
