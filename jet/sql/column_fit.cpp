@@ -144,8 +144,8 @@ Status FitToColumn(const Value& value, const ColumnDef& column, Value* out) {
   if (t == ColumnType::kDecimal) {
     if (std::optional<Decimal> exact = ExactDecimal(value)) return FitDecimal(*exact, column, out);
   }
-  if (t == ColumnType::kCurrency && std::holds_alternative<Currency>(d)) {
-    *out = Value(t, value.as_currency());
+  if (auto c = std::get_if<Currency>(&d); c && t == ColumnType::kCurrency) {
+    *out = Value(t, *c);
     return Status::OK();
   }
   if (auto i = std::get_if<int64_t>(&d); i && t == ColumnType::kBigInt) {

@@ -172,7 +172,18 @@ double RoundHalfEven(double value, int digits) {
   return r / scale;
 }
 
-int64_t RoundHalfEvenToInt(double value) { return static_cast<int64_t>(RoundHalfEven(value, 0)); }
+std::optional<int64_t> CheckedRoundHalfEvenToInt(double value) {
+  const double r = RoundHalfEven(value, 0);
+  // 2^63 is exact as a double; NaN fails both tests.
+  if (!(r >= -9223372036854775808.0 && r < 9223372036854775808.0)) return std::nullopt;
+  return static_cast<int64_t>(r);
+}
+
+int64_t RoundHalfEvenToInt(double value) {
+  if (std::optional<int64_t> r = CheckedRoundHalfEvenToInt(value)) return *r;
+  if (std::isnan(value)) return 0;
+  return value < 0 ? INT64_MIN : INT64_MAX;
+}
 
 std::u32string DecodeUtf8(std::string_view s) {
   std::u32string out;
@@ -275,8 +286,12 @@ void ResultText(sqlite3_context* ctx, const std::string& text) {
 
 std::optional<int64_t> ToScaledCurrency(sqlite3_value* v) {
   switch (sqlite3_value_type(v)) {
-    case SQLITE_INTEGER: return sqlite3_value_int64(v) * 10000;
-    case SQLITE_FLOAT: return RoundHalfEvenToInt(sqlite3_value_double(v) * 10000.0);
+    case SQLITE_INTEGER: {
+      int64_t scaled;
+      if (__builtin_mul_overflow(sqlite3_value_int64(v), int64_t{10000}, &scaled)) return std::nullopt;
+      return scaled;
+    }
+    case SQLITE_FLOAT: return CheckedRoundHalfEvenToInt(sqlite3_value_double(v) * 10000.0);
     case SQLITE_TEXT: return ScaledCurrencyFromText(ArgText(v));
     default: return std::nullopt;
   }
@@ -285,13 +300,19 @@ std::optional<int64_t> ToScaledCurrency(sqlite3_value* v) {
 std::optional<int64_t> ScaledCurrencyFromText(std::string_view text) {
   auto n = ParseNumberText(text);
   if (!n) return std::nullopt;
+  // Past Currency's range there is nothing to be exact about.
+  const std::optional<int64_t> rounded = CheckedRoundHalfEvenToInt(*n * 10000.0);
+  if (!rounded) return std::nullopt;
   std::string_view t = text;
   while (!t.empty() && t.front() == ' ') t.remove_prefix(1);
   while (!t.empty() && t.back() == ' ') t.remove_suffix(1);
   bool negative = !t.empty() && t[0] == '-';
   if (!t.empty() && (t[0] == '-' || t[0] == '+')) t.remove_prefix(1);
-  if (t.find_first_of("eE") != std::string_view::npos || t.size() > 30) return RoundHalfEvenToInt(*n * 10000.0);
+  // Plain decimal digits are rounded exactly; other forms (exponents, &H...)
+  // through the double.
+  if (t.empty() || t.find_first_not_of("0123456789.") != std::string_view::npos || t.size() > 30) return rounded;
   size_t dot = t.find('.');
+  if (dot != std::string_view::npos && t.find('.', dot + 1) != std::string_view::npos) return rounded;
   std::string whole(t.substr(0, dot));
   std::string frac = dot == std::string_view::npos ? "" : std::string(t.substr(dot + 1));
   while (frac.size() < 5) frac.push_back('0');

@@ -46,6 +46,11 @@ std::string DateText(double serial);
 
 // Rounds half to even, as VBA's Round, CInt and CCur do.
 double RoundHalfEven(double value, int digits = 0);
+// The nearest whole number, halves to even; nullopt past the 64-bit range
+// and for NaN.
+std::optional<int64_t> CheckedRoundHalfEvenToInt(double value);
+// The same, taking the nearest end of the range (0 for NaN) where there is
+// no such number.
 int64_t RoundHalfEvenToInt(double value);
 
 // Lower-cases UTF-8 text for case-blind comparison (ASCII, Latin-1,

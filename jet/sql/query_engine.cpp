@@ -22,6 +22,7 @@
 #include "sql/query_text.h"
 #include "sql/table_module.h"
 #include "sql/translator.h"
+#include "storage/system_fields.h"
 
 namespace jet {
 
@@ -117,7 +118,7 @@ Value ReadTyped(sqlite3_stmt* stmt, int i, SqlType type, int scale) {
         return Value(sql::ToColumnType(type), std::string(text, sqlite3_column_bytes(stmt, i)));
       }
       Value v = ReadVariant(stmt, i);
-      if (v.type() == ColumnType::kText && !v.is_null()) return Value(sql::ToColumnType(type), v.as_text());
+      if (const std::string* text = v.get_if<std::string>()) return Value(sql::ToColumnType(type), *text);
       if (!v.is_null()) {
         return Value(ColumnType::kText, sql::TypedText(sqlite3_column_value(stmt, i), SqlType::kVariant));
       }
@@ -125,9 +126,9 @@ Value ReadTyped(sqlite3_stmt* stmt, int i, SqlType type, int scale) {
     }
     case SqlType::kGuid: {
       Value v = ReadVariant(stmt, i);
-      if (v.type() == ColumnType::kBinary && v.as_bytes().size() == 16) {
+      if (const Bytes* bytes = v.get_if<Bytes>(); bytes && bytes->size() == 16) {
         Guid g;
-        std::copy(v.as_bytes().begin(), v.as_bytes().end(), g.begin());
+        std::copy(bytes->begin(), bytes->end(), g.begin());
         return Value(ColumnType::kGuid, g);
       }
       return v;
@@ -135,7 +136,7 @@ Value ReadTyped(sqlite3_stmt* stmt, int i, SqlType type, int scale) {
     case SqlType::kBinary:
     case SqlType::kOle: {
       Value v = ReadVariant(stmt, i);
-      if (v.type() == ColumnType::kBinary) return Value(sql::ToColumnType(type), v.as_bytes());
+      if (const Bytes* bytes = v.get_if<Bytes>()) return Value(sql::ToColumnType(type), *bytes);
       return v;
     }
     default: return ReadVariant(stmt, i);
@@ -314,9 +315,8 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
         sc.name = c.name;
         sc.type = sql::FromColumnType(c.type);
         sc.decimal_scale = c.scale;
-        if (const Value* cap = c.properties.Find("Caption"); cap && !cap->is_null() &&
-                                                            std::holds_alternative<std::string>(cap->data()))
-          sc.caption = cap->as_text();
+        if (const Value* cap = c.properties.Find("Caption"); cap && cap->get_if<std::string>())
+          sc.caption = *cap->get_if<std::string>();
         t.columns.push_back(sc);
         t.types.push_back(c.type);
       }
@@ -352,8 +352,8 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
   std::string SavedQueryCaption(const std::string& query, const std::string& field) override {
     const PropertyMap* props = db->QueryFieldProperties(query, field);
     const Value* caption = props ? props->Find("Caption") : nullptr;
-    if (!caption || caption->is_null() || !std::holds_alternative<std::string>(caption->data())) return {};
-    return caption->as_text();
+    const std::string* text = caption ? caption->get_if<std::string>() : nullptr;
+    return text ? *text : std::string();
   }
 
   // A saved query's own captions come before those of the fields it shows.
@@ -374,9 +374,9 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
       }
       const sql::QueryParameter& p = list.items()[k];
       const Value& v = given[k];
-      if (p.typed && !v.is_null() && std::holds_alternative<std::string>(v.data())) {
+      if (const std::string* text = v.get_if<std::string>(); p.typed && text) {
         Value converted;
-        JET_RETURN_IF_ERROR(ConvertParameterText(v.as_text(), p.type, &converted));
+        JET_RETURN_IF_ERROR(ConvertParameterText(*text, p.type, &converted));
         Bind(stmt, i, converted);
       } else {
         Bind(stmt, i, v);
@@ -419,32 +419,32 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
   Status ReadQueryRows(int32_t object_id, std::vector<sql::QueryRow>* rows) {
     std::unique_ptr<TableCursor> cursor;
     JET_RETURN_IF_ERROR(db->OpenTable("MSysQueries", &cursor));
-    const TableDef& def = cursor->def();
-    int c_attr = def.FindColumn("Attribute"), c_expr = def.FindColumn("Expression"), c_flag = def.FindColumn("Flag"),
-        c_extra = def.FindColumn("LvExtra"), c_name1 = def.FindColumn("Name1"), c_name2 = def.FindColumn("Name2"),
-        c_obj = def.FindColumn("ObjectId"), c_order = def.FindColumn("Order");
+    const SystemFields fields(cursor->def(), "MSysQueries");
+    const int c_attr = fields.Column("Attribute"), c_expr = fields.Column("Expression"),
+              c_flag = fields.Column("Flag"), c_extra = fields.Column("LvExtra"), c_name1 = fields.Column("Name1"),
+              c_name2 = fields.Column("Name2"), c_obj = fields.Column("ObjectId"), c_order = fields.Column("Order");
     if (c_attr < 0 || c_obj < 0) return Status::Corruption("MSysQueries lacks its Attribute or ObjectId column.");
-    auto text = [](const Value& v) -> std::optional<std::string> {
-      if (v.is_null() || !std::holds_alternative<std::string>(v.data())) return std::nullopt;
-      return v.as_text();
-    };
-    auto integer = [](const Value& v) -> std::optional<int> {
-      if (v.is_null() || !std::holds_alternative<int64_t>(v.data())) return std::nullopt;
-      return static_cast<int>(v.as_int());
+    auto small = [](const std::optional<int64_t>& n) -> std::optional<int> {
+      return n ? std::optional<int>(static_cast<int>(*n)) : std::nullopt;
     };
     while (cursor->Next()) {
       const Row& r = cursor->row();
-      auto obj = integer(r[c_obj]);
+      std::optional<int64_t> obj, attribute, flag, extra;
+      JET_RETURN_IF_ERROR(fields.Integer(r, c_obj, &obj));
       if (!obj || *obj != object_id) continue;
       sql::QueryRow q;
-      q.attribute = integer(r[c_attr]).value_or(0);
-      if (c_expr >= 0) q.expression = text(r[c_expr]);
-      if (c_flag >= 0) q.flag = integer(r[c_flag]);
-      if (c_extra >= 0) q.extra = integer(r[c_extra]);
-      if (c_name1 >= 0) q.name1 = text(r[c_name1]);
-      if (c_name2 >= 0) q.name2 = text(r[c_name2]);
-      if (c_order >= 0 && !r[c_order].is_null() && std::holds_alternative<Bytes>(r[c_order].data()))
-        q.order = r[c_order].as_bytes();
+      const Bytes* order = nullptr;
+      JET_RETURN_IF_ERROR(fields.Integer(r, c_attr, &attribute));
+      JET_RETURN_IF_ERROR(fields.Integer(r, c_flag, &flag));
+      JET_RETURN_IF_ERROR(fields.Integer(r, c_extra, &extra));
+      JET_RETURN_IF_ERROR(fields.Text(r, c_expr, &q.expression));
+      JET_RETURN_IF_ERROR(fields.Text(r, c_name1, &q.name1));
+      JET_RETURN_IF_ERROR(fields.Text(r, c_name2, &q.name2));
+      JET_RETURN_IF_ERROR(fields.Binary(r, c_order, &order));
+      q.attribute = small(attribute).value_or(0);
+      q.flag = small(flag);
+      q.extra = small(extra);
+      if (order) q.order = *order;
       rows->push_back(std::move(q));
     }
     return cursor->status();
@@ -646,7 +646,9 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     }
     std::set<int64_t> done;  // a join may bring one row more than once
     for (const Row& values : found.rows) {
-      const int64_t place = values[0].as_int();
+      const int64_t* place_of = values[0].get_if<int64_t>();
+      if (!place_of) return Status::Corruption("a row to change has no place in table " + plan.table);
+      const int64_t place = *place_of;
       if (!done.insert(place).second) continue;
       Row row;
       JET_RETURN_IF_ERROR(db->ReadRow(plan.table, FromRowPlace(place), &row));
@@ -664,7 +666,9 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
                     std::vector<UndoStep>* undo) {
     std::set<int64_t> done;
     for (const Row& values : found.rows) {
-      const int64_t place = values[0].as_int();
+      const int64_t* place_of = values[0].get_if<int64_t>();
+      if (!place_of) return Status::Corruption("a row to change has no place in table " + plan.table);
+      const int64_t place = *place_of;
       if (!done.insert(place).second) continue;
       Row old_row;
       JET_RETURN_IF_ERROR(db->ReadRow(plan.table, FromRowPlace(place), &old_row));
@@ -682,8 +686,8 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     for (const ColumnDef& c : def.columns) {
       row->push_back(Value::Null(c.type));
       const Value* d = c.properties.Find("DefaultValue");
-      if (c.autonumber || !d || d->is_null() || !std::holds_alternative<std::string>(d->data())) continue;
-      std::string expr = d->as_text();
+      if (c.autonumber || !d || !d->get_if<std::string>()) continue;
+      std::string expr = *d->get_if<std::string>();
       if (!expr.empty() && expr[0] == '=') expr.erase(0, 1);
       QueryResult r;
       if (!Run("SELECT (" + expr + ")", {}, &r).ok() || r.rows.size() != 1 || r.rows[0].size() != 1) continue;

@@ -1,5 +1,6 @@
 #include "storage/catalog_reader.h"
 
+#include "storage/system_fields.h"
 #include "storage/table_scan.h"
 
 namespace jet {
@@ -48,15 +49,41 @@ std::string TextSourceFile(const CatalogEntry& e) {
   return file;
 }
 
-const std::string* TextOf(const Row& row, int column) {
-  if (column < 0 || row[column].is_null()) return nullptr;
-  return std::get_if<std::string>(&row[column].data());
-}
-
-int64_t IntOf(const Row& row, int column) {
-  if (column < 0 || row[column].is_null()) return 0;
-  const auto* v = std::get_if<int64_t>(&row[column].data());
-  return v ? *v : 0;
+// One catalogue row as an entry; its properties go into `properties`.
+Status ReadEntry(const SystemFields& fields, const Row& row, const TextReader& text, CatalogEntry* e,
+                 std::map<int32_t, ObjectProperties>* properties) {
+  std::optional<int64_t> id, parent, type, flags;
+  std::optional<std::string> name, database, foreign, connect;
+  const Bytes* blob = nullptr;
+  JET_RETURN_IF_ERROR(fields.Integer(row, fields.Column("Id"), &id));
+  JET_RETURN_IF_ERROR(fields.Integer(row, fields.Column("ParentId"), &parent));
+  JET_RETURN_IF_ERROR(fields.Integer(row, fields.Column("Type"), &type));
+  JET_RETURN_IF_ERROR(fields.Integer(row, fields.Column("Flags"), &flags));
+  JET_RETURN_IF_ERROR(fields.Text(row, fields.Column("Name"), &name));
+  JET_RETURN_IF_ERROR(fields.Text(row, fields.Column("Database"), &database));
+  JET_RETURN_IF_ERROR(fields.Text(row, fields.Column("ForeignName"), &foreign));
+  JET_RETURN_IF_ERROR(fields.Text(row, fields.Column("Connect"), &connect));
+  JET_RETURN_IF_ERROR(fields.Binary(row, fields.Column("LvProp"), &blob));
+  e->id = static_cast<int32_t>(id.value_or(0));
+  e->parent_id = static_cast<int32_t>(parent.value_or(0));
+  e->name = name.value_or("");
+  e->raw_type = static_cast<int16_t>(type.value_or(0));
+  e->flags = static_cast<uint32_t>(flags.value_or(0));
+  e->database = database.value_or("");
+  e->foreign_name = foreign.value_or("");
+  e->connect = connect.value_or("");
+  e->kind = KindOf(e->raw_type, e->connect);
+  e->system = (e->flags & (kFlagSystemHigh | kFlagSystemLow)) != 0 || e->name.rfind("MSys", 0) == 0;
+  e->hidden = (e->flags & kFlagHidden) != 0;
+  e->source_file = TextSourceFile(*e);
+  // Tables keep their columns' properties there, queries those of their
+  // output fields (a field's own Caption, Format, ...).
+  const bool has_fields = e->kind == ObjectKind::kTable || e->kind == ObjectKind::kLinkedTable ||
+                          e->kind == ObjectKind::kLinkedOdbc || e->kind == ObjectKind::kQuery;
+  ObjectProperties props;
+  // A damaged property blob costs the captions, not the table.
+  if (has_fields && blob && ParseProperties(*blob, text, &props).ok()) (*properties)[e->id] = std::move(props);
+  return Status::OK();
 }
 
 }  // namespace
@@ -64,42 +91,15 @@ int64_t IntOf(const Row& row, int column) {
 Status ReadCatalog(const Pager& pager, const TextReader& text, CatalogContents* out) {
   auto layout = std::make_shared<TableLayout>();
   JET_RETURN_IF_ERROR(ReadTableLayout(pager, text, kCatalogTdefPage, layout.get()));
-  const TableDef& def = *layout->def;
-  const int c_id = def.FindColumn("Id"), c_parent = def.FindColumn("ParentId"),
-            c_name = def.FindColumn("Name"), c_type = def.FindColumn("Type"),
-            c_flags = def.FindColumn("Flags"), c_database = def.FindColumn("Database"),
-            c_foreign = def.FindColumn("ForeignName"), c_connect = def.FindColumn("Connect"),
-            c_props = def.FindColumn("LvProp");
-  if (c_id < 0 || c_name < 0 || c_type < 0) return Status::Corruption("the catalogue table lacks its key columns");
+  const SystemFields fields(*layout->def, "MSysObjects");
+  if (fields.Column("Id") < 0 || fields.Column("Name") < 0 || fields.Column("Type") < 0)
+    return Status::Corruption("the catalogue table lacks its key columns");
 
   std::unique_ptr<TableScan> scan;
   JET_RETURN_IF_ERROR(TableScan::Create(pager, text, layout, true, &scan));
   while (scan->Next()) {
-    const Row& row = scan->row();
     CatalogEntry e;
-    e.id = static_cast<int32_t>(IntOf(row, c_id));
-    e.parent_id = static_cast<int32_t>(IntOf(row, c_parent));
-    if (const auto* name = TextOf(row, c_name)) e.name = *name;
-    e.raw_type = static_cast<int16_t>(IntOf(row, c_type));
-    e.flags = static_cast<uint32_t>(IntOf(row, c_flags));
-    if (const auto* s = TextOf(row, c_database)) e.database = *s;
-    if (const auto* s = TextOf(row, c_foreign)) e.foreign_name = *s;
-    if (const auto* s = TextOf(row, c_connect)) e.connect = *s;
-    e.kind = KindOf(e.raw_type, e.connect);
-    e.system = (e.flags & (kFlagSystemHigh | kFlagSystemLow)) != 0 || e.name.rfind("MSys", 0) == 0;
-    e.hidden = (e.flags & kFlagHidden) != 0;
-    e.source_file = TextSourceFile(e);
-    // Tables keep their columns' properties there, queries those of their
-    // output fields (a field's own Caption, Format, ...).
-    const bool has_fields = e.kind == ObjectKind::kTable || e.kind == ObjectKind::kLinkedTable ||
-                            e.kind == ObjectKind::kLinkedOdbc || e.kind == ObjectKind::kQuery;
-    if (has_fields && c_props >= 0 && !row[c_props].is_null()) {
-      ObjectProperties props;
-      // A damaged property blob costs the captions, not the table.
-      if (ParseProperties(row[c_props].as_bytes(), text, &props).ok()) {
-        out->properties[e.id] = std::move(props);
-      }
-    }
+    JET_RETURN_IF_ERROR(ReadEntry(fields, scan->row(), text, &e, &out->properties));
     out->entries.push_back(std::move(e));
   }
   return scan->status();

@@ -73,7 +73,7 @@ void ApplyProperties(const ObjectProperties& props, TableDef* def) {
       if (SameName(name, col.name)) col.properties = map;
     }
     if (const Value* required = col.properties.Find("Required");
-        required && required->type() == ColumnType::kBoolean && required->as_bool()) {
+        required && required->get_if<bool>() && *required->get_if<bool>()) {
       col.nullable = false;
     }
   }

@@ -175,33 +175,15 @@ Status AppendValue(const ColumnDef& column, const Value& value, bool ascending, 
   }
 }
 
-// Type mismatches are the caller's fault; catching them here keeps a bad
-// row from becoming a crash.
-bool HoldsExpectedType(const ColumnDef& column, const Value& value) {
-  const Value::Data& d = value.data();
-  switch (column.type) {
-    case ColumnType::kByte:
-    case ColumnType::kInteger:
-    case ColumnType::kLong:
-    case ColumnType::kComplex:
-    case ColumnType::kBigInt: return std::holds_alternative<int64_t>(d);
-    case ColumnType::kCurrency: return std::holds_alternative<Currency>(d);
-    case ColumnType::kSingle: return std::holds_alternative<float>(d);
-    case ColumnType::kDouble: return std::holds_alternative<double>(d);
-    case ColumnType::kDateTime: return std::holds_alternative<DateTime>(d);
-    case ColumnType::kDecimal: return std::holds_alternative<Decimal>(d);
-    case ColumnType::kGuid: return std::holds_alternative<Guid>(d);
-    case ColumnType::kBinary: return std::holds_alternative<Bytes>(d);
-    case ColumnType::kText:
-    case ColumnType::kMemo: return std::holds_alternative<std::string>(d);
-    default: return true;
-  }
-}
-
 }  // namespace
 
 Status AppendIndexColumnKey(const ColumnDef& column, const Value& value, bool ascending, FileFormat format,
                             std::string* key) {
+  // A row read from a damaged file can hold a value of another kind than
+  // its column's; that is refused here rather than becoming a crash.
+  if (!HoldsKindOf(column.type, value)) {
+    return Status::InvalidArgument("value for column " + column.name + " does not have the column's type");
+  }
   if (column.type == ColumnType::kBoolean) {
     // Booleans are never Null in a key: Null is keyed as False. True sorts first.
     const bool truth = !value.is_null() && value.as_bool();
@@ -212,9 +194,6 @@ Status AppendIndexColumnKey(const ColumnDef& column, const Value& value, bool as
   if (value.is_null()) {
     key->push_back(ascending ? kAscendingNull : kDescendingNull);
     return Status::OK();
-  }
-  if (!HoldsExpectedType(column, value)) {
-    return Status::InvalidArgument("value for column " + column.name + " does not have the column's type");
   }
   key->push_back(ascending ? kAscendingFlag : kDescendingFlag);
   return AppendValue(column, value, ascending, format, key);

@@ -17,12 +17,26 @@ void Set32(Bytes* b, size_t at, size_t v) {
   for (int i = 0; i < 4; ++i) (*b)[at + i] = uint8_t(v >> (8 * i));
 }
 
+// Properties read back from a damaged blob keep their declared type over
+// data of another kind; those are written as the empty value of the type.
 Bytes ValueBytes(const Value& v) {
   Bytes out;
   switch (v.type()) {
-    case ColumnType::kBoolean: out.push_back(v.as_bool() ? 0xFF : 0x00); break;
-    case ColumnType::kLong: Add32(&out, static_cast<uint32_t>(v.as_int())); break;
-    default: out = EncodeUcs2(v.as_text()); break;
+    case ColumnType::kBoolean: {
+      const bool* truth = v.get_if<bool>();
+      out.push_back(truth && *truth ? 0xFF : 0x00);
+      break;
+    }
+    case ColumnType::kLong: {
+      const int64_t* number = v.get_if<int64_t>();
+      Add32(&out, static_cast<uint32_t>(number ? *number : 0));
+      break;
+    }
+    default: {
+      const std::string* text = v.get_if<std::string>();
+      out = EncodeUcs2(text ? *text : std::string());
+      break;
+    }
   }
   return out;
 }

@@ -7,17 +7,12 @@
 #include <optional>
 
 #include "storage/index_key.h"
+#include "storage/system_fields.h"
 
 namespace jet {
 namespace {
 
 bool Same(const std::string& a, const std::string& b) { return strcasecmp(a.c_str(), b.c_str()) == 0; }
-
-std::string TextAt(const Row& row, int column) {
-  return column >= 0 && !row[column].is_null() && std::holds_alternative<std::string>(row[column].data())
-             ? row[column].as_text()
-             : std::string();
-}
 
 // The values of `columns` as one comparable key (index keys compare text as
 // Jet does, without regard to case); nullopt when one of them is Null.
@@ -35,6 +30,28 @@ Status KeyOf(Database& db, const TableDef& def, const std::vector<std::string>& 
   return Status::OK();
 }
 
+// One row of MSysRelationships: a column pair of the relationship it names.
+struct RelationshipRow {
+  std::string name, table, column, referenced_table, referenced_column;
+  int64_t order = 0;
+  int32_t flags = 0;
+};
+
+Status ReadRelationshipRow(const SystemFields& fields, const Row& row, RelationshipRow* out) {
+  std::optional<std::string> name, table, column, ref_table, ref_column;
+  std::optional<int64_t> order, flags;
+  JET_RETURN_IF_ERROR(fields.Text(row, fields.Column("szRelationship"), &name));
+  JET_RETURN_IF_ERROR(fields.Text(row, fields.Column("szObject"), &table));
+  JET_RETURN_IF_ERROR(fields.Text(row, fields.Column("szColumn"), &column));
+  JET_RETURN_IF_ERROR(fields.Text(row, fields.Column("szReferencedObject"), &ref_table));
+  JET_RETURN_IF_ERROR(fields.Text(row, fields.Column("szReferencedColumn"), &ref_column));
+  JET_RETURN_IF_ERROR(fields.Integer(row, fields.Column("icolumn"), &order));
+  JET_RETURN_IF_ERROR(fields.Integer(row, fields.Column("grbit"), &flags));
+  *out = {name.value_or(""),       table.value_or(""), column.value_or(""), ref_table.value_or(""),
+          ref_column.value_or(""), order.value_or(0),  static_cast<int32_t>(flags.value_or(0))};
+  return Status::OK();
+}
+
 }  // namespace
 
 Status ReadRelationships(Database& db, std::vector<Relationship>* relationships) {
@@ -42,25 +59,24 @@ Status ReadRelationships(Database& db, std::vector<Relationship>* relationships)
   if (!db.FindTable("MSysRelationships")) return Status::OK();
   std::unique_ptr<TableCursor> cursor;
   JET_RETURN_IF_ERROR(db.OpenTable("MSysRelationships", &cursor));
-  const TableDef& def = cursor->def();
-  const int name = def.FindColumn("szRelationship"), table = def.FindColumn("szObject"),
-            column = def.FindColumn("szColumn"), ref_table = def.FindColumn("szReferencedObject"),
-            ref_column = def.FindColumn("szReferencedColumn"), order = def.FindColumn("icolumn"),
-            flags = def.FindColumn("grbit");
-  std::map<std::string, std::vector<std::pair<int64_t, Row>>> by_name;
-  while (cursor->Next()) by_name[TextAt(cursor->row(), name)].push_back({cursor->row()[order].is_null() ? 0 : cursor->row()[order].as_int(), cursor->row()});
+  const SystemFields fields(cursor->def(), "MSysRelationships");
+  std::map<std::string, std::vector<RelationshipRow>> by_name;
+  while (cursor->Next()) {
+    RelationshipRow row;
+    JET_RETURN_IF_ERROR(ReadRelationshipRow(fields, cursor->row(), &row));
+    by_name[row.name].push_back(std::move(row));
+  }
   JET_RETURN_IF_ERROR(cursor->status());
   for (auto& [rel_name, rows] : by_name) {
-    std::sort(rows.begin(), rows.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::sort(rows.begin(), rows.end(), [](const auto& a, const auto& b) { return a.order < b.order; });
     Relationship r;
     r.name = rel_name;
-    r.table = TextAt(rows[0].second, table);
-    r.referenced_table = TextAt(rows[0].second, ref_table);
-    const Value& f = rows[0].second[flags];
-    r.flags = f.is_null() ? 0 : static_cast<int32_t>(f.as_int());
-    for (const auto& [i, row] : rows) {
-      r.columns.push_back(TextAt(row, column));
-      r.referenced_columns.push_back(TextAt(row, ref_column));
+    r.table = rows[0].table;
+    r.referenced_table = rows[0].referenced_table;
+    r.flags = rows[0].flags;
+    for (const RelationshipRow& row : rows) {
+      r.columns.push_back(row.column);
+      r.referenced_columns.push_back(row.referenced_column);
     }
     relationships->push_back(std::move(r));
   }

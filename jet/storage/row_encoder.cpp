@@ -109,7 +109,8 @@ Status EncodeField(const ColumnDef& column, const Value& value, FieldBytes* out)
   out->reset();
   if (value.is_null()) return Status::OK();
   switch (column.type) {
-    case ColumnType::kBoolean: return Status::OK();  // the null mask holds it
+    case ColumnType::kBoolean:  // the null mask holds it
+      return value.get_if<bool>() ? Status::OK() : WrongType(column);
     case ColumnType::kByte: return IntegerField(column, value, 0, 255, out);
     case ColumnType::kInteger: return IntegerField(column, value, INT16_MIN, INT16_MAX, out);
     case ColumnType::kLong:

@@ -595,8 +595,9 @@ Status Writer::Insert(const std::shared_ptr<const TableLayout>& layout, Row row,
     }
     for (size_t i = 0; i < row.size(); ++i) {
       const ColumnDef& c = layout->def->columns[i];
-      if (c.autonumber && c.type == ColumnType::kLong && row[i].as_int() > int64_t(t->autonumber)) {
-        t->autonumber = static_cast<uint32_t>(row[i].as_int());
+      const int64_t* number = row[i].get_if<int64_t>();
+      if (c.autonumber && c.type == ColumnType::kLong && number && *number > int64_t(t->autonumber)) {
+        t->autonumber = static_cast<uint32_t>(*number);
       }
     }
     ++t->row_count;

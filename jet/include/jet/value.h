@@ -50,6 +50,18 @@ class Value {
   bool is_null() const { return std::holds_alternative<std::monostate>(data_); }
   const Data& data() const { return data_; }
 
+  // The held value when it is a T, else nullptr (Null included). A value
+  // decoded from the file has the kind its column's stored type gives, and a
+  // damaged definition can give any type to any column, so code that reads
+  // the file's own tables asks with these (or with the checked readers of
+  // system_fields.h) rather than with the as_ accessors below.
+  template <class T>
+  const T* get_if() const noexcept {
+    return std::get_if<T>(&data_);
+  }
+
+  // For values whose kind the caller made sure of: these throw
+  // std::bad_variant_access on any other.
   bool as_bool() const { return std::get<bool>(data_); }
   int64_t as_int() const { return std::get<int64_t>(data_); }
   float as_float() const { return std::get<float>(data_); }
@@ -69,5 +81,10 @@ class Value {
 };
 
 using Row = std::vector<Value>;
+
+// Whether `value` is Null or holds the kind a column of `type` decodes to
+// (an int64 for Byte to Long, a string for Text and Memo, ...). The writer
+// and the index keys take only such values; a damaged row can give others.
+bool HoldsKindOf(ColumnType type, const Value& value);
 
 }  // namespace jet

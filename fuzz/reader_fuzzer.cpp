@@ -1,14 +1,15 @@
-// libFuzzer entry point: the input is a whole database file.
+// The table reader: the input is a whole database file, opened and read in
+// full (catalogue, every definition, every row, every index as a range).
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstdint>
 #include <string>
 
-#include "../tests/hostile/reader_exerciser.h"
+#include "reader_exerciser.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  // The engine opens files by path; give it an in-memory one.
+  // Nothing is written, so the file can live in memory alone.
   int fd = memfd_create("fuzz.mdb", MFD_CLOEXEC);
   if (fd < 0) return 0;
   if (write(fd, data, size) == static_cast<ssize_t>(size)) {

@@ -1,0 +1,1 @@
+SELECT First(Species), Last(Weight), Min(Opened), Max(Price), StDev(Weight), Var(Share), Count(Notes) FROM tblCatch, tblSite WHERE tblCatch.SiteID = tblSite.SiteID;

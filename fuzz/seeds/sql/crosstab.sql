@@ -1,0 +1,3 @@
+TRANSFORM Sum(Weight) AS W
+SELECT SiteID FROM tblCatch GROUP BY SiteID
+PIVOT Species;

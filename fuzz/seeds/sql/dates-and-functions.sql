@@ -1,0 +1,1 @@
+SELECT TOP 2 DISTINCT Format(Opened, 'yyyy-mm-dd hh:nn') AS Day, DateAdd('q', 1, Opened), DatePart('ww', Opened), IIf(Active, 'yes', 'no'), Nz(SiteName, '(none)') FROM tblSite ORDER BY Opened;

@@ -1,0 +1,1 @@
+SELECT s.SiteID, c.Species FROM tblSite AS s LEFT JOIN tblCatch AS c ON (s.SiteID = c.SiteID AND c.Weight > 1) WHERE c.CatchID Is Null OR c.Ratio <> 0;

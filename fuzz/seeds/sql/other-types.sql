@@ -1,0 +1,1 @@
+SELECT * FROM tblCatch WHERE Tag Is Null AND Raw Is Null AND Ratio > -10.5 AND Price >= 0 ORDER BY Species, Weight DESC;

@@ -1,0 +1,1 @@
+SELECT c.CatchID FROM tblCatch AS c WHERE c.SiteID IN (SELECT SiteID FROM tblSite WHERE Active) AND EXISTS (SELECT * FROM tblSite AS t WHERE t.SiteID = c.SiteID) AND c.Species NOT IN ('chum', 'Coho');

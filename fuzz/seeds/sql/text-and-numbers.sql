@@ -1,0 +1,1 @@
+SELECT Mid(Species, 2, 3) & '|' & UCase(Species) & Left(Notes, 4), Len(Notes), InStr(1, Species, 'o'), CStr(Price), CCur(Weight), CInt(Share), Round(Ratio, 1), Fix(-2.5), Int(-2.5), Val('12abc'), Switch(Fish > 1, 'many', True, 'few') FROM tblCatch;

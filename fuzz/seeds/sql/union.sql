@@ -1,0 +1,1 @@
+SELECT Species FROM tblCatch WHERE Species Like 'C*' UNION SELECT SiteName FROM tblSite WHERE SiteName Is Not Null ORDER BY 1;

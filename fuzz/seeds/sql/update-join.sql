@@ -1,0 +1,1 @@
+UPDATE tblSite INNER JOIN tblCatch ON tblSite.SiteID = tblCatch.SiteID SET tblSite.SiteName = tblCatch.Species WHERE tblCatch.Fish > 0
