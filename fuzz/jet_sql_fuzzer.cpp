@@ -6,8 +6,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -15,17 +13,14 @@
 #include "jet/create.h"
 #include "jet/query.h"
 #include "jet/text_form.h"
+#include "file_bytes.h"
 #include "scratch_file.h"
 
 namespace {
 
 using jet::ColumnSpec;
+using jet::testing::FileBytes;
 using jet::ColumnType;
-
-std::vector<char> FileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::vector<char>(std::istreambuf_iterator<char>(in), {});
-}
 
 // Small on purpose: a statement may join every table with every other.
 const char* const kRows[] = {

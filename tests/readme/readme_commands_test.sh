@@ -86,6 +86,7 @@ while IFS= read -r line; do
       run_start_command "$command" "$build_dir/samples/survey.mdb" ;;
     "./run "*) ran=$((ran + 1)); echo "== $command"
       run_start_command "$command" "$(cd "$source_dir" && realpath "${command#./run }")" ;;
+    ./*) run_command "$command" "$source_dir" ;;
     build/* | cmake\ * | "(cd "*) run_command "$command" "$work" ;;
     ExecStart=*) run_command "$(printf '%s' "${command#ExecStart=}" | sed "s|%h|$HOME|g")" "$work" ;;
     *)

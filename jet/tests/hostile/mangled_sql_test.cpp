@@ -21,6 +21,7 @@
 #include <unistd.h>
 
 #include "jet/query.h"
+#include "file_bytes.h"
 
 namespace jet::testing {
 namespace {
@@ -91,11 +92,6 @@ std::string Mangle(const std::string& sql, Random& rnd) {
     }
   }
   return Join(w);
-}
-
-std::vector<char> FileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::vector<char>(std::istreambuf_iterator<char>(in), {});
 }
 
 bool IsRunnable(QueryType type) {

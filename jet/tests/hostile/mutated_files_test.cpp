@@ -21,6 +21,7 @@
 #include "jet/database.h"
 #include "reader_exerciser.h"
 #include "writer_exerciser.h"
+#include "writer_test_helpers.h"
 
 namespace jet::testing {
 namespace {
@@ -51,7 +52,7 @@ TEST(DamagedFiles, ReaderAnswersEveryMutationWithoutCrashing) {
 // The writer trusts nothing it reads either: on a damaged file every change
 // either commits or is refused, and a refused one leaves the file as it was.
 TEST(DamagedFiles, WriterCommitsOrRefusesWithoutCrashingOrHalfWriting) {
-  int total = 0, opened = 0, committed = 0, refused = 0;
+  int total = 0, opened = 0, committed = 0, refused = 0, exported_tables = 0;
   ForEachDamagedFile(
       {
           {"overflowTestV2000.mdb", 30},      {"delColTestV2000.mdb", 25},     {"compIndexTestV2000.mdb", 30},
@@ -59,10 +60,21 @@ TEST(DamagedFiles, WriterCommitsOrRefusesWithoutCrashingOrHalfWriting) {
           {"indexTestV2000.mdb", 30},
       },
       [&](const std::string& scratch) {
+        const std::string before = scratch + ".before";
+        std::filesystem::copy_file(scratch, before, std::filesystem::copy_options::overwrite_existing);
         WriteExerciseResult r = ExerciseWriter(scratch);
         EXPECT_EQ(r.half_written, 0);
         EXPECT_EQ(r.altered, 0);
         (void)ExerciseReader(scratch);  // whatever was committed still reads without a crash
+        // Another reader agrees: a changed table mdb-export read before it
+        // reads after, with as many rows (a row was rewritten, and one
+        // deleted and inserted again).
+        for (const std::string& table : r.changed_tables) {
+          const long rows = MdbExportRowCount(before, table);
+          if (rows >= 0) EXPECT_EQ(MdbExportRowCount(scratch, table), rows) << "mdb-export of " << table;
+          exported_tables += rows >= 0;
+        }
+        std::filesystem::remove(before);
         ++total;
         opened += r.opened;
         committed += r.committed;
@@ -72,8 +84,10 @@ TEST(DamagedFiles, WriterCommitsOrRefusesWithoutCrashingOrHalfWriting) {
   EXPECT_GT(opened, total / 3);
   EXPECT_GT(committed, total);
   EXPECT_GT(refused, total / 10);
-  std::printf("mutated files: %d, opened for writing: %d, transactions committed: %d, refused: %d\n", total,
-              opened, committed, refused);
+  EXPECT_GT(exported_tables, total / 4);
+  std::printf("mutated files: %d, opened for writing: %d, transactions committed: %d, refused: %d, "
+              "changed tables mdb-export read: %d\n",
+              total, opened, committed, refused, exported_tables);
 }
 
 // Inputs that once ended the program, read in place from fixtures/hostile:

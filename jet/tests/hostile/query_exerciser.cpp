@@ -7,14 +7,10 @@
 
 #include "jet/query.h"
 #include "jet/text_form.h"
+#include "file_bytes.h"
 
 namespace jet::testing {
 namespace {
-
-std::vector<char> FileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::vector<char>(std::istreambuf_iterator<char>(in), {});
-}
 
 // A value a user could give a parameter of `type`; an undeclared parameter
 // is given text, as a prompt would.

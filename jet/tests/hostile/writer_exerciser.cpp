@@ -10,14 +10,10 @@
 
 #include "jet/database.h"
 #include "jet/text_form.h"
+#include "file_bytes.h"
 
 namespace jet::testing {
 namespace {
-
-std::vector<char> FileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::vector<char>(std::istreambuf_iterator<char>(in), {});
-}
 
 std::string RowText(const Row& row) {
   std::string text;

@@ -16,6 +16,7 @@ constexpr int kErrFileNotFound = 3024;
 constexpr int kErrUnrecognizedFormat = 3343;
 constexpr int kErrDataTypeMismatch = 3464;
 constexpr int kErrGeneral = 3001;  // "Invalid argument."
+constexpr int kErrOverflow = 6;    // a value too large for its type
 
 // Throws the AppError for a failed Status; `source` is the DAO object
 // ("DAO.Database", "DAO.QueryDef", ...).

@@ -5,6 +5,19 @@
 #include "platform/dao/dao_errors.h"
 
 namespace dao {
+namespace {
+
+// A value that cannot be shown (a damaged date) leaves its cell empty and
+// the rest of the row is shown.
+QVariant ValueOrNull(const jet::Value& value) {
+  try {
+    return ToVariant(value);
+  } catch (const platform::AppError&) {
+    return QVariant();
+  }
+}
+
+}  // namespace
 
 std::unique_ptr<TableRows> TableRows::Open(Database& database, const QString& table) {
   std::unique_ptr<TableRows> rows(new TableRows);
@@ -27,7 +40,7 @@ QVector<QVariant> TableRows::Row(int index) const {
       !engine_->database().ReadRowAt(table_, places_[static_cast<size_t>(index)], &row).ok()) {
     return values;
   }
-  for (int i = 0; i < values.size() && i < static_cast<int>(row.size()); ++i) values[i] = ToVariant(row[i]);
+  for (int i = 0; i < values.size() && i < static_cast<int>(row.size()); ++i) values[i] = ValueOrNull(row[i]);
   return values;
 }
 
@@ -38,7 +51,7 @@ QVector<QVariant> TableRows::ColumnValues(int field) const {
   if (engine_->database().OpenTable(table_, &cursor).ok()) {
     while (values.size() < RowCount() && cursor->Next()) {
       const jet::Row& row = cursor->row();
-      values.append(field < static_cast<int>(row.size()) ? ToVariant(row[static_cast<size_t>(field)]) : QVariant());
+      values.append(field < static_cast<int>(row.size()) ? ValueOrNull(row[static_cast<size_t>(field)]) : QVariant());
     }
   }
   // Rows that could not be read sort as Null.

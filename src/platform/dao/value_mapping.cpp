@@ -10,6 +10,9 @@ namespace dao {
 namespace {
 
 constexpr qint64 kMillisPerDay = 86400000;
+// Jet's dates run from 1 January 100 to the last moment of 31 December 9999.
+constexpr double kFirstSerial = -657434.0;
+constexpr double kSerialAfterLast = 2958466.0;
 
 // Days since 1899-12-30, time as the (sign-magnitude) fraction.
 QDateTime FromSerial(double serial) {
@@ -38,7 +41,16 @@ QVariant ToVariant(const jet::Value& v) {
     QVariant operator()(float f) const { return static_cast<double>(f); }
     QVariant operator()(double d) const { return d; }
     QVariant operator()(jet::Currency c) const { return static_cast<double>(c.scaled) / 10000.0; }
-    QVariant operator()(jet::DateTime dt) const { return FromSerial(dt.serial); }
+    QVariant operator()(jet::DateTime dt) const {
+      // A damaged file can hold any eight bytes here, even no number at all.
+      if (!(dt.serial >= kFirstSerial && dt.serial < kSerialAfterLast)) {
+        throw platform::AppError(kErrOverflow,
+                                 QStringLiteral("Overflow: a date in the database is not a date between 1 January 100 "
+                                                "and 31 December 9999."),
+                                 QStringLiteral("DAO.Field"));
+      }
+      return FromSerial(dt.serial);
+    }
     QVariant operator()(const jet::Decimal& d) const { return std::stod(jet::FormatDecimal(d)); }
     QVariant operator()(const std::string& s) const { return QString::fromStdString(s); }
     QVariant operator()(const jet::Bytes& b) const {

@@ -5,6 +5,7 @@
 
 #include <QDateTime>
 
+#include <cmath>
 #include <functional>
 
 #include "platform/dao/dao.h"
@@ -190,4 +191,16 @@ TEST(DaoTableRows, RowsByPlaceMatchTheWholeTable) {
     EXPECT_EQ(last.back(), whole->Rows().back().back());
     EXPECT_EQ(rows->Row(rows->RowCount()), QVector<QVariant>(rows->Fields().size()));
   }
+}
+
+// A damaged file can hold any eight bytes in a date column; those that are
+// no date Jet has are the program's Overflow, never a crash, and the first
+// and last days Jet knows are still dates.
+TEST(DaoValues, DatesPastJetsCalendarAreOverflow) {
+  const auto date = [](double serial) { return jet::Value(jet::ColumnType::kDateTime, jet::DateTime{serial}); };
+  for (double serial : {std::nan(""), HUGE_VAL, -HUGE_VAL, 1e300, -657435.0, 2958466.0}) {
+    EXPECT_EQ(ErrorNumberOf([&] { (void)dao::ToVariant(date(serial)); }), 6) << serial;
+  }
+  EXPECT_EQ(dao::ToVariant(date(-657434.0)).toDateTime(), QDateTime(QDate(100, 1, 1), QTime(0, 0)));
+  EXPECT_EQ(dao::ToVariant(date(2958465.5)).toDateTime(), QDateTime(QDate(9999, 12, 31), QTime(12, 0)));
 }
