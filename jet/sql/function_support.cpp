@@ -300,9 +300,10 @@ std::optional<int64_t> ToScaledCurrency(sqlite3_value* v) {
 std::optional<int64_t> ScaledCurrencyFromText(std::string_view text) {
   auto n = ParseNumberText(text);
   if (!n) return std::nullopt;
-  // Past Currency's range there is nothing to be exact about.
+  // Far past Currency's range there is nothing to be exact about; near its
+  // ends only the digits can tell.
+  if (!(std::fabs(*n) < 1e15)) return std::nullopt;
   const std::optional<int64_t> rounded = CheckedRoundHalfEvenToInt(*n * 10000.0);
-  if (!rounded) return std::nullopt;
   std::string_view t = text;
   while (!t.empty() && t.front() == ' ') t.remove_prefix(1);
   while (!t.empty() && t.back() == ' ') t.remove_suffix(1);
@@ -320,9 +321,11 @@ std::optional<int64_t> ScaledCurrencyFromText(std::string_view text) {
   int64_t f = std::stoll(frac.substr(0, 4));
   int last = frac[4] - '0';
   bool rest = frac.find_first_not_of('0', 5) != std::string::npos;
-  int64_t scaled = w * 10000 + f;
+  uint64_t scaled = static_cast<uint64_t>(w) * 10000 + static_cast<uint64_t>(f);
   if (last > 5 || (last == 5 && (rest || scaled % 2 == 1))) ++scaled;
-  return negative ? -scaled : scaled;
+  // The range reaches one further below zero than above it.
+  if (scaled > (negative ? uint64_t{1} << 63 : uint64_t{INT64_MAX})) return std::nullopt;
+  return negative ? static_cast<int64_t>(0 - scaled) : static_cast<int64_t>(scaled);
 }
 
 }  // namespace jet::sql

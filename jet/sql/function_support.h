@@ -63,9 +63,11 @@ std::string EncodeUtf8(std::u32string_view text);
 
 void ResultText(sqlite3_context* ctx, const std::string& text);
 
-// Currency held as ten-thousandths: from a number or text.
+// Currency held as ten-thousandths: from a number or text; nullopt for
+// what is no number and for a number past Currency's range.
 std::optional<int64_t> ToScaledCurrency(sqlite3_value* v);
-// Exact: the digits are read, not a double; rounds half to even.
+// Exact: the digits are read, not a double; rounds half to even. nullopt
+// for what is no number and past the range.
 std::optional<int64_t> ScaledCurrencyFromText(std::string_view text);
 
 }  // namespace jet::sql

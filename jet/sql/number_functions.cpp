@@ -134,13 +134,14 @@ void CSng(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
 }
 void CCur(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   JET_NULL_IN_NULL_OUT
-  auto scaled = ToScaledCurrency(argv[0]);
-  if (!scaled && sqlite3_value_type(argv[0]) == SQLITE_TEXT) {
-    if (auto n = ConversionNumber(argv[0])) scaled = RoundHalfEvenToInt(*n * 10000.0);
-  }
+  std::optional<int64_t> scaled = ToScaledCurrency(argv[0]);
   if (!scaled) {
-    sqlite3_result_error(ctx, "Type mismatch", -1);
-    return;
+    // Other number forms (&H10, ...) convert; a number past Currency's
+    // range overflows.
+    double d;
+    if (!ReadConversionNumber(ctx, argv[0], &d)) return;
+    scaled = CheckedRoundHalfEvenToInt(d * 10000.0);
+    if (!scaled) return sqlite3_result_error(ctx, "Overflow", -1);
   }
   sqlite3_result_int64(ctx, *scaled);
 }

@@ -52,7 +52,7 @@ Status ConvertParameterText(const std::string& text, ColumnType type, Value* out
     case ColumnType::kCurrency: {
       if (!ParseNumberText(text)) return Mismatch(text, type);
       auto scaled = sql::ScaledCurrencyFromText(text);
-      if (!scaled) return Mismatch(text, type);
+      if (!scaled) return Status::InvalidArgument("Overflow converting '" + text + "'.", 6);
       *out = Value(type, Currency{*scaled});
       return Status::OK();
     }

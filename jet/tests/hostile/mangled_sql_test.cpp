@@ -21,6 +21,7 @@
 #include <unistd.h>
 
 #include "jet/query.h"
+#include "jet/text_form.h"
 #include "file_bytes.h"
 
 namespace jet::testing {
@@ -157,6 +158,35 @@ TEST(MangledSql, StatementsThatOnceCrashedAreRefused) {
     QueryResult result;
     Status s = engine->RunSql(sql, {}, &result);
     EXPECT_EQ(s.jet_error(), 3075) << sql << ": " << s.ToString();
+  }
+}
+
+// Numbers past the range of the type they are made into, as the SQL fuzzer
+// first wrote them (CCur(1E+300) was a double made a 64-bit integer, which is
+// undefined): Overflow, Jet's error 6, in the sanitized build; the ends of
+// Currency's range still convert, exactly.
+TEST(MangledSql, NumbersPastTheirTypesRangeOverflow) {
+  std::shared_ptr<QueryEngine> engine;
+  ASSERT_TRUE(QueryEngine::ForFile(std::string(TABULON_FIXTURES) + "/jet/nwind.mdb", {}, &engine).ok());
+  const auto run = [&](const std::string& expression, std::string* text) {
+    QueryResult result;
+    Status s = engine->RunSql("SELECT " + expression + " AS x FROM Shippers WHERE ShipperID = 1", {}, &result);
+    if (s.ok() && result.rows.size() == 1) *text = CanonicalText(result.rows[0][0]);
+    return s;
+  };
+  for (const char* overflow : {"CCur(1E+300)", "CCur('1e300')", "CCur(-1E+300)", "CCur('12345678901234567890')",
+                               "CCur(9223372036854775807)", "CCur(922337203685478)", "CInt(1E+300)",
+                               "CLng(-1E+300)"}) {
+    std::string text;
+    EXPECT_EQ(run(overflow, &text).jet_error(), 6) << overflow << " gave " << text;
+  }
+  for (const auto& [expression, expected] : std::vector<std::pair<const char*, const char*>>{
+           {"CCur(' 1.23456 ')", "1.2346"},
+           {"CCur('-922337203685477.5808')", "-922337203685477.5808"},
+           {"CCur('922337203685477.5807')", "922337203685477.5807"}}) {
+    std::string text;
+    EXPECT_TRUE(run(expression, &text).ok()) << expression;
+    EXPECT_EQ(text, expected) << expression;
   }
 }
 
