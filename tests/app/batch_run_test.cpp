@@ -101,6 +101,15 @@ TEST_F(BatchRunTest, ListPrintsTheReportsOfTheGivenOrTheRecordedDatabase) {
   damaged.write(QByteArray(4096, 'x'));
   damaged.close();
   EXPECT_EQ(Tabulon({QStringLiteral("--list"), QStringLiteral("--database"), damaged.fileName()}).status, 2);
+  // So are the inputs that once ended the program, read where they lie: the
+  // program's own message and exit status, never an abort.
+  const QDir hostile(QStringLiteral(TABULON_FIXTURES "/hostile"));
+  for (const QString& name : hostile.entryList({QStringLiteral("*.mdb")}, QDir::Files)) {
+    const Result refused = Tabulon({QStringLiteral("--list"), QStringLiteral("--database"), hostile.filePath(name)});
+    EXPECT_EQ(refused.status, 2) << name.toStdString() << ": " << refused.err.toStdString();
+    EXPECT_TRUE(refused.err.startsWith(QStringLiteral("tabulon: ") + hostile.filePath(name) + QStringLiteral(": ")))
+        << refused.err.toStdString();
+  }
 
   // Half a request is a usage error, told as such.
   for (const QStringList& wrong : {QStringList{QStringLiteral("--run"), QStringLiteral("Effort")},
