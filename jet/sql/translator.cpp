@@ -574,7 +574,9 @@ Status Translator::CollectAction(const Statement& st) {
   for (const auto& ref : tables) JET_RETURN_IF_ERROR(TranslateFrom(*ref, &scope, &ignored));
   TypedSql t;
   for (const Assignment& a : st.assignments) JET_RETURN_IF_ERROR(Expr(*a.value, &scope, &t));
-  const ExprPtr& where = st.kind == StatementKind::kUpdate ? st.where : st.query->select.where;
+  // A damaged saved query can say Delete over a statement without a query
+  // part: it then has no conditions of its own to collect from.
+  const ExprPtr& where = st.kind == StatementKind::kUpdate || !st.query ? st.where : st.query->select.where;
   if (where) JET_RETURN_IF_ERROR(Expr(*where, &scope, &t));
   return Status::OK();
 }
