@@ -309,8 +309,8 @@ std::optional<int64_t> ScaledCurrencyFromText(std::string_view text) {
   while (!t.empty() && t.back() == ' ') t.remove_suffix(1);
   bool negative = !t.empty() && t[0] == '-';
   if (!t.empty() && (t[0] == '-' || t[0] == '+')) t.remove_prefix(1);
-  // Plain decimal digits are rounded exactly; other forms (exponents, &H...)
-  // through the double.
+  // Plain decimal digits are rounded exactly; other forms (exponents and
+  // the like) through the double.
   if (t.empty() || t.find_first_not_of("0123456789.") != std::string_view::npos || t.size() > 30) return rounded;
   size_t dot = t.find('.');
   if (dot != std::string_view::npos && t.find('.', dot + 1) != std::string_view::npos) return rounded;

@@ -136,8 +136,8 @@ void CCur(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   JET_NULL_IN_NULL_OUT
   std::optional<int64_t> scaled = ToScaledCurrency(argv[0]);
   if (!scaled) {
-    // Other number forms (&H10, ...) convert; a number past Currency's
-    // range overflows.
+    // Text the exact reading refused may still be a number to the
+    // conversion rules; a number past Currency's range overflows.
     double d;
     if (!ReadConversionNumber(ctx, argv[0], &d)) return;
     scaled = CheckedRoundHalfEvenToInt(d * 10000.0);
