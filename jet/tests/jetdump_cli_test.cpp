@@ -1,9 +1,17 @@
-// jetdump as its users run it: exit codes, help, listing and CSV output.
+// jetdump as its users run it: exit codes, help, listing, CSV output and the
+// SQL shell.
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 
+#include "jet/create.h"
 #include "test_support.h"
 
 namespace jet::testing {
@@ -17,7 +25,7 @@ TEST(JetdumpCommand, ListsSchemasAndExportsWithClearFailures) {
   int rc = -1;
   std::string help = Jetdump("--help", &rc);
   EXPECT_EQ(rc, 0);
-  for (const char* option : {"--schema", "--csv", "--queries", "--encoding", "--map"}) {
+  for (const char* option : {"--schema", "--csv", "--queries", "--encoding", "--map", "--shell"}) {
     EXPECT_NE(help.find(option), std::string::npos) << option;
   }
 
@@ -85,6 +93,145 @@ TEST(JetdumpCommand, RunsASavedQueryWithParameterValuesAsDocumented) {
   std::string late = Jetdump("--run Credit_Limits 500 " + xtreme, &rc);
   EXPECT_EQ(rc, 2);
   EXPECT_NE(late.find("give FILE before --run"), std::string::npos) << late;
+}
+
+// A database of two fish, made afresh for each test.
+std::string NewCatchDatabase(const std::string& name) {
+  const std::string path = NewDatabase("jetdump-shell-tests", name);
+  TableSpec fish;
+  fish.name = "Catch";
+  fish.columns = {{"Id", ColumnType::kLong}, {"Species", ColumnType::kText, 20}};
+  fish.indexes = {{"PrimaryKey", {"Id"}, true}};
+  EXPECT_TRUE(CreateTables(path, {fish}, {}).ok());
+  int rc = -1;
+  const std::string rows = "\"INSERT INTO Catch VALUES (1, 'Cod')\" \"INSERT INTO Catch VALUES (2, 'Ling')\"";
+  const std::string out = Jetdump("'" + path + "' --sql " + rows, &rc);
+  EXPECT_EQ(rc, 0) << out;
+  return path;
+}
+
+std::string FileText(const std::string& path) {
+  std::ifstream in(path);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+TEST(JetdumpCommand, ShellRunsEachLineOnItsOwnAndGoesOnAfterAFailure) {
+  const std::string path = NewCatchDatabase("shell.mdb");
+  const std::string input = path + ".sql", errors = path + ".stderr";
+  // CR LF line ends and a blank line, as a script written on Windows has them.
+  std::ofstream(input) << "SELECT Id, Species FROM Catch ORDER BY Id\r\n"
+                          "\n"
+                          "INSERT INTO Catch (Id, Species) VALUES (3, 'Hake')\r\n"
+                          "INSERT INTO Catch (Id, Weight) VALUES (4, 1)\n"
+                          "SELECT COUNT(*) AS Fish FROM Catch\n";
+  auto shell = [&](const std::string& file, const std::string& statements, int* rc) {
+    return RunCommand("'" + std::string(JETDUMP_PATH) + "' --shell '" + file + "' <'" + statements + "' 2>'" +
+                          errors + "'",
+                      rc);
+  };
+  int rc = -1;
+  EXPECT_EQ(shell(path, input, &rc), "Id,Species\n1,Cod\n2,Ling\n\n1 row(s) affected\nFish\n3\n\n");
+  EXPECT_EQ(rc, 0);
+  // One message, for the unknown column alone: the blank line was no statement.
+  const std::string error = FileText(errors);
+  EXPECT_EQ(error.rfind("jetdump: ", 0), 0u) << error;
+  EXPECT_NE(error.find("Weight"), std::string::npos) << error;
+  EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 1) << error;
+  // The insert was committed as it ran, and the failed one left nothing.
+  EXPECT_EQ(Jetdump("'" + path + "' --sql 'SELECT Id FROM Catch ORDER BY Id'", &rc), "Id\n1\n2\n3\n");
+
+  // A file that cannot be changed still answers queries; changes say why not.
+  std::ofstream(input) << "SELECT COUNT(*) AS N FROM table1\nDELETE FROM table1\nSELECT COUNT(*) AS N FROM table1\n";
+  EXPECT_EQ(shell(FixturePath("charsetGBK.mdb"), input, &rc), "N\n1\n\nN\n1\n\n");
+  EXPECT_EQ(rc, 0);
+  EXPECT_EQ(FileText(errors).rfind("jetdump: Read-only", 0), 0u) << FileText(errors);
+
+  std::string missing = Jetdump("--shell /no/such.mdb </dev/null", &rc);
+  EXPECT_EQ(rc, 1);
+  EXPECT_NE(missing.find("jetdump: "), std::string::npos) << missing;
+}
+
+// jetdump --shell as another program drives it: one line written, its
+// answer read, then the next line.
+class ShellProcess {
+ public:
+  explicit ShellProcess(const std::string& path) {
+    int in[2], out[2], err[2];
+    EXPECT_TRUE(pipe(in) == 0 && pipe(out) == 0 && pipe(err) == 0);
+    pid_ = fork();
+    if (pid_ == 0) {
+      dup2(in[0], 0), dup2(out[1], 1), dup2(err[1], 2);
+      for (int fd : {in[0], in[1], out[0], out[1], err[0], err[1]}) close(fd);
+      execl(JETDUMP_PATH, JETDUMP_PATH, "--shell", path.c_str(), static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    close(in[0]), close(out[1]), close(err[1]);
+    to_shell_ = in[1], from_shell_ = out[0], errors_ = err[0];
+  }
+  ~ShellProcess() {
+    for (int fd : {to_shell_, from_shell_, errors_}) if (fd >= 0) close(fd);
+    if (pid_ > 0) waitpid(pid_, nullptr, 0);
+  }
+
+  void Send(const std::string& line) {
+    const std::string text = line + "\n";
+    EXPECT_EQ(write(to_shell_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+  // What the shell has written by the time `ending` arrives; what it had
+  // written after ten quiet seconds when it never does.
+  std::string Answer(const std::string& ending = "\n") { return ReadUntil(from_shell_, ending); }
+  std::string Error() { return ReadUntil(errors_, "\n"); }
+  // The exit status once the shell has seen the end of its input.
+  int Finish() {
+    close(to_shell_);
+    to_shell_ = -1;
+    int status = 0;
+    waitpid(pid_, &status, 0);
+    pid_ = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+ private:
+  static std::string ReadUntil(int fd, const std::string& ending) {
+    std::string text;
+    pollfd ready{fd, POLLIN, 0};
+    while (!text.ends_with(ending) && poll(&ready, 1, 10000) > 0) {
+      char buffer[4096];
+      const ssize_t n = read(fd, buffer, sizeof buffer);
+      if (n <= 0) break;
+      text.append(buffer, static_cast<size_t>(n));
+    }
+    return text;
+  }
+
+  pid_t pid_ = -1;
+  int to_shell_ = -1, from_shell_ = -1, errors_ = -1;
+};
+
+TEST(JetdumpCommand, ShellAnswersEachLineAtOnceAndSeesOtherProgramsCommits) {
+  std::signal(SIGPIPE, SIG_IGN);  // a shell that died fails the checks, not the test program
+  const std::string path = NewCatchDatabase("driven.mdb");
+  ShellProcess shell(path);
+  shell.Send("SELECT COUNT(*) AS Fish FROM Catch");
+  EXPECT_EQ(shell.Answer("\n\n"), "Fish\n2\n\n");
+  shell.Send("INSERT INTO Catch (Id, Species) VALUES (3, 'Hake')");
+  EXPECT_EQ(shell.Answer(), "1 row(s) affected\n");
+
+  // Another program changes the file while the shell waits for its next line:
+  // the open shell keeps no lock that stops it, and nothing that hides it.
+  int rc = -1;
+  const std::string other = Jetdump("'" + path + "' --sql \"INSERT INTO Catch VALUES (4, 'Tusk')\"", &rc);
+  EXPECT_EQ(rc, 0) << other;
+  shell.Send("SELECT Id FROM Catch WHERE Id > 2 ORDER BY Id");
+  EXPECT_EQ(shell.Answer("\n\n"), "Id\n3\n4\n\n");
+
+  shell.Send("INSERT INTO Catch (Id, Species) VALUES (3, 'Again')");
+  EXPECT_EQ(shell.Error().rfind("jetdump: ", 0), 0u);
+  shell.Send("DELETE FROM Catch WHERE Id >= 3");
+  EXPECT_EQ(shell.Answer(), "2 row(s) affected\n");
+  EXPECT_EQ(shell.Finish(), 0);
 }
 
 }  // namespace

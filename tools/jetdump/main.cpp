@@ -10,6 +10,7 @@
 #include "jet/text_form.h"
 #include "query_commands.h"
 #include "schema_printer.h"
+#include "shell_command.h"
 
 namespace {
 
@@ -26,6 +27,9 @@ const char kUsage[] =
     "                          (give FILE before --run; \\N is a Null value)\n"
     "  --sql STATEMENT...   run one or more SQL statements in one transaction;\n"
     "                       INSERT, UPDATE and DELETE change the file\n"
+    "  --shell              run SQL statements read from standard input, one a\n"
+    "                       line, each in a transaction of its own: a query\n"
+    "                       prints CSV and an empty line, a change its row count\n"
     "  --system             include system tables in the list\n"
     "  --encoding NAME      decode Jet 3 text as NAME (an iconv name such as GBK)\n"
     "                       instead of the code page the file claims\n"
@@ -39,7 +43,7 @@ const char kUsage[] =
 
 struct Options {
   std::string file;
-  enum class Mode { kList, kSchema, kCsv, kQueries, kRun, kSql } mode = Mode::kList;
+  enum class Mode { kList, kSchema, kCsv, kQueries, kRun, kSql, kShell } mode = Mode::kList;
   std::vector<std::string> arguments;  // --run: query then values; --sql: statements
   std::string table;
   bool system = false;
@@ -73,6 +77,8 @@ bool ParseArgs(int argc, char** argv, Options* o, std::string* error) {
       if (!value(&o->table)) return false;
     } else if (a == "--queries") {
       o->mode = Options::Mode::kQueries;
+    } else if (a == "--shell") {
+      o->mode = Options::Mode::kShell;
     } else if (a == "--system") {
       o->system = true;
     } else if (a == "--encoding") {
@@ -181,6 +187,7 @@ int main(int argc, char** argv) {
     return jetdump::RunSavedQuery(o.file, o.open, o.arguments[0], values);
   }
   if (o.mode == Options::Mode::kSql) return jetdump::RunStatements(o.file, o.open, o.arguments);
+  if (o.mode == Options::Mode::kShell) return jetdump::RunShell(o.file, o.open);
   std::unique_ptr<jet::Database> db;
   if (jet::Status s = jet::Database::Open(o.file, o.open, &db); !s.ok()) return Fail(s.ToString());
   switch (o.mode) {

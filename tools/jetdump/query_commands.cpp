@@ -67,6 +67,19 @@ int RunSavedQuery(const std::string& file, const jet::OpenOptions& options, cons
   return 0;
 }
 
+jet::Status RunStatement(jet::QueryEngine& engine, const std::string& sql) {
+  if (jet::QueryEngine::ChangesData(sql)) {
+    int64_t affected = 0;
+    JET_RETURN_IF_ERROR(engine.Execute(sql, {}, &affected));
+    std::printf("%lld row(s) affected\n", static_cast<long long>(affected));
+    return jet::Status::OK();
+  }
+  jet::QueryResult result;
+  JET_RETURN_IF_ERROR(engine.RunSql(sql, {}, &result));
+  PrintResult(result);
+  return jet::Status::OK();
+}
+
 int RunStatements(const std::string& file, const jet::OpenOptions& options,
                   const std::vector<std::string>& statements) {
   // The file is opened for writing only when some statement changes data,
@@ -80,17 +93,7 @@ int RunStatements(const std::string& file, const jet::OpenOptions& options,
     if (auto s = engine->BeginTransaction(); !s.ok()) return Fail(s);
   }
   for (const auto& sql : statements) {
-    jet::Status s;
-    if (jet::QueryEngine::ChangesData(sql)) {
-      int64_t affected = 0;
-      s = engine->Execute(sql, {}, &affected);
-      if (s.ok()) std::printf("%lld row(s) affected\n", static_cast<long long>(affected));
-    } else {
-      jet::QueryResult result;
-      s = engine->RunSql(sql, {}, &result);
-      if (s.ok()) PrintResult(result);
-    }
-    if (!s.ok()) {
+    if (jet::Status s = RunStatement(*engine, sql); !s.ok()) {
       if (open.writable) engine->Rollback();
       return Fail(s);
     }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "jet/database.h"
+#include "jet/query.h"
 
 namespace jetdump {
 
@@ -13,6 +14,9 @@ int PrintQueries(const std::string& file, const jet::OpenOptions& options);
 // Runs a saved query with parameter values by position; prints canonical CSV.
 int RunSavedQuery(const std::string& file, const jet::OpenOptions& options, const std::string& query,
                   const std::vector<std::string>& values);
+// Runs one statement and prints what it gives: a query's result as canonical
+// CSV, a change's count of rows. Prints nothing when it fails.
+jet::Status RunStatement(jet::QueryEngine& engine, const std::string& sql);
 // Runs each statement in turn, all in one transaction when any of them
 // changes data: prints each query's result as canonical CSV and each
 // change's count of rows; on a failure nothing is changed.
