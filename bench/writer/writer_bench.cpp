@@ -25,49 +25,38 @@ double Millis(Clock::time_point since) {
 }
 
 // Counts what reaches the disk, passing every call on to the real files.
-class CountingFileSystem : public jet::FileSystem {
+class CountingFileSystem : public jet::ForwardingFileSystem {
  public:
   int syncs = 0;
   uint64_t bytes = 0;
 
-  class CountingFile : public jet::File {
+  class CountingFile : public jet::ForwardingFile {
    public:
-    CountingFile(CountingFileSystem* fs, std::unique_ptr<jet::File> real) : fs_(fs), real_(std::move(real)) {}
-    jet::Status Read(uint64_t o, size_t n, uint8_t* out) override { return real_->Read(o, n, out); }
+    CountingFile(CountingFileSystem* fs, std::unique_ptr<jet::File> real)
+        : ForwardingFile(std::move(real)), fs_(fs) {}
     jet::Status Write(uint64_t o, const uint8_t* d, size_t n) override {
       fs_->bytes += n;
-      return real_->Write(o, d, n);
+      return ForwardingFile::Write(o, d, n);
     }
     jet::Status Sync() override {
       ++fs_->syncs;
-      return real_->Sync();
+      return ForwardingFile::Sync();
     }
-    jet::Status Size(uint64_t* size) override { return real_->Size(size); }
-    jet::Status Truncate(uint64_t size) override { return real_->Truncate(size); }
-    jet::Status LockForWriting() override { return real_->LockForWriting(); }
 
    private:
     CountingFileSystem* fs_;
-    std::unique_ptr<jet::File> real_;
   };
 
   jet::Status Open(const std::string& path, Mode mode, std::unique_ptr<jet::File>* file) override {
     std::unique_ptr<jet::File> real;
-    JET_RETURN_IF_ERROR(real_->Open(path, mode, &real));
+    JET_RETURN_IF_ERROR(ForwardingFileSystem::Open(path, mode, &real));
     *file = std::make_unique<CountingFile>(this, std::move(real));
     return jet::Status::OK();
   }
-  bool Exists(const std::string& path) override { return real_->Exists(path); }
-  bool IsWritable(const std::string& path) override { return real_->IsWritable(path); }
-  jet::Status Remove(const std::string& path) override { return real_->Remove(path); }
-  jet::Status Rename(const std::string& a, const std::string& b) override { return real_->Rename(a, b); }
   jet::Status SyncDirectory(const std::string& dir) override {
     ++syncs;
-    return real_->SyncDirectory(dir);
+    return ForwardingFileSystem::SyncDirectory(dir);
   }
-
- private:
-  jet::FileSystem* real_ = jet::DefaultFileSystem();
 };
 
 int Fail(const jet::Status& s) {

@@ -212,7 +212,14 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     sql::RegisterTableModule(lite, &in_place);
     sql::RegisterJetFunctions(lite, db->format() == FileFormat::kJet3 ? SortOrderVersion::kGeneral97
                                                                        : SortOrderVersion::kGeneral);
+    // A long statement lets a waiting commit through now and then.
+    sqlite3_progress_handler(lite, kStepsBetweenLooks, &Impl::LetCommitThrough, this);
     return Status::OK();
+  }
+
+  static constexpr int kStepsBetweenLooks = 20000;
+  static int LetCommitThrough(void* self) {
+    return static_cast<Impl*>(self)->db->AllowPendingCommit().ok() ? 0 : 1;
   }
 
   void DropCache() {
@@ -468,8 +475,27 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     return Status::OK();
   }
 
+  // Runs `read` as one read operation of the file, with the table cache
+  // checked against it; again when another program's commit, let through
+  // during a long read, changed the file under it.
+  template <typename Read>
+  Status AsOneRead(uint64_t noted, Read read) {
+    for (int attempt = 1;; ++attempt) {
+      ReadOperation op(*db);
+      Status s = op.status();
+      if (s.ok()) {
+        CheckCommits(noted);
+        s = read();
+        if (!s.ok() && db->changed_under_read()) {
+          s = Status::Stale("the database " + db->path() + " was changed by another program while it was read");
+        }
+      }
+      if (s.code() != Status::Code::kStale || attempt == 3) return s;
+    }
+  }
+
   void CheckCommits(uint64_t noted) {
-    const uint64_t now = noted + db->commit_count();  // both only grow
+    const uint64_t now = noted + db->generation();  // both only grow
     if (now != cached_at) {
       DropCache();
       cached_at = now;
@@ -545,12 +571,37 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
 
   // --- Statements that change rows ---
 
+  // How to take back one row change of a statement that failed part way
+  // inside the caller's transaction: Jet undoes the whole statement.
+  struct UndoStep {
+    enum class Kind { kRemove, kRestore, kReinsert } kind;
+    RowId id;
+    Row old_row;
+  };
+
   Status Execute(const std::string& sql_text, const std::vector<Value>& given, int64_t* affected) {
     *affected = 0;
     sql::Statement st;
     JET_RETURN_IF_ERROR(sql::ParseStatement(sql_text, &st));
     sql::ActionPlan plan;
     JET_RETURN_IF_ERROR(sql::PlanAction(std::move(st), &plan));
+    const bool own_transaction = !db->in_transaction();
+    if (own_transaction) JET_RETURN_IF_ERROR(db->BeginTransaction());
+    // The writers' turn first: what the statement finds is then what it changes.
+    const uint64_t generation = db->generation();
+    Status s = db->StartChanging();
+    if (db->generation() != generation) DropCache();
+    std::vector<UndoStep> undo;
+    if (s.ok()) s = FindAndApply(sql_text, plan, given, affected, &undo);
+    if (own_transaction) s = s.ok() ? db->Commit() : (db->Rollback(), s);
+    else if (!s.ok()) s = Undo(plan.table, undo, s);
+    DropCache();  // what the cache holds no longer matches the file
+    if (!s.ok()) *affected = 0;
+    return s;
+  }
+
+  Status FindAndApply(const std::string& sql_text, const sql::ActionPlan& plan, const std::vector<Value>& given,
+                      int64_t* affected, std::vector<UndoStep>* undo) {
     if (!db->FindTable(plan.table)) {
       return Status::NotFound("The Microsoft Jet database engine cannot find the input table or query '" +
                                   plan.table + "'.  Make sure it exists and that its name is spelled correctly.",
@@ -565,24 +616,9 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     JET_RETURN_IF_ERROR(PrepareParsed(sql_text, plan.select, &tr, &given));
     QueryResult found;
     JET_RETURN_IF_ERROR(RunTranslated(tr, given, &found));
-    const bool own_transaction = !db->in_transaction();
-    if (own_transaction) JET_RETURN_IF_ERROR(db->BeginTransaction());
-    std::vector<UndoStep> undo;
-    Status s = Apply(plan, *def, found, affected, &undo);
-    if (own_transaction) s = s.ok() ? db->Commit() : (db->Rollback(), s);
-    else if (!s.ok()) s = Undo(plan.table, undo, s);
-    DropCache();  // what the cache holds no longer matches the file
-    if (!s.ok()) *affected = 0;
-    return s;
+    return Apply(plan, *def, found, affected, undo);
   }
 
-  // How to take back one row change of a statement that failed part way
-  // inside the caller's transaction: Jet undoes the whole statement.
-  struct UndoStep {
-    enum class Kind { kRemove, kRestore, kReinsert } kind;
-    RowId id;
-    Row old_row;
-  };
 
   Status Undo(const std::string& table, const std::vector<UndoStep>& undo, const Status& failure) {
     for (auto step = undo.rbegin(); step != undo.rend(); ++step) {
@@ -764,52 +800,54 @@ Status QueryEngine::ForFile(const std::string& path, const OpenOptions& options,
 Database& QueryEngine::database() { return *impl_->db; }
 
 Status QueryEngine::ListQueries(std::vector<SavedQuery>* queries) {
-  impl_->CheckCommits(commit_count());
-  queries->clear();
-  for (const CatalogEntry& e : impl_->db->catalog()) {
-    if (e.kind != ObjectKind::kQuery) continue;
-    SavedQuery q;
-    JET_RETURN_IF_ERROR(impl_->BuildQuery(e, &q));
-    queries->push_back(std::move(q));
-  }
-  return Status::OK();
+  return impl_->AsOneRead(commit_count(), [&]() -> Status {
+    queries->clear();
+    for (const CatalogEntry& e : impl_->db->catalog()) {
+      if (e.kind != ObjectKind::kQuery) continue;
+      SavedQuery q;
+      JET_RETURN_IF_ERROR(impl_->BuildQuery(e, &q));
+      queries->push_back(std::move(q));
+    }
+    return Status::OK();
+  });
 }
 
 Status QueryEngine::GetQuery(const std::string& name, SavedQuery* query) {
-  impl_->CheckCommits(commit_count());
-  return impl_->LoadQuery(name, query);
+  return impl_->AsOneRead(commit_count(), [&] { return impl_->LoadQuery(name, query); });
 }
 
 Status QueryEngine::QueryParameters(const std::string& name, std::vector<QueryParameterInfo>* parameters) {
-  SavedQuery q;
-  JET_RETURN_IF_ERROR(GetQuery(name, &q));
-  if (q.type == QueryType::kPassThrough || q.type == QueryType::kDataDefinition) {
-    parameters->clear();
-    return Status::OK();
-  }
-  return impl_->Parameters(q.sql, parameters);
+  return impl_->AsOneRead(commit_count(), [&]() -> Status {
+    SavedQuery q;
+    JET_RETURN_IF_ERROR(impl_->LoadQuery(name, &q));
+    if (q.type == QueryType::kPassThrough || q.type == QueryType::kDataDefinition) {
+      parameters->clear();
+      return Status::OK();
+    }
+    return impl_->Parameters(q.sql, parameters);
+  });
 }
 
 Status QueryEngine::SqlParameters(const std::string& sql, std::vector<QueryParameterInfo>* parameters) {
-  impl_->CheckCommits(commit_count());
-  return impl_->Parameters(sql, parameters);
+  return impl_->AsOneRead(commit_count(), [&] { return impl_->Parameters(sql, parameters); });
 }
 
 Status QueryEngine::RunQuery(const std::string& name, const std::vector<Value>& parameters, QueryResult* result) {
-  SavedQuery q;
-  JET_RETURN_IF_ERROR(GetQuery(name, &q));
-  if (q.type != QueryType::kSelect && q.type != QueryType::kUnion && q.type != QueryType::kCrosstab) {
-    return Status::Unsupported("Query '" + name + "' is a " + std::string(QueryTypeName(q.type)) +
-                               " query and returns no records.");
-  }
-  JET_RETURN_IF_ERROR(impl_->Run(q.sql, parameters, result));
-  impl_->ApplyOwnCaptions(q.name, result);
-  return Status::OK();
+  return impl_->AsOneRead(commit_count(), [&]() -> Status {
+    SavedQuery q;
+    JET_RETURN_IF_ERROR(impl_->LoadQuery(name, &q));
+    if (q.type != QueryType::kSelect && q.type != QueryType::kUnion && q.type != QueryType::kCrosstab) {
+      return Status::Unsupported("Query '" + name + "' is a " + std::string(QueryTypeName(q.type)) +
+                                 " query and returns no records.");
+    }
+    JET_RETURN_IF_ERROR(impl_->Run(q.sql, parameters, result));
+    impl_->ApplyOwnCaptions(q.name, result);
+    return Status::OK();
+  });
 }
 
 Status QueryEngine::RunSql(const std::string& sql, const std::vector<Value>& parameters, QueryResult* result) {
-  impl_->CheckCommits(commit_count());
-  return impl_->Run(sql, parameters, result);
+  return impl_->AsOneRead(commit_count(), [&] { return impl_->Run(sql, parameters, result); });
 }
 
 Status QueryEngine::Execute(const std::string& sql, const std::vector<Value>& parameters, int64_t* affected) {
@@ -825,15 +863,17 @@ Status QueryEngine::ExecuteQuery(const std::string& name, const std::vector<Valu
                                        " query; only append, update and delete queries can be executed.",
                                    3065);
   }
+  impl_->CheckCommits(commit_count());
   return impl_->Execute(q.sql, parameters, affected);
 }
 
 Status QueryEngine::NewRow(const std::string& table, Row* row) {
-  impl_->CheckCommits(commit_count());
-  std::shared_ptr<const TableDef> def;
-  JET_RETURN_IF_ERROR(impl_->db->GetTableDef(table, &def));
-  impl_->NewRow(*def, row);
-  return Status::OK();
+  return impl_->AsOneRead(commit_count(), [&]() -> Status {
+    std::shared_ptr<const TableDef> def;
+    JET_RETURN_IF_ERROR(impl_->db->GetTableDef(table, &def));
+    impl_->NewRow(*def, row);
+    return Status::OK();
+  });
 }
 
 bool QueryEngine::ChangesData(const std::string& sql) {

@@ -1,17 +1,23 @@
 #include "storage/catalog_writer.h"
 
 #include "storage/journal.h"
+#include "jet/database.h"
+#include "storage/sharing_locks.h"
 
 namespace jet {
 
-Status OpenForDefinitions(const std::string& path, FileSystem* fs, std::unique_ptr<Pager>* pager) {
+Status OpenForDefinitions(const std::string& path, FileSystem* fs, std::unique_ptr<Pager>* pager, FileStamp* before) {
   if (!fs->Exists(path)) return Status::NotFound("file not found: " + path);
   if (fs->Exists(JournalPath(path))) {
     return Status::Busy("the database " + path + " has an unfinished commit; open it for writing first");
   }
   std::unique_ptr<File> file;
   JET_RETURN_IF_ERROR(fs->Open(path, FileSystem::Mode::kReadWrite, &file));
-  JET_RETURN_IF_ERROR(file->LockForWriting());
+  // The locks stay with the descriptor, which the pager keeps to the end.
+  SharingLocks locks(file.get(), path, OpenOptions().lock_wait_ms);
+  JET_RETURN_IF_ERROR(locks.LockWriters());
+  JET_RETURN_IF_ERROR(locks.BeginFileWrite());
+  JET_RETURN_IF_ERROR(fs->Stamp(path, before));
   JET_RETURN_IF_ERROR(Pager::OpenFile(std::move(file), pager));
   const Pager& p = **pager;
   if (p.is_jet3() || p.sort_order() != 0x0409 || p.sort_order_version() != 0) {

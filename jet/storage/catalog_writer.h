@@ -32,8 +32,10 @@ inline const Bytes kAdminsGroupSid{0xA7, 0x33};
 inline const Bytes kUsersGroupSid{0xA7, 0x36};
 
 // Opens `path` for adding objects: a Jet 4 file in the General sort order,
-// with no unfinished commit, locked against other writers while `pager` lives.
-Status OpenForDefinitions(const std::string& path, FileSystem* fs, std::unique_ptr<Pager>* pager);
+// with no unfinished commit, locked against other writers and readers while
+// `pager` lives (the change is short). `before` is the file as it was, for
+// MakeChangeVisible once the change is written.
+Status OpenForDefinitions(const std::string& path, FileSystem* fs, std::unique_ptr<Pager>* pager, FileStamp* before);
 
 // An MSysObjects row (one value per column of `def`) with the given
 // identity, owned by the Admin user; the rest Null. Both dates are `created`.

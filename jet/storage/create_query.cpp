@@ -4,6 +4,7 @@
 #include "jet/create.h"
 #include "storage/catalog_reader.h"
 #include "storage/catalog_writer.h"
+#include "storage/change_watch.h"
 #include "storage/table_layout.h"
 #include "storage/table_writer.h"
 
@@ -200,8 +201,10 @@ Status AddQueries(Pager* pager, FileSystem* fs, const std::string& path, const s
 Status CreateQueries(const std::string& path, const std::vector<QuerySpec>& queries, const CreateOptions& options) {
   FileSystem* fs = options.file_system ? options.file_system : DefaultFileSystem();
   std::unique_ptr<Pager> pager;
-  JET_RETURN_IF_ERROR(OpenForDefinitions(path, fs, &pager));
-  return AddQueries(pager.get(), fs, path, queries, options.created);
+  FileStamp before, after;
+  JET_RETURN_IF_ERROR(OpenForDefinitions(path, fs, &pager, &before));
+  JET_RETURN_IF_ERROR(AddQueries(pager.get(), fs, path, queries, options.created));
+  return MakeChangeVisible(fs, path, before, &after);
 }
 
 }  // namespace jet

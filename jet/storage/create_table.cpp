@@ -5,6 +5,7 @@
 #include "jet/create.h"
 #include "storage/catalog_reader.h"
 #include "storage/catalog_writer.h"
+#include "storage/change_watch.h"
 #include "storage/page_rows.h"
 #include "storage/property_blob_writer.h"
 #include "storage/row_decoder.h"
@@ -258,8 +259,10 @@ Status AddTables(Pager* pager, FileSystem* fs, const std::string& path, const st
 Status CreateTables(const std::string& path, const std::vector<TableSpec>& tables, const CreateOptions& options) {
   FileSystem* fs = options.file_system ? options.file_system : DefaultFileSystem();
   std::unique_ptr<Pager> pager;
-  JET_RETURN_IF_ERROR(OpenForDefinitions(path, fs, &pager));
-  return AddTables(pager.get(), fs, path, tables, options.created);
+  FileStamp before, after;
+  JET_RETURN_IF_ERROR(OpenForDefinitions(path, fs, &pager, &before));
+  JET_RETURN_IF_ERROR(AddTables(pager.get(), fs, path, tables, options.created));
+  return MakeChangeVisible(fs, path, before, &after);
 }
 
 }  // namespace jet

@@ -3,14 +3,17 @@
 #include <strings.h>
 
 #include <cstring>
+#include <deque>
 #include <filesystem>
 #include <map>
 #include <optional>
 
 #include "storage/access_lock_file.h"
 #include "storage/catalog_reader.h"
+#include "storage/change_watch.h"
 #include "storage/journal.h"
 #include "storage/relationships.h"
+#include "storage/sharing_locks.h"
 #include "storage/table_reader.h"
 #include "storage/table_scan.h"
 #include "storage/table_writer.h"
@@ -20,17 +23,26 @@ namespace jet {
 struct Database::Impl {
   std::string path;
   OpenOptions options;
+  FileSystem* fs = nullptr;
   std::unique_ptr<Pager> pager;
   std::unique_ptr<TextReader> text;
   CatalogContents catalog;
+  // Catalogues replaced by a change another program made, kept a while for
+  // callers still holding one of their entries.
+  std::deque<std::vector<CatalogEntry>> retired_entries;
   std::map<uint32_t, std::shared_ptr<const TableLayout>> layouts;  // by TDEF page
   std::map<std::string, std::unique_ptr<Database>> linked;         // by resolved path
   // Writing: the writer works on the pager's pages, so it goes first.
   std::unique_ptr<AccessLockFile> lock_file;
   std::unique_ptr<Writer> writer;
   bool in_transaction = false;
-  uint64_t commits = 0;
+  uint64_t generation = 0;
   std::string notice;
+  // Sharing the file: the lock protocol and what we last saw of it.
+  std::unique_ptr<SharingLocks> locks;
+  std::unique_ptr<ChangeWatch> watch;
+  int read_depth = 0;
+  bool changed_under_read = false;  // in the current operation
   std::unique_ptr<IntegrityChecker> integrity;  // made on the first change
 
   Status Layout(const CatalogEntry& entry, std::shared_ptr<const TableLayout>* out);
@@ -45,6 +57,23 @@ struct Database::Impl {
   Status CommitNow();
   Status Integrity(Database* db, IntegrityChecker** out);
   Status ShowStateBeforeInterruptedCommit();
+  // Reading: the readers' lock, and the file read again when it changed.
+  Status BeginRead();
+  void EndRead();
+  Status ReadAgainIfChanged();
+  Status ReadAgain();
+  Status ReadCatalogAgain();
+  void StartSharing();
+  Status AllowPendingCommit();
+  // Runs a self-contained read as one operation, again when a commit let
+  // through changed the file under it.
+  template <typename Read>
+  Status Retrying(Database& db, Read read);
+  // Writing: the writers' turn, with an interrupted commit played back.
+  Status StartChanging();
+  Status RecoverInterruptedCommit();
+  void StopChanging();
+  Status BusyWithUsers(const Status& busy) const;
   // What a row change needs: the table, its relationships and (for an
   // existing row) the row as it stands.
   struct Change {
@@ -172,36 +201,125 @@ Status Database::Impl::OpenForWriting(FileSystem* fs) {
   JET_RETURN_IF_ERROR(fs->Open(path, FileSystem::Mode::kReadWrite, &file));
   JET_RETURN_IF_ERROR(CheckWritableFormat(file.get(), path));
   JET_RETURN_IF_ERROR(CheckSortOrder(fs, path));
-  if (Status locked = file->LockForWriting(); !locked.ok()) {
-    if (locked.code() != Status::Code::kBusy) return locked;
-    const auto users = AccessLockFile::Users(fs, path);
-    if (users.empty()) return locked;
-    return Status::Busy("Could not update; currently locked by user '" + users.back().second + "' on machine '" +
-                            users.back().first + "' (" + path + ")",
-                        3260);
-  }
-  RecoveryOutcome outcome;
-  JET_RETURN_IF_ERROR(RecoverJournal(fs, path, file.get(), &outcome, &notice));
-  JET_RETURN_IF_ERROR(Pager::OpenFile(std::move(file), &pager));
-  return AccessLockFile::Enter(fs, path, options.user_name, &lock_file);
+  return Pager::OpenFile(std::move(file), &pager);
+}
+
+Status Database::Impl::BusyWithUsers(const Status& busy) const {
+  const auto users = AccessLockFile::Users(fs, path);
+  if (users.empty()) return busy;
+  return Status::Busy("Could not update; currently locked by user '" + users.back().second + "' on machine '" +
+                          users.back().first + "' (" + path + ")",
+                      3260);
 }
 
 // A reader cannot roll an interrupted commit back, but it can read the
 // pages as they were before it, which is what the next writer will restore.
 Status Database::Impl::ShowStateBeforeInterruptedCommit() {
-  FileSystem* fs = DefaultFileSystem();
   if (!fs->Exists(JournalPath(path))) return Status::OK();
-  std::unique_ptr<File> file;
-  JET_RETURN_IF_ERROR(fs->Open(path, FileSystem::Mode::kRead, &file));
   std::map<uint32_t, std::vector<uint8_t>> originals;
   uint64_t size = 0;
   bool found = false;
-  JET_RETURN_IF_ERROR(ReadHotJournal(fs, path, file.get(), &originals, &size, &found));
+  JET_RETURN_IF_ERROR(ReadHotJournal(fs, path, pager->file(), &originals, &size, &found));
   if (!found) return Status::OK();
   pager->ShowOriginals(std::move(originals), size);
   notice = "the last changes to this database were interrupted; it is shown as it was before them";
   return Status::OK();
 }
+
+void Database::Impl::StartSharing() {
+  locks = std::make_unique<SharingLocks>(pager->file(), path, options.lock_wait_ms);
+  watch = std::make_unique<ChangeWatch>(fs, path);
+  // Long reads look for a waiting commit whenever they go to the disk.
+  pager->set_before_disk_read([this] { return AllowPendingCommit(); });
+}
+
+Status Database::Impl::BeginRead() {
+  if (read_depth++ > 0) return Status::OK();
+  changed_under_read = false;
+  if (locks->holds_writers()) return Status::OK();
+  Status s = locks->LockReaders();
+  if (s.ok()) s = ReadAgainIfChanged();
+  if (!s.ok()) EndRead();
+  return s;
+}
+
+void Database::Impl::EndRead() {
+  if (--read_depth > 0) return;
+  if (locks->holds_readers()) locks->UnlockReaders();
+}
+
+Status Database::Impl::ReadAgainIfChanged() {
+  bool changed = false;
+  JET_RETURN_IF_ERROR(watch->Look(&changed));
+  return changed ? ReadAgain() : Status::OK();
+}
+
+// Everything derived from the file goes; what is read next comes from the
+// file as it is now (or, after a writer died in a commit, as it was before).
+Status Database::Impl::ReadAgain() {
+  std::unique_ptr<File> replacement;
+  if (watch->replaced() && generation > 0) {
+    JET_RETURN_IF_ERROR(
+        fs->Open(path, writer ? FileSystem::Mode::kReadWrite : FileSystem::Mode::kRead, &replacement));
+  }
+  const bool was_reading = locks->holds_readers();
+  if (replacement && was_reading) locks->UnlockReaders();
+  JET_RETURN_IF_ERROR(pager->Reload(std::move(replacement)));
+  if (locks->file() != pager->file()) {
+    locks = std::make_unique<SharingLocks>(pager->file(), path, options.lock_wait_ms);
+    if (was_reading) JET_RETURN_IF_ERROR(locks->LockReaders());
+  }
+  // Accepted before reading: a commit let through while we read must show
+  // as a change from this state.
+  watch->Accept();
+  layouts.clear();
+  integrity.reset();
+  if (writer) writer->ForgetTables();
+  ++generation;
+  Status s = locks->holds_writers() ? Status::OK() : ShowStateBeforeInterruptedCommit();
+  if (s.ok()) s = ReadCatalogAgain();
+  if (!s.ok()) watch->Forget();
+  return s;
+}
+
+Status Database::Impl::ReadCatalogAgain() {
+  CatalogContents fresh;
+  Status s = ReadCatalog(*pager, *text, &fresh);
+  if (s.code() == Status::Code::kStale) return s;
+  if (!s.ok()) return Status::Corruption("cannot read the catalogue of " + path + ": " + s.message());
+  if (fresh.entries != catalog.entries) {
+    retired_entries.push_back(std::move(catalog.entries));
+    if (retired_entries.size() > 8) retired_entries.pop_front();
+    catalog.entries = std::move(fresh.entries);
+  }
+  catalog.properties = std::move(fresh.properties);
+  return Status::OK();
+}
+
+Status Database::Impl::StartChanging() {
+  if (!writer) return Status::ReadOnly("the database " + path + " is open for reading only", 3027);
+  if (locks->holds_writers()) return Status::OK();
+  if (Status s = locks->LockWriters(); !s.ok()) return s.code() == Status::Code::kBusy ? BusyWithUsers(s) : s;
+  Status s = RecoverInterruptedCommit();
+  if (s.ok()) s = ReadAgainIfChanged();
+  if (!s.ok()) locks->UnlockWriters();
+  return s;
+}
+
+// Only the holder of the writers' turn plays a journal back: nobody else can
+// be writing the file then.
+Status Database::Impl::RecoverInterruptedCommit() {
+  if (!fs->Exists(JournalPath(path))) return Status::OK();
+  JET_RETURN_IF_ERROR(locks->BeginFileWrite());
+  RecoveryOutcome outcome;
+  Status s = RecoverJournal(fs, path, pager->file(), &outcome, &notice);
+  locks->EndFileWrite();
+  JET_RETURN_IF_ERROR(s);
+  if (outcome == RecoveryOutcome::kRolledBack) return ReadAgain();
+  return Status::OK();
+}
+
+void Database::Impl::StopChanging() { locks->UnlockWriters(); }
 
 Status Database::Impl::WritableTable(Database* db, const std::string& name,
                                      std::shared_ptr<const TableLayout>* layout) {
@@ -225,14 +343,23 @@ Status Database::Impl::Integrity(Database* db, IntegrityChecker** out) {
 }
 
 Status Database::Impl::CommitNow() {
-  Status s = writer->Commit();
+  const uint64_t written = pager->written_commits();
+  Status s = locks->BeginFileWrite();
+  if (s.ok()) {
+    s = writer->Commit();
+    locks->EndFileWrite();
+  } else {
+    s = BusyWithUsers(s);
+  }
+  if (s.ok() && pager->written_commits() != written) s = watch->AcceptOwnCommit();
   if (!s.ok()) {
     writer->Rollback();
     if (integrity) integrity->ForgetAll();
   }
+  StopChanging();
   layouts.clear();  // counts and statistics in the definitions have moved
   pager->ReleaseReadPages();  // the committed pages need not all stay in memory
-  ++commits;
+  ++generation;
   return s;
 }
 
@@ -240,6 +367,7 @@ Status Database::Impl::Finish(Status change) {
   if (in_transaction) return change;
   if (!change.ok()) {
     writer->Rollback();
+    StopChanging();
     return change;
   }
   return CommitNow();
@@ -265,22 +393,64 @@ Status Database::Open(const std::string& path, const OpenOptions& options, std::
   auto impl = std::make_unique<Impl>();
   impl->path = path;
   impl->options = options;
+  impl->fs = options.file_system ? options.file_system : DefaultFileSystem();
   if (options.writable) {
-    JET_RETURN_IF_ERROR(impl->OpenForWriting(options.file_system ? options.file_system : DefaultFileSystem()));
+    JET_RETURN_IF_ERROR(impl->OpenForWriting(impl->fs));
   } else {
+    impl->fs = DefaultFileSystem();
     JET_RETURN_IF_ERROR(Pager::Open(path, &impl->pager));
-    JET_RETURN_IF_ERROR(impl->ShowStateBeforeInterruptedCommit());
   }
   JET_RETURN_IF_ERROR(MakeTextReader(*impl->pager, options, &impl->text));
-  if (options.writable) {
-    impl->writer = std::make_unique<Writer>(impl->pager.get(), impl->text.get(),
-                                            options.file_system ? options.file_system : DefaultFileSystem(), path);
+  if (options.writable) impl->writer = std::make_unique<Writer>(impl->pager.get(), impl->text.get(), impl->fs, path);
+  impl->StartSharing();
+  if (options.writable && impl->fs->Exists(JournalPath(path))) {
+    // Put right what a writer that died left, unless another writer is busy
+    // (it will have done so itself).
+    Status s = impl->StartChanging();
+    if (s.ok()) impl->StopChanging();
+    if (!s.ok() && s.code() != Status::Code::kBusy) return s;
   }
-  Status s = ReadCatalog(*impl->pager, *impl->text, &impl->catalog);
-  if (!s.ok()) return Status::Corruption("cannot read the catalogue of " + path + ": " + s.message());
+  // The first read operation reads the catalogue.
+  Status s;
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    s = impl->BeginRead();
+    if (s.ok()) impl->EndRead();
+    if (s.code() != Status::Code::kStale) break;
+  }
+  JET_RETURN_IF_ERROR(s);
+  // Access lists everyone in the file who may change it.
+  if (options.writable) {
+    JET_RETURN_IF_ERROR(AccessLockFile::Enter(impl->fs, path, options.user_name, &impl->lock_file));
+  }
   db->reset(new Database(std::move(impl)));
   return Status::OK();
 }
+
+ReadOperation::ReadOperation(Database& db) : db_(db), status_(db.BeginRead()) {}
+ReadOperation::~ReadOperation() {
+  if (status_.ok()) db_.EndRead();
+}
+
+Status Database::BeginRead() { return impl_->BeginRead(); }
+void Database::EndRead() { impl_->EndRead(); }
+Status Database::Refresh() {
+  ReadOperation op(*this);
+  return op.status();
+}
+Status Database::AllowPendingCommit() { return impl_->AllowPendingCommit(); }
+
+Status Database::Impl::AllowPendingCommit() {
+  if (read_depth == 0 || !locks->holds_readers() || !locks->CommitWaiting()) return Status::OK();
+  locks->UnlockReaders();
+  JET_RETURN_IF_ERROR(locks->LockReaders());
+  bool moved = false;
+  JET_RETURN_IF_ERROR(watch->Moved(&moved));
+  if (!moved) return Status::OK();
+  changed_under_read = true;
+  return Status::Stale("the database " + path + " was changed by another program while it was read");
+}
+Status Database::StartChanging() { return impl_->StartChanging(); }
+bool Database::changed_under_read() const { return impl_->changed_under_read; }
 
 const std::string& Database::path() const { return impl_->path; }
 FileFormat Database::format() const { return impl_->pager->format(); }
@@ -320,7 +490,35 @@ Status Database::ResolveLink(const CatalogEntry& link, std::string* local_path) 
   return Status::OK();
 }
 
+template <typename Read>
+Status Database::Impl::Retrying(Database& db, Read read) {
+  const bool outermost = read_depth == 0;
+  for (int attempt = 1;; ++attempt) {
+    ReadOperation op(db);
+    Status s = op.status().ok() ? read() : op.status();
+    // A nested read leaves starting again to the operation around it.
+    if (s.code() != Status::Code::kStale || !outermost || attempt == 3) return s;
+  }
+}
+
+// A cursor is one read operation for as long as it lives.
+class OperationCursor : public TableCursor {
+ public:
+  OperationCursor(Database& db, std::shared_ptr<const TableDef> def, std::unique_ptr<TableCursor> inner)
+      : TableCursor(std::move(def)), op_(db), inner_(std::move(inner)) {}
+  bool Next() override { return inner_->Next(); }
+  const Row& row() const override { return inner_->row(); }
+  RowId row_id() const override { return inner_->row_id(); }
+  Status status() const override { return inner_->status(); }
+
+ private:
+  ReadOperation op_;
+  std::unique_ptr<TableCursor> inner_;
+};
+
 Status Database::GetTableDef(const std::string& name, std::shared_ptr<const TableDef>* def) {
+  ReadOperation op(*this);
+  JET_RETURN_IF_ERROR(op.status());
   const CatalogEntry* entry = nullptr;
   Database* linked = nullptr;
   JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
@@ -332,6 +530,8 @@ Status Database::GetTableDef(const std::string& name, std::shared_ptr<const Tabl
 }
 
 Status Database::OpenTable(const std::string& name, std::unique_ptr<TableCursor>* cursor) {
+  ReadOperation op(*this);
+  JET_RETURN_IF_ERROR(op.status());
   const CatalogEntry* entry = nullptr;
   Database* linked = nullptr;
   JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
@@ -340,11 +540,15 @@ Status Database::OpenTable(const std::string& name, std::unique_ptr<TableCursor>
   JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
   std::unique_ptr<TableScan> scan;
   JET_RETURN_IF_ERROR(TableScan::Create(*impl_->pager, *impl_->text, layout, true, &scan));
-  *cursor = std::move(scan);
+  *cursor = std::make_unique<OperationCursor>(*this, layout->def, std::move(scan));
   return Status::OK();
 }
 
 Status Database::ListRowIds(const std::string& name, std::vector<RowId>* ids) {
+  return impl_->Retrying(*this, [&] { return ListRowIdsNow(name, ids); });
+}
+
+Status Database::ListRowIdsNow(const std::string& name, std::vector<RowId>* ids) {
   const CatalogEntry* entry = nullptr;
   Database* linked = nullptr;
   JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
@@ -359,6 +563,10 @@ Status Database::ListRowIds(const std::string& name, std::vector<RowId>* ids) {
 }
 
 Status Database::ReadRowAt(const std::string& name, RowId id, Row* row) {
+  return impl_->Retrying(*this, [&] { return ReadRowAtNow(name, id, row); });
+}
+
+Status Database::ReadRowAtNow(const std::string& name, RowId id, Row* row) {
   const CatalogEntry* entry = nullptr;
   Database* linked = nullptr;
   JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
@@ -370,6 +578,8 @@ Status Database::ReadRowAt(const std::string& name, RowId id, Row* row) {
 
 Status Database::OpenReader(const std::string& name, const ColumnSet& wanted,
                             std::unique_ptr<TableReader>* reader) {
+  ReadOperation op(*this);
+  JET_RETURN_IF_ERROR(op.status());
   const CatalogEntry* entry = nullptr;
   Database* linked = nullptr;
   JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
@@ -381,6 +591,10 @@ Status Database::OpenReader(const std::string& name, const ColumnSet& wanted,
 }
 
 Status Database::CountRows(const std::string& name, uint64_t* count) {
+  return impl_->Retrying(*this, [&] { return CountRowsNow(name, count); });
+}
+
+Status Database::CountRowsNow(const std::string& name, uint64_t* count) {
   const CatalogEntry* entry = FindTable(name);
   if (!entry) return Status::NotFound("no table named '" + name + "'", 3078);
   if (entry->kind != ObjectKind::kTable) {
@@ -403,7 +617,7 @@ namespace jet {
 
 bool Database::writable() const { return impl_->writer != nullptr; }
 bool Database::in_transaction() const { return impl_->in_transaction; }
-uint64_t Database::commit_count() const { return impl_->commits; }
+uint64_t Database::generation() const { return impl_->generation; }
 const std::string& Database::open_notice() const { return impl_->notice; }
 
 Status Database::BeginTransaction() {
@@ -423,6 +637,7 @@ Status Database::Rollback() {
   if (!impl_->in_transaction) return Status::InvalidArgument("You tried to commit or rollback without first beginning a transaction", 3034);
   impl_->in_transaction = false;
   impl_->writer->Rollback();
+  impl_->StopChanging();
   impl_->layouts.clear();
   if (impl_->integrity) impl_->integrity->ForgetAll();
   return Status::OK();
@@ -436,36 +651,49 @@ Status Database::Impl::ChangeTarget(Database* db, const std::string& table, cons
   return Status::OK();
 }
 
+// Each change takes the writers' turn first; outside a transaction it is
+// committed, or dropped, at once and the turn given back.
 Status Database::InsertRow(const std::string& table, const Row& row, RowId* id) {
-  Impl::Change c;
-  JET_RETURN_IF_ERROR(impl_->ChangeTarget(this, table, nullptr, &c));
-  if (row.size() == c.layout->def->columns.size()) {
-    JET_RETURN_IF_ERROR(c.integrity->CheckRelatedRowsExist(*this, table, row));
-  }
-  return impl_->Finish(impl_->writer->Insert(c.layout, row, id));
+  JET_RETURN_IF_ERROR(impl_->StartChanging());
+  return impl_->Finish([&]() -> Status {
+    Impl::Change c;
+    JET_RETURN_IF_ERROR(impl_->ChangeTarget(this, table, nullptr, &c));
+    if (row.size() == c.layout->def->columns.size()) {
+      JET_RETURN_IF_ERROR(c.integrity->CheckRelatedRowsExist(*this, table, row));
+    }
+    return impl_->writer->Insert(c.layout, row, id);
+  }());
 }
 
 Status Database::UpdateRow(const std::string& table, RowId id, const Row& row) {
-  Impl::Change c;
-  JET_RETURN_IF_ERROR(impl_->ChangeTarget(this, table, &id, &c));
-  if (row.size() == c.layout->def->columns.size()) {
-    JET_RETURN_IF_ERROR(c.integrity->CheckRelatedRowsExist(*this, table, row));
-    JET_RETURN_IF_ERROR(c.integrity->CheckNothingRefersTo(*this, table, c.old_row, &row));
-  }
-  return impl_->Finish(impl_->writer->Update(c.layout, id, row));
+  JET_RETURN_IF_ERROR(impl_->StartChanging());
+  return impl_->Finish([&]() -> Status {
+    Impl::Change c;
+    JET_RETURN_IF_ERROR(impl_->ChangeTarget(this, table, &id, &c));
+    if (row.size() == c.layout->def->columns.size()) {
+      JET_RETURN_IF_ERROR(c.integrity->CheckRelatedRowsExist(*this, table, row));
+      JET_RETURN_IF_ERROR(c.integrity->CheckNothingRefersTo(*this, table, c.old_row, &row));
+    }
+    return impl_->writer->Update(c.layout, id, row);
+  }());
 }
 
 Status Database::DeleteRow(const std::string& table, RowId id) {
-  Impl::Change c;
-  JET_RETURN_IF_ERROR(impl_->ChangeTarget(this, table, &id, &c));
-  JET_RETURN_IF_ERROR(c.integrity->CheckNothingRefersTo(*this, table, c.old_row, nullptr));
-  return impl_->Finish(impl_->writer->Delete(c.layout, id));
+  JET_RETURN_IF_ERROR(impl_->StartChanging());
+  return impl_->Finish([&]() -> Status {
+    Impl::Change c;
+    JET_RETURN_IF_ERROR(impl_->ChangeTarget(this, table, &id, &c));
+    JET_RETURN_IF_ERROR(c.integrity->CheckNothingRefersTo(*this, table, c.old_row, nullptr));
+    return impl_->writer->Delete(c.layout, id);
+  }());
 }
 
 Status Database::ReadRow(const std::string& table, RowId id, Row* row) {
-  std::shared_ptr<const TableLayout> layout;
-  JET_RETURN_IF_ERROR(impl_->WritableTable(this, table, &layout));
-  return impl_->writer->Read(layout, id, row);
+  return impl_->Retrying(*this, [&]() -> Status {
+    std::shared_ptr<const TableLayout> layout;
+    JET_RETURN_IF_ERROR(impl_->WritableTable(this, table, &layout));
+    return impl_->writer->Read(layout, id, row);
+  });
 }
 
 }  // namespace jet

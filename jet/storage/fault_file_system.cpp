@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <random>
+#include <set>
 
 namespace jet {
 
@@ -17,7 +18,12 @@ struct FaultFileSystem::Node {
   Contents current;
   Contents durable;
   std::vector<PendingChange> pending;
-  const void* lock_holder = nullptr;
+  uint64_t changes = 0;  // stands in for the modification time
+  struct ByteLock {
+    const void* exclusive = nullptr;
+    std::set<const void*> shared;
+  };
+  std::map<uint64_t, ByteLock> locks;
 };
 
 namespace {
@@ -38,7 +44,10 @@ class FaultFile : public File {
   FaultFile(FaultFileSystem* fs, std::shared_ptr<FaultFileSystem::Node> node, bool writable)
       : fs_(fs), node_(std::move(node)), writable_(writable) {}
   ~FaultFile() override {
-    if (node_->lock_holder == this) node_->lock_holder = nullptr;
+    for (auto& [offset, lock] : node_->locks) {
+      if (lock.exclusive == this) lock.exclusive = nullptr;
+      lock.shared.erase(this);
+    }
   }
 
   Status Read(uint64_t offset, size_t length, uint8_t* out) override {
@@ -56,6 +65,7 @@ class FaultFile : public File {
     }
     PendingChange change{offset, std::vector<uint8_t>(data, data + length), false};
     Apply(change, &node_->current);
+    ++node_->changes;
     node_->pending.push_back(std::move(change));
     return Status::OK();
   }
@@ -76,15 +86,37 @@ class FaultFile : public File {
     JET_RETURN_IF_ERROR(fs_->Operation());
     PendingChange change{size, {}, true};
     Apply(change, &node_->current);
+    ++node_->changes;
     node_->pending.push_back(std::move(change));
     return Status::OK();
   }
 
-  Status LockForWriting() override {
-    if (node_->lock_holder && node_->lock_holder != this) {
-      return Status::Busy("the database is being changed by another program", 3261);
+  Status TryLock(uint64_t offset, LockKind kind) override {
+    bool held = false;
+    JET_RETURN_IF_ERROR(IsLocked(offset, kind, &held));
+    if (held) return Status::Busy("the database is being changed by another program", 3261);
+    auto& lock = node_->locks[offset];
+    lock.shared.erase(this);
+    if (lock.exclusive == this) lock.exclusive = nullptr;
+    if (kind == LockKind::kShared) {
+      lock.shared.insert(this);
+    } else {
+      lock.exclusive = this;
     }
-    node_->lock_holder = this;
+    return Status::OK();
+  }
+
+  void Unlock(uint64_t offset) override {
+    auto& lock = node_->locks[offset];
+    lock.shared.erase(this);
+    if (lock.exclusive == this) lock.exclusive = nullptr;
+  }
+
+  Status IsLocked(uint64_t offset, LockKind kind, bool* locked) override {
+    const auto& lock = node_->locks[offset];
+    const bool other_exclusive = lock.exclusive && lock.exclusive != this;
+    const bool other_shared = lock.shared.size() > (lock.shared.count(this) ? 1u : 0u);
+    *locked = other_exclusive || (kind == LockKind::kExclusive && other_shared);
     return Status::OK();
   }
 
@@ -184,6 +216,21 @@ Status FaultFileSystem::Rename(const std::string& from, const std::string& to) {
 Status FaultFileSystem::SyncDirectory(const std::string&) {
   JET_RETURN_IF_ERROR(Operation());
   durable_names_ = names_;
+  return Status::OK();
+}
+
+Status FaultFileSystem::Stamp(const std::string& path, FileStamp* stamp) {
+  auto it = names_.find(path);
+  if (it == names_.end()) return Status::NotFound("file not found: " + path);
+  const Node& node = *it->second;
+  *stamp = {0, reinterpret_cast<uintptr_t>(&node), node.current.size(), int64_t(node.changes), int64_t(node.changes)};
+  return Status::OK();
+}
+
+Status FaultFileSystem::Touch(const std::string& path) {
+  auto it = names_.find(path);
+  if (it == names_.end()) return Status::NotFound("file not found: " + path);
+  ++it->second->changes;
   return Status::OK();
 }
 

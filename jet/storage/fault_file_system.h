@@ -45,6 +45,8 @@ class FaultFileSystem : public FileSystem {
   Status Remove(const std::string& path) override;
   Status Rename(const std::string& from, const std::string& to) override;
   Status SyncDirectory(const std::string& directory) override;
+  Status Stamp(const std::string& path, FileStamp* stamp) override;
+  Status Touch(const std::string& path) override;
 
   struct Node;
 

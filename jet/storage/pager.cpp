@@ -142,6 +142,12 @@ Status Pager::ReadCommittedPage(uint32_t number, Page* page) const {
   }
   auto& slot = cache_[number];
   if (!slot) {
+    if (before_disk_read_) {
+      if (Status s = before_disk_read_(); !s.ok()) {
+        cache_.erase(number);
+        return s;
+      }
+    }
     std::unique_ptr<uint8_t[]> buffer;
     if (spare_.empty()) {
       buffer = std::make_unique_for_overwrite<uint8_t[]>(page_size_);  // the read fills it whole
@@ -194,7 +200,27 @@ void Pager::ShowOriginals(std::map<uint32_t, std::vector<uint8_t>> pages, uint64
   committed_page_count_ = page_count_;
 }
 
+Status Pager::Reload(std::unique_ptr<File> replacement) {
+  if (replacement) file_ = std::move(replacement);
+  uint64_t size = 0;
+  JET_RETURN_IF_ERROR(file_->Size(&size));
+  if (size < 2048) return Status::Corruption("not an Access database (file too small)");
+  std::array<uint8_t, 256> header;
+  JET_RETURN_IF_ERROR(file_->Read(0, header.size(), header.data()));
+  JET_RETURN_IF_ERROR(DecodeHeader(header.data(), size));
+  for (auto& [number, buffer] : cache_) {
+    if (spare_.size() >= kCachedPagesKept) break;
+    spare_.push_back(std::move(buffer));
+  }
+  cache_.clear();
+  originals_.clear();
+  changed_.clear();
+  committed_page_count_ = page_count_;
+  return Status::OK();
+}
+
 void Pager::AcceptChanges() {
+  ++written_commits_;
   for (auto& [number, data] : changed_) cache_[number] = std::move(data);
   changed_.clear();
   committed_page_count_ = page_count_;

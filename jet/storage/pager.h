@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <span>
@@ -74,6 +75,8 @@ class Pager {
   Status ReadCommittedPage(uint32_t number, Page* page) const;
   // After the changes reached the disk: they become the file's pages.
   void AcceptChanges();
+  // How many commits have written pages through this pager.
+  uint64_t written_commits() const { return written_commits_; }
   // Forgets every change since the last commit.
   void DiscardChanges();
   File* file() const { return file_.get(); }
@@ -81,16 +84,26 @@ class Pager {
   // images, and the file's length, as they were before it.
   void ShowOriginals(std::map<uint32_t, std::vector<uint8_t>> pages, uint64_t file_size);
 
+  // The file as it is now, after another program changed it (or put another
+  // file in its place: `replacement`, when not null): forgets every page
+  // read so far and decodes the header again. Never with changes pending.
+  Status Reload(std::unique_ptr<File> replacement);
+  // Called before each page is read from the disk; an error ends the read
+  // (a long read stops this way when it must start again).
+  void set_before_disk_read(std::function<Status()> check) { before_disk_read_ = std::move(check); }
+
  private:
   Pager() = default;
   Status DecodeHeader(const uint8_t* header, uint64_t file_size);
 
   std::unique_ptr<File> file_;
+  std::function<Status()> before_disk_read_;
   mutable std::unordered_map<uint32_t, std::unique_ptr<uint8_t[]>> cache_;  // pages read through file_
   mutable std::vector<std::unique_ptr<uint8_t[]>> spare_;  // buffers of released pages, for the next reads
   std::map<uint32_t, std::unique_ptr<uint8_t[]>> changed_;
   std::map<uint32_t, std::vector<uint8_t>> originals_;
   uint32_t committed_page_count_ = 0;
+  uint64_t written_commits_ = 0;
   bool read_only_ = false;
   FileFormat format_ = FileFormat::kJet4;
   uint32_t page_size_ = 4096;

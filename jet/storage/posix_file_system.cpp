@@ -63,13 +63,8 @@ class PosixFile : public File {
     return Status::OK();
   }
 
-  // An open-file-description lock stays with this descriptor: unlike a
-  // classic POSIX lock it is not lost when some other descriptor on the same
-  // file is closed (by a reader in this very process, say).
-  Status LockForWriting() override {
-    struct flock lock = {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
+  Status TryLock(uint64_t offset, LockKind kind) override {
+    struct flock lock = Range(offset, kind == LockKind::kShared ? F_RDLCK : F_WRLCK);
     if (::fcntl(fd_, F_OFD_SETLK, &lock) == 0) return Status::OK();
     if (errno == EAGAIN || errno == EACCES) {
       return Status::Busy("the database " + path_ + " is being changed by another program", 3261);
@@ -77,7 +72,28 @@ class PosixFile : public File {
     return Errno("cannot lock", path_);
   }
 
+  void Unlock(uint64_t offset) override {
+    struct flock lock = Range(offset, F_UNLCK);
+    ::fcntl(fd_, F_OFD_SETLK, &lock);
+  }
+
+  Status IsLocked(uint64_t offset, LockKind kind, bool* locked) override {
+    struct flock lock = Range(offset, kind == LockKind::kShared ? F_RDLCK : F_WRLCK);
+    if (::fcntl(fd_, F_OFD_GETLK, &lock) != 0) return Errno("cannot test a lock of", path_);
+    *locked = lock.l_type != F_UNLCK;
+    return Status::OK();
+  }
+
  private:
+  static struct flock Range(uint64_t offset, short type) {
+    struct flock lock = {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = static_cast<off_t>(offset);
+    lock.l_len = 1;
+    return lock;
+  }
+
   int fd_;
   std::string path_;
 };
@@ -119,6 +135,22 @@ class PosixFileSystem : public FileSystem {
     int rc = ::fsync(fd);
     ::close(fd);
     if (rc != 0) return Errno("cannot sync folder", directory);
+    return Status::OK();
+  }
+
+  Status Stamp(const std::string& path, FileStamp* stamp) override {
+    struct stat st;
+    if (::stat(path.c_str(), &st) != 0) {
+      if (errno == ENOENT) return Status::NotFound("file not found: " + path);
+      return Errno("cannot stat", path);
+    }
+    auto ns = [](const struct timespec& t) { return int64_t(t.tv_sec) * 1000000000 + t.tv_nsec; };
+    *stamp = {uint64_t(st.st_dev), uint64_t(st.st_ino), uint64_t(st.st_size), ns(st.st_mtim), ns(st.st_ctim)};
+    return Status::OK();
+  }
+
+  Status Touch(const std::string& path) override {
+    if (::utimensat(AT_FDCWD, path.c_str(), nullptr, 0) != 0) return Errno("cannot touch", path);
     return Status::OK();
   }
 };

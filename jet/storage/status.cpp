@@ -13,6 +13,7 @@ std::string Status::ToString() const {
     case Code::kIOError: kind = "I/O error"; break;
     case Code::kReadOnly: kind = "Read-only"; break;
     case Code::kBusy: kind = "Busy"; break;
+    case Code::kStale: kind = "Changed while read"; break;
   }
   std::string s = kind;
   if (jet_error_ != 0) s += " (" + std::to_string(jet_error_) + ")";

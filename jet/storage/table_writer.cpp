@@ -714,6 +714,8 @@ Status Writer::Commit() {
   return Status::OK();
 }
 
+void Writer::ForgetTables() { tables_.clear(); }
+
 void Writer::Rollback() {
   pager_->DiscardChanges();
   tables_.clear();

@@ -36,6 +36,8 @@ class Writer {
   // Whether this transaction has changed the table, whose index pages then
   // wait for Commit to be written.
   bool HoldsChanges(uint32_t tdef_page) const;
+  // Another program changed the file: what is known of its tables is old.
+  void ForgetTables();
   bool has_changes() const { return !pager_->changed_pages().empty() || !tables_.empty(); }
 
  private:

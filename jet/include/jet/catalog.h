@@ -36,6 +36,7 @@ struct CatalogEntry {
   std::string connect;
   std::string source_file;
   uint32_t tdef_page() const { return static_cast<uint32_t>(id) & 0x00FFFFFFu; }
+  bool operator==(const CatalogEntry&) const = default;
 };
 
 }  // namespace jet

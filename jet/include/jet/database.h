@@ -25,9 +25,13 @@ struct OpenOptions {
   std::string text_encoding_override;
   // Where to look for linked files whose stored path does not exist here.
   std::vector<FolderMapping> folder_mappings;
-  // Open for changing rows: only Jet 4 files that this process may write and
-  // that no other writer holds (ReadOnly 3027, Busy 3261 otherwise).
+  // Open for changing rows: only Jet 4 files that this process may write
+  // (ReadOnly 3027 otherwise). The file is locked against other writers only
+  // from a transaction's first change until its commit or rollback.
   bool writable = false;
+  // How long a change waits for another program's change to finish, and a
+  // read for another program's commit, before giving up with Busy (3260).
+  int lock_wait_ms = 5000;
   // The user name written to the Access lock file.
   std::string user_name = "Admin";
   // Where the writer's files live; the operating system's when null.
@@ -35,6 +39,21 @@ struct OpenOptions {
 };
 
 class Pager;
+class Database;
+
+// One read operation for the length of a scope.
+class ReadOperation {
+ public:
+  explicit ReadOperation(Database& db);
+  ~ReadOperation();
+  ReadOperation(const ReadOperation&) = delete;
+  ReadOperation& operator=(const ReadOperation&) = delete;
+  const Status& status() const { return status_; }
+
+ private:
+  Database& db_;
+  Status status_;
+};
 
 class Database {
  public:
@@ -50,7 +69,25 @@ class Database {
   uint16_t code_page() const;
   uint16_t sort_order() const;
 
-  // Every MSysObjects row, in catalogue order.
+  // --- Sharing the file with other programs ---
+  //
+  // Each read below is one operation: it waits for another program's commit
+  // to finish, sees the file as it is now, and never part of a commit. A
+  // caller that reads in several steps (a cursor, a statement) brackets them
+  // with BeginRead/EndRead (or a ReadOperation) to make them one operation;
+  // nested brackets only count. No lock is held between operations.
+  Status BeginRead();
+  void EndRead();
+  // Called often during a long operation: when another program waits to
+  // commit, lets it through. kStale when it changed the file: the operation
+  // must end, and start again in a new one.
+  Status AllowPendingCommit();
+  // Whether the current operation let a commit through that changed the
+  // file (whatever error that then caused on the way out).
+  bool changed_under_read() const;
+
+  // Every MSysObjects row, in catalogue order. Entries stay where they are
+  // until the catalogue itself changes.
   const std::vector<CatalogEntry>& catalog() const;
   // Looks an object up by name (without regard to case) among objects of
   // `kind`; names are unique only per kind. nullptr when absent.
@@ -92,6 +129,10 @@ class Database {
   // Inside a transaction every reader of this object sees them at once;
   // other processes see them only after Commit.
   bool writable() const;
+  // Takes the writers' turn now rather than at the first change, so that
+  // what a statement reads before it changes rows is the file as it will
+  // change it. Busy (3260 naming who is in the file) after the wait.
+  Status StartChanging();
   Status BeginTransaction();
   Status Commit();
   Status Rollback();
@@ -106,8 +147,15 @@ class Database {
   Status DeleteRow(const std::string& table, RowId id);  // 3021 when no such row
   Status ReadRow(const std::string& table, RowId id, Row* row);
 
-  // Moves on every commit, so caches of table contents can tell they are stale.
-  uint64_t commit_count() const;
+  // Looks, cheaply, whether the file changed since this object last looked,
+  // and if it did drops everything read from it: pages, catalogue entries
+  // that changed, table layouts. Every read below does this on its own; call
+  // it where a caller keeps something derived from the file (a list on the
+  // screen) and wants to know whether to read it again.
+  Status Refresh();
+  // Moves on our own commits and whenever a change by another program is
+  // seen, so caches of table contents can tell they are stale.
+  uint64_t generation() const;
   // What opening found and did about an interrupted commit, for the user;
   // empty when there was nothing to tell.
   const std::string& open_notice() const;
@@ -115,6 +163,10 @@ class Database {
  private:
   struct Impl;
   explicit Database(std::unique_ptr<Impl> impl);
+  // The reads above, inside an operation.
+  Status ListRowIdsNow(const std::string& name, std::vector<RowId>* ids);
+  Status ReadRowAtNow(const std::string& name, RowId id, Row* row);
+  Status CountRowsNow(const std::string& name, uint64_t* count);
   std::unique_ptr<Impl> impl_;
 };
 

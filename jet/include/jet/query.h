@@ -1,7 +1,9 @@
 // Running Jet SQL: saved queries, their parameters, and ad-hoc statements.
 // One QueryEngine serves each open file in the process; tables are copied
 // into an in-memory SQLite database when a statement first touches them and
-// kept until the engine's commit counter moves.
+// kept until the file changes (our commits or another program's). Each call
+// below is one read operation of the file (see Database); a change takes
+// the writers' turn for its statement.
 #pragma once
 
 #include <atomic>
@@ -118,7 +120,7 @@ class QueryEngine {
   Status Rollback();
 
   // Bumped by whatever changes rows outside the engine's own statements;
-  // cached tables are dropped when this or the database's commit counter has
+  // cached tables are dropped when this or the database's generation has
   // moved since they were copied.
   void NoteCommit() { commits_.fetch_add(1); }
   uint64_t commit_count() const { return commits_.load(); }

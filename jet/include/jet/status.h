@@ -19,6 +19,7 @@ class Status {
     kIOError,          // the operating system refused
     kReadOnly,         // a write to something opened or kept read-only
     kBusy,             // another writer holds the file
+    kStale,            // another program changed the file under a long read, which must start again
   };
 
   Status() = default;
@@ -33,6 +34,7 @@ class Status {
   static Status IOError(std::string msg) { return {Code::kIOError, std::move(msg), 0}; }
   static Status ReadOnly(std::string msg, int jet_error = 0) { return {Code::kReadOnly, std::move(msg), jet_error}; }
   static Status Busy(std::string msg, int jet_error = 0) { return {Code::kBusy, std::move(msg), jet_error}; }
+  static Status Stale(std::string msg) { return {Code::kStale, std::move(msg), 3197}; }
 
   bool ok() const { return code_ == Code::kOk; }
   Code code() const { return code_; }

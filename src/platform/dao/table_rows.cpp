@@ -30,11 +30,23 @@ std::unique_ptr<TableRows> TableRows::Open(Database& database, const QString& ta
     rows->fields_.push_back({QString::fromStdString(column.name), column.type, QString()});
   }
   ThrowIfError(file.ListRowIds(rows->table_, &rows->places_), "DAO.Database");
+  rows->listed_at_ = file.generation();
   return rows;
+}
+
+void TableRows::KeepCurrent() const {
+  jet::Database& file = engine_->database();
+  if (file.generation() == listed_at_) return;
+  std::vector<jet::RowId> places;
+  if (file.ListRowIds(table_, &places).ok()) places_ = std::move(places);
+  listed_at_ = file.generation();
 }
 
 QVector<QVariant> TableRows::Row(int index) const {
   QVector<QVariant> values(fields_.size());
+  jet::ReadOperation read(engine_->database());
+  if (!read.status().ok()) return values;
+  KeepCurrent();
   jet::Row row;
   if (index < 0 || index >= RowCount() ||
       !engine_->database().ReadRowAt(table_, places_[static_cast<size_t>(index)], &row).ok()) {
@@ -46,9 +58,11 @@ QVector<QVariant> TableRows::Row(int index) const {
 
 QVector<QVariant> TableRows::ColumnValues(int field) const {
   QVector<QVariant> values;
+  jet::ReadOperation read(engine_->database());
+  KeepCurrent();
   values.reserve(RowCount());
   std::unique_ptr<jet::TableCursor> cursor;
-  if (engine_->database().OpenTable(table_, &cursor).ok()) {
+  if (read.status().ok() && engine_->database().OpenTable(table_, &cursor).ok()) {
     while (values.size() < RowCount() && cursor->Next()) {
       const jet::Row& row = cursor->row();
       values.append(field < static_cast<int>(row.size()) ? ValueOrNull(row[static_cast<size_t>(field)]) : QVariant());

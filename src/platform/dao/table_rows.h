@@ -28,8 +28,10 @@ class TableRows {
 
   const QVector<FieldInfo>& Fields() const { return fields_; }
   int RowCount() const { return static_cast<int>(places_.size()); }
-  // One value per field, mapped as a recordset maps them. A row that cannot
-  // be read (changed away since opening, or damaged) comes back all Null.
+  // One value per field, mapped as a recordset maps them. When another
+  // program has changed the file since the rows were listed, they are listed
+  // again first (RowCount may then change). A row that cannot be read
+  // (damaged) comes back all Null.
   QVector<QVariant> Row(int index) const;
   // One field of every row, in row order, read in one pass over the table
   // (for sorting by that field).
@@ -37,10 +39,14 @@ class TableRows {
 
  private:
   TableRows() = default;
+  // Lists the rows again if the file changed since; inside a read operation.
+  void KeepCurrent() const;
+
   std::shared_ptr<jet::QueryEngine> engine_;
   std::string table_;
   QVector<FieldInfo> fields_;
-  std::vector<jet::RowId> places_;
+  mutable std::vector<jet::RowId> places_;
+  mutable uint64_t listed_at_ = 0;  // the file's generation when listed
 };
 
 }  // namespace dao

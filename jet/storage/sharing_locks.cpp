@@ -1,0 +1,98 @@
+#include "storage/sharing_locks.h"
+
+#include <algorithm>
+#include <thread>
+
+namespace jet {
+namespace {
+
+constexpr uint64_t kLockBase = uint64_t(1) << 32;
+constexpr uint64_t kWriters = kLockBase;
+constexpr uint64_t kCommitPending = kLockBase + 1;
+constexpr uint64_t kReaders = kLockBase + 2;
+
+// How often a long read looks for a pending commit.
+constexpr auto kLookInterval = std::chrono::milliseconds(5);
+
+}  // namespace
+
+SharingLocks::SharingLocks(File* file, std::string path, int wait_ms)
+    : file_(file), path_(std::move(path)), wait_(std::max(wait_ms, 0)) {}
+
+template <typename Attempt>
+Status SharingLocks::WaitFor(Attempt attempt, const std::string& what) {
+  const auto deadline = std::chrono::steady_clock::now() + wait_;
+  auto pause = std::chrono::microseconds(200);
+  for (;;) {
+    Status s = attempt();
+    if (s.code() != Status::Code::kBusy) return s;
+    if (std::chrono::steady_clock::now() >= deadline) {
+      return Status::Busy("the database " + path_ + " " + what + " for longer than " +
+                              std::to_string(wait_.count() / 1000.0).substr(0, 4) + " s",
+                          3261);
+    }
+    std::this_thread::sleep_for(pause);
+    pause = std::min(pause * 2, std::chrono::microseconds(10000));
+  }
+}
+
+Status SharingLocks::LockWriters() {
+  if (writers_) return Status::OK();
+  JET_RETURN_IF_ERROR(WaitFor([&] { return file_->TryLock(kWriters, File::LockKind::kExclusive); },
+                              "was being changed by another program"));
+  writers_ = true;
+  return Status::OK();
+}
+
+void SharingLocks::UnlockWriters() {
+  if (!writers_) return;
+  file_->Unlock(kWriters);
+  writers_ = false;
+}
+
+Status SharingLocks::BeginFileWrite() {
+  // Only the holder of W ever takes P, so P is free.
+  JET_RETURN_IF_ERROR(file_->TryLock(kCommitPending, File::LockKind::kExclusive));
+  Status s = WaitFor([&] { return file_->TryLock(kReaders, File::LockKind::kExclusive); },
+                     "was being read by another program");
+  if (!s.ok()) file_->Unlock(kCommitPending);
+  return s;
+}
+
+void SharingLocks::EndFileWrite() {
+  if (readers_) {
+    file_->TryLock(kReaders, File::LockKind::kShared);  // from exclusive: cannot conflict
+  } else {
+    file_->Unlock(kReaders);
+  }
+  file_->Unlock(kCommitPending);
+}
+
+Status SharingLocks::LockReaders() {
+  if (readers_) return Status::OK();
+  Status s = WaitFor(
+      [&]() -> Status {
+        bool pending = false;
+        JET_RETURN_IF_ERROR(file_->IsLocked(kCommitPending, File::LockKind::kShared, &pending));
+        if (pending) return Status::Busy("commit pending");
+        return file_->TryLock(kReaders, File::LockKind::kShared);
+      },
+      "was being changed by another program");
+  readers_ = s.ok();
+  return s;
+}
+
+void SharingLocks::UnlockReaders() {
+  file_->Unlock(kReaders);
+  readers_ = false;
+}
+
+bool SharingLocks::CommitWaiting() {
+  const auto now = std::chrono::steady_clock::now();
+  if (now < next_look_) return false;
+  next_look_ = now + kLookInterval;
+  bool pending = false;
+  return file_->IsLocked(kCommitPending, File::LockKind::kShared, &pending).ok() && pending;
+}
+
+}  // namespace jet

@@ -1,0 +1,77 @@
+// How our programs take turns at one database file.
+//
+// Three one-byte lock ranges lie past 4 GB, where no page of a Jet file
+// (2 GB at most) and no lock Jet takes can be:
+//
+//   W  writers' turn   exclusive, from a transaction's first change until its
+//                      commit or rollback; one writer at a time.
+//   P  commit pending  exclusive, held by the W holder from the moment it
+//                      wants to write the file until it has written it.
+//   R  readers         shared by every operation that reads the file; taken
+//                      exclusive by the committing writer while it writes the
+//                      journal and the pages.
+//
+// A read takes R shared only while P is free, so a waiting commit holds new
+// reads back, and it keeps R for one operation, never between operations.
+// A writer takes W, reads and changes pages in memory (nobody else of ours
+// can write meanwhile), then takes P and waits for R: the readers still in
+// an operation finish it, or, for a long one, notice P (they look every few
+// milliseconds while they read) and let go of R. Such a read takes R again
+// once the commit is over; if the file changed meanwhile it cannot go on
+// with the pages it already has, and starts again (Status::kStale).
+// A reader therefore never sees part of a commit. Every wait is bounded by
+// the same limit, after which the waiter gives up with Busy.
+//
+// The locks are open-file-description locks: a program that dies loses
+// them with its descriptors, and the next writer to take W finds and plays
+// back its journal (only the W holder may touch the file to do so).
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+#include "jet/file_system.h"
+#include "jet/status.h"
+
+namespace jet {
+
+class SharingLocks {
+ public:
+  // `file` must stay open as long as this object; it carries the locks.
+  SharingLocks(File* file, std::string path, int wait_ms);
+
+  // The writers' turn (W). Busy when another writer keeps it past the wait.
+  Status LockWriters();
+  void UnlockWriters();
+  bool holds_writers() const { return writers_; }
+
+  // Writing the file: P, then R exclusive once the readers have gone.
+  // Ending it returns to R shared if this file was reading before.
+  Status BeginFileWrite();
+  void EndFileWrite();
+
+  // An operation's read (R shared), waiting while a commit is pending.
+  Status LockReaders();
+  void UnlockReaders();
+  bool holds_readers() const { return readers_; }
+  File* file() const { return file_; }
+
+  // Whether another program waits to commit; cheap to call often: it looks
+  // at the lock at most every few milliseconds.
+  bool CommitWaiting();
+
+ private:
+  // Tries `attempt` until it succeeds or the wait runs out.
+  template <typename Attempt>
+  Status WaitFor(Attempt attempt, const std::string& what);
+
+  File* file_;
+  std::string path_;
+  std::chrono::milliseconds wait_;
+  bool writers_ = false;
+  bool readers_ = false;
+  std::chrono::steady_clock::time_point next_look_{};
+};
+
+}  // namespace jet

@@ -1,0 +1,298 @@
+// Several programs on one database file at once, each a real process: the
+// SQL shell of jetdump, and children of this test that write through the
+// engine. What must hold: nobody is refused while nobody is writing, every
+// committed row lands and stays, and no read sees part of a commit.
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <set>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "jet/create.h"
+#include "jet/database.h"
+#include "writer_test_helpers.h"
+
+namespace jet::testing {
+namespace {
+
+constexpr char kTable[] = "Landing";
+
+// A database with one table of two-row batches: Writer and Batch name the
+// transaction that inserted a row.
+std::string SharedDatabase(const std::string& name) {
+  const std::string path = NewDatabase("jet-shared-file-tests", name);
+  TableSpec landing{kTable,
+                    {{"ID", ColumnType::kLong}, {"Writer", ColumnType::kLong}, {"Batch", ColumnType::kLong},
+                     {"Note", ColumnType::kText, 50}},
+                    {{"PrimaryKey", {"ID"}, true}, {"ByBatch", {"Writer", "Batch"}}},
+                    ""};
+  landing.columns[0].autonumber = true;
+  TableSpec notes{"Notes", {{"Text", ColumnType::kText, 50}}, {}, ""};
+  EXPECT_TRUE(CreateTables(path, {landing, notes}, {}).ok());
+  return path;
+}
+
+Row BatchRow(int writer, int batch) {
+  return {Value::Null(ColumnType::kLong), Value(ColumnType::kLong, int64_t(writer)),
+          Value(ColumnType::kLong, int64_t(batch)), Value(ColumnType::kText, std::string("row"))};
+}
+
+// jetdump's SQL shell as a child process, asked one statement at a time.
+class Shell {
+ public:
+  explicit Shell(const std::string& path) {
+    int in[2], out[2], err[2];
+    EXPECT_EQ(pipe(in), 0);
+    EXPECT_EQ(pipe(out), 0);
+    EXPECT_EQ(pipe(err), 0);
+    pid_ = fork();
+    if (pid_ == 0) {
+      dup2(in[0], 0);
+      dup2(out[1], 1);
+      dup2(err[1], 2);
+      for (int fd : {in[0], in[1], out[0], out[1], err[0], err[1]}) close(fd);
+      execl(JETDUMP_PATH, "jetdump", path.c_str(), "--shell", static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    close(in[0]);
+    close(out[1]);
+    close(err[1]);
+    to_ = in[1];
+    from_ = out[0];
+    errors_ = err[0];
+    fcntl(errors_, F_SETFL, O_NONBLOCK);
+  }
+  ~Shell() {
+    close(to_);
+    int status = 0;
+    waitpid(pid_, &status, 0);
+    close(from_);
+    close(errors_);
+  }
+
+  // A SELECT's answer: the CSV up to the empty line that ends it.
+  std::string Query(const std::string& sql) { return Ask(sql, "\n\n"); }
+  // A change's answer: its one line.
+  std::string Change(const std::string& sql) { return Ask(sql, "\n"); }
+  // COUNT(*) of the Landing table, or -1 when the answer is not one.
+  long Count() {
+    const std::string csv = Query(std::string("SELECT COUNT(*) AS N FROM ") + kTable);
+    const size_t line = csv.find('\n');
+    return line == std::string::npos || csv.substr(0, line) != "N" ? -1 : std::stol(csv.substr(line + 1));
+  }
+  std::string Errors() {
+    std::string text = std::move(errors_seen_);
+    errors_seen_.clear();
+    char buf[4096];
+    for (ssize_t n; (n = read(errors_, buf, sizeof buf)) > 0;) text.append(buf, n);
+    return text;
+  }
+
+ private:
+  std::string Ask(const std::string& sql, const std::string& end) {
+    const std::string line = sql + "\n";
+    EXPECT_EQ(write(to_, line.data(), line.size()), ssize_t(line.size()));
+    std::string answer;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (answer.size() < end.size() || answer.compare(answer.size() - end.size(), end.size(), end) != 0) {
+      pollfd fd{from_, POLLIN, 0};
+      if (std::chrono::steady_clock::now() > deadline || poll(&fd, 1, 100) < 0) break;
+      char c;
+      if (fd.revents & (POLLIN | POLLHUP)) {
+        if (read(from_, &c, 1) != 1) break;  // the shell has gone
+        answer += c;
+      } else if (!(errors_seen_ += Errors()).empty()) {
+        break;  // the statement failed: nothing comes on standard output
+      }
+    }
+    return answer;
+  }
+
+  pid_t pid_ = -1;
+  int to_ = -1, from_ = -1, errors_ = -1;
+  std::string errors_seen_;
+};
+
+// Runs `work` in a child process; its exit status is 0 when it returned true.
+pid_t Child(const std::function<bool()>& work) {
+  const pid_t pid = fork();
+  if (pid == 0) _exit(work() ? 0 : 1);
+  return pid;
+}
+
+int ExitStatus(pid_t pid) {
+  int status = 0;
+  waitpid(pid, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// `batches` transactions of two rows each, by writer number `writer`, a
+// moment apart as people and jobs make them.
+bool WriteBatches(const std::string& path, int writer, int batches) {
+  OpenOptions options;
+  options.writable = true;
+  std::unique_ptr<Database> db;
+  if (Status s = Database::Open(path, options, &db); !s.ok()) {
+    std::fprintf(stderr, "writer %d: %s\n", writer, s.ToString().c_str());
+    return false;
+  }
+  for (int batch = 1; batch <= batches; ++batch) {
+    Status s = db->BeginTransaction();
+    if (s.ok()) s = db->InsertRow(kTable, BatchRow(writer, batch));
+    if (s.ok()) s = db->InsertRow(kTable, BatchRow(writer, batch));
+    if (s.ok()) s = db->Commit();
+    if (!s.ok()) {
+      std::fprintf(stderr, "writer %d batch %d: %s\n", writer, batch, s.ToString().c_str());
+      return false;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  return true;
+}
+
+// Every batch of each writer, found exactly twice in the file.
+void ExpectBatches(const std::string& path, const std::map<int, int>& batches_by_writer) {
+  auto db = OpenForReading(path);
+  std::map<std::pair<int64_t, int64_t>, int> seen;
+  for (const Row& row : AllRows(*db, kTable)) ++seen[{*row[1].get_if<int64_t>(), *row[2].get_if<int64_t>()}];
+  size_t expected = 0;
+  for (const auto& [writer, batches] : batches_by_writer) {
+    for (int batch = 1; batch <= batches; ++batch) EXPECT_EQ((seen[{writer, batch}]), 2) << writer << "/" << batch;
+    expected += batches;
+  }
+  EXPECT_EQ(seen.size(), expected);
+}
+
+void ExpectSoundFile(const std::string& path, long rows) {
+  ExpectIndexesInStep(path, kTable);
+  ExpectMapsConsistent(path, kTable);
+  EXPECT_EQ(MdbExportRowCount(path, kTable), rows);
+  EXPECT_FALSE(std::filesystem::exists(path + "-journal"));
+}
+
+TEST(SharedFile, AnOpenShellNeitherKeepsOthersOutNorMissesTheirRows) {
+  const std::string path = SharedDatabase("two-shells.mdb");
+  Shell a(path);
+  EXPECT_EQ(a.Change(std::string("INSERT INTO ") + kTable + " (Writer, Batch, Note) VALUES (1, 1, 'A')"),
+            "1 row(s) affected\n");
+  // A stays open, between statements, while B writes.
+  Shell b(path);
+  EXPECT_EQ(b.Change(std::string("INSERT INTO ") + kTable + " (Writer, Batch, Note) VALUES (2, 1, 'B')"),
+            "1 row(s) affected\n");
+  EXPECT_EQ(a.Count(), 2);
+  EXPECT_EQ(a.Query(std::string("SELECT Note FROM ") + kTable + " ORDER BY Note"), "Note\nA\nB\n\n");
+  // And a writer that is no shell gets in at once too.
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(ExitStatus(Child([&] { return WriteBatches(path, 3, 1); })), 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+  EXPECT_EQ(a.Count(), 4);
+  EXPECT_EQ(b.Count(), 4);
+  EXPECT_EQ(a.Errors() + b.Errors(), "");
+}
+
+TEST(SharedFile, FourWritersAndAShellLoseNothingAndNoReadSeesHalfACommit) {
+  const std::string path = SharedDatabase("stress.mdb");
+  Shell shell(path);
+  ASSERT_EQ(shell.Count(), 0);  // the shell is up before the writers start
+  std::vector<pid_t> writers;
+  for (int w = 1; w <= 4; ++w) writers.push_back(Child([&, w] { return WriteBatches(path, w, 25); }));
+  long last = 0;
+  int shell_notes = 0;
+  std::vector<long> counts;
+  for (bool running = true; running;) {
+    running = false;
+    for (pid_t pid : writers) running = running || waitpid(pid, nullptr, WNOHANG) == 0;
+    const long count = shell.Count();
+    counts.push_back(count);
+    EXPECT_GE(count, last) << "a count went backwards";
+    EXPECT_EQ(count % 2, 0) << "a read saw one row of a two-row commit";
+    last = count;
+    if (shell.Change("INSERT INTO Notes (Text) VALUES ('between')") == "1 row(s) affected\n") ++shell_notes;
+  }
+  for (pid_t pid : writers) waitpid(pid, nullptr, 0);
+  EXPECT_EQ(shell.Count(), 200);
+  EXPECT_EQ(shell.Query("SELECT COUNT(*) AS N FROM Notes"), "N\n" + std::to_string(shell_notes) + "\n\n");
+  EXPECT_EQ(shell.Errors(), "");
+  EXPECT_GT(std::set<long>(counts.begin(), counts.end()).size(), 2u) << "the shell never read while others wrote";
+  ExpectBatches(path, {{1, 25}, {2, 25}, {3, 25}, {4, 25}});
+  ExpectSoundFile(path, 200);
+}
+
+// Kills the process at the `kill_at`th write to the database file once armed.
+class KillingFiles : public ForwardingFileSystem {
+ public:
+  explicit KillingFiles(int kill_at) : kill_at_(kill_at) {}
+  Status Open(const std::string& path, Mode mode, std::unique_ptr<File>* file) override {
+    std::unique_ptr<File> real;
+    JET_RETURN_IF_ERROR(ForwardingFileSystem::Open(path, mode, &real));
+    if (path.ends_with(".mdb")) {
+      *file = std::make_unique<Killing>(this, std::move(real));
+    } else {
+      *file = std::move(real);
+    }
+    return Status::OK();
+  }
+  bool armed = false;
+
+ private:
+  class Killing : public ForwardingFile {
+   public:
+    Killing(KillingFiles* fs, std::unique_ptr<File> real) : ForwardingFile(std::move(real)), fs_(fs) {}
+    Status Write(uint64_t offset, const uint8_t* data, size_t length) override {
+      if (fs_->armed && fs_->writes_++ == fs_->kill_at_) raise(SIGKILL);
+      return ForwardingFile::Write(offset, data, length);
+    }
+
+   private:
+    KillingFiles* fs_;
+  };
+  int kill_at_;
+  int writes_ = 0;
+};
+
+TEST(SharedFile, AWriterKilledInItsCommitIsPutRightByTheNextWhileOthersWait) {
+  for (int kill_at : {0, 1, 3}) {
+    SCOPED_TRACE("killed at page write " + std::to_string(kill_at));
+    const std::string path = SharedDatabase("killed-" + std::to_string(kill_at) + ".mdb");
+    ASSERT_TRUE(WriteBatches(path, 1, 5));  // committed before: must survive
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    const pid_t doomed = Child([&] {
+      KillingFiles fs(kill_at);
+      OpenOptions options;
+      options.writable = true;
+      options.file_system = &fs;
+      std::unique_ptr<Database> db;
+      if (!Database::Open(path, options, &db).ok() || !db->BeginTransaction().ok()) return false;
+      for (int batch = 1; batch <= 40; ++batch) {
+        if (!db->InsertRow(kTable, BatchRow(9, batch)).ok()) return false;
+      }
+      // Holding the writers' turn now: let the others queue up behind it.
+      (void)!write(ready[1], "x", 1);
+      std::this_thread::sleep_for(std::chrono::milliseconds(300));
+      fs.armed = true;
+      db->Commit();
+      return false;  // never reached: the commit kills us
+    });
+    char c;
+    ASSERT_EQ(read(ready[0], &c, 1), 1);
+    close(ready[0]);
+    close(ready[1]);
+    std::vector<pid_t> waiting;
+    for (int w = 2; w <= 3; ++w) waiting.push_back(Child([&, w] { return WriteBatches(path, w, 3); }));
+    EXPECT_EQ(ExitStatus(doomed), 128 + SIGKILL);
+    for (pid_t pid : waiting) EXPECT_EQ(ExitStatus(pid), 0);
+    ExpectBatches(path, {{1, 5}, {2, 3}, {3, 3}});
+    ExpectSoundFile(path, 22);
+  }
+}
+
+}  // namespace
+}  // namespace jet::testing
