@@ -505,13 +505,21 @@ Status Database::Impl::Retrying(Database& db, Read read) {
 class OperationCursor : public TableCursor {
  public:
   OperationCursor(Database& db, std::shared_ptr<const TableDef> def, std::unique_ptr<TableCursor> inner)
-      : TableCursor(std::move(def)), op_(db), inner_(std::move(inner)) {}
-  bool Next() override { return inner_->Next(); }
+      : TableCursor(std::move(def)), db_(db), op_(db), inner_(std::move(inner)) {}
+  // Its pages may all be in memory already: it looks for a waiting commit
+  // on every row.
+  bool Next() override {
+    if (!stopped_.ok()) return false;
+    stopped_ = db_.AllowPendingCommit();
+    return stopped_.ok() && inner_->Next();
+  }
   const Row& row() const override { return inner_->row(); }
   RowId row_id() const override { return inner_->row_id(); }
-  Status status() const override { return inner_->status(); }
+  Status status() const override { return stopped_.ok() ? inner_->status() : stopped_; }
 
  private:
+  Database& db_;
+  Status stopped_;
   ReadOperation op_;
   std::unique_ptr<TableCursor> inner_;
 };

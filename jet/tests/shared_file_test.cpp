@@ -225,6 +225,61 @@ TEST(SharedFile, FourWritersAndAShellLoseNothingAndNoReadSeesHalfACommit) {
   ExpectSoundFile(path, 200);
 }
 
+TEST(SharedFile, ALongReadLetsAWaitingCommitThroughAndReadsAgain) {
+  const std::string path = SharedDatabase("long-read.mdb");
+  {
+    auto db = OpenForWriting(path);
+    ASSERT_TRUE(db->BeginTransaction().ok());
+    for (int batch = 1; batch <= 1500; ++batch) {
+      ASSERT_TRUE(db->InsertRow(kTable, BatchRow(1, batch)).ok());
+      ASSERT_TRUE(db->InsertRow(kTable, BatchRow(1, batch)).ok());
+    }
+    ASSERT_TRUE(db->Commit().ok());
+  }
+  int started[2];
+  ASSERT_EQ(pipe(started), 0);
+  // A reader that takes seconds over a table of many pages.
+  const pid_t reader = Child([&] {
+    std::unique_ptr<Database> db;
+    std::unique_ptr<TableCursor> cursor;
+    if (!Database::Open(path, {}, &db).ok() || !db->OpenTable(kTable, &cursor).ok()) return false;
+    (void)!write(started[1], "x", 1);
+    int rows = 0;
+    while (cursor->Next()) {
+      ++rows;
+      std::this_thread::sleep_for(std::chrono::microseconds(1000));
+    }
+    // It stopped part way and told why; once it is closed, the next read
+    // sees the table whole.
+    const Status stopped = cursor->status();
+    cursor.reset();
+    uint64_t count = 0;
+    const Status counted = db->CountRows(kTable, &count);
+    if (stopped.code() == Status::Code::kStale && rows < 3000 && counted.ok() && count == 3002) return true;
+    std::fprintf(stderr, "reader: %s after %d rows, then %s, %llu rows\n", stopped.ToString().c_str(), rows,
+                 counted.ToString().c_str(), static_cast<unsigned long long>(count));
+    return false;
+  });
+  char c;
+  ASSERT_EQ(read(started[0], &c, 1), 1);
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  OpenOptions options;
+  options.writable = true;
+  options.lock_wait_ms = 1000;
+  std::unique_ptr<Database> writer;
+  ASSERT_TRUE(Database::Open(path, options, &writer).ok());
+  const auto start = std::chrono::steady_clock::now();
+  ASSERT_TRUE(writer->BeginTransaction().ok());
+  ASSERT_TRUE(writer->InsertRow(kTable, BatchRow(2, 1)).ok());
+  ASSERT_TRUE(writer->InsertRow(kTable, BatchRow(2, 1)).ok());
+  Status committed = writer->Commit();
+  EXPECT_TRUE(committed.ok()) << committed.ToString();
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
+  EXPECT_EQ(ExitStatus(reader), 0);
+  close(started[0]);
+  close(started[1]);
+}
+
 // Kills the process at the `kill_at`th write to the database file once armed.
 class KillingFiles : public ForwardingFileSystem {
  public:
