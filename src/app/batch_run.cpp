@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "app/lock_wait_setting.h"
 #include "app/mglobals.h"
 #include "export/bas_exporter.h"
 #include "export/excel_slots.h"
@@ -82,12 +83,16 @@ std::optional<BatchOptions> ParseOptions(const QStringList& arguments) {
   return options;
 }
 
-// The database given, else the one the family's programs recorded.
-QString DatabasePath(const BatchOptions& options) {
-  if (!options.database.isEmpty()) return QFileInfo(options.database).absoluteFilePath();
+CRegistry FamilySettings() {
   CRegistry registry;
   registry.SetRegMainKey(QString::fromLatin1(kFamilyMainKey));
-  return registry.ReadRegistry(QStringLiteral("StartUp"), QStringLiteral("DatabasePath"), QString());
+  return registry;
+}
+
+// The database given, else the one the family's programs recorded.
+QString DatabasePath(const BatchOptions& options, const CRegistry& family) {
+  if (!options.database.isEmpty()) return QFileInfo(options.database).absoluteFilePath();
+  return family.ReadRegistry(QStringLiteral("StartUp"), QStringLiteral("DatabasePath"), QString());
 }
 
 // Report names and keys, in name order.
@@ -157,7 +162,10 @@ bool IsBatchInvocation(const QStringList& arguments) {
 int RunBatch(const QStringList& arguments) {
   const std::optional<BatchOptions> options = ParseOptions(arguments);
   if (!options) return kBatchUsage;
-  const QString databasePath = DatabasePath(*options);
+  const CRegistry family = FamilySettings();
+  // A scheduled job shares the file with people at work in it.
+  ApplyLockWaitSetting(family);
+  const QString databasePath = DatabasePath(*options, family);
   if (databasePath.isEmpty()) {
     PrintError(QStringLiteral("No database is recorded; give one with --database FILE."));
     return kBatchDatabase;

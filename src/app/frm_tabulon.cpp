@@ -15,7 +15,9 @@
 #include "app/fill_list_from_db.h"
 #include "app/frm_about_qor.h"
 #include "app/instance_channel.h"
+#include "app/lock_wait_setting.h"
 #include "app/mglobals.h"
+#include "app/reread_on_change.h"
 #include "app/run_progress_dialog.h"
 #include "export/bas_exporter.h"
 #include "export/excel_slots.h"
@@ -23,6 +25,7 @@
 #include "platform/ui/dialogs.h"
 #include "platform/ui/login_name.h"
 #include "platform/ui/mouse_pointer.h"
+#include "reportdb/report_store.h"
 
 // The resources of a static library are registered by hand, outside any namespace.
 static void LoadAppResources() { Q_INIT_RESOURCE(app); }
@@ -60,6 +63,8 @@ frmTabulon::frmTabulon(QWidget* parent) : QMainWindow(parent) {
   connect(lstAvailableQueries, &QListWidget::itemDoubleClicked, this, [this] { lstAvailableQueries_DblClick(); });
   BuildMenus();
   BuildStatusBar();
+  rereads_ = new app::RereadOnChange(*this, {[] { return gDatabase.get(); }, [this] { ListReportsAgain(); },
+                                             app::ReportForHandler()});
   app::ListenForActivation(this, windowTitle(), [this] {
     setWindowState(windowState() & ~Qt::WindowMinimized);
     show();
@@ -114,6 +119,7 @@ void frmTabulon::SetPanelText(const QString& key, const QString& text) {
 void frmTabulon::Load() {
   gRegistry = std::make_unique<CRegistry>();
   gRegistry->SetRegMainKey(QString::fromLatin1(kFamilyMainKey));
+  app::ApplyLockWaitSetting(*gRegistry);
   // Only the family's other programs record this path; a choice made here
   // is asked for again at the next start.
   const QString path = !gCommandLineDatabase.isEmpty()
@@ -143,9 +149,24 @@ void frmTabulon::OpenReportDatabase(const QString& fileName) {
   gDatabase = gWorkspace->OpenDatabase(fileName, false, false);
   // Templates named by the report tables are looked for beside the database.
   gTemplateSearch.database_folder = CFile::FilePath(fileName);
-  basExportAssistantUtilities::FillListFromDB(*gDatabase, *lstAvailableQueries, QStringLiteral("tblExportableResults"),
-                                              QStringLiteral("OutputID"), QStringLiteral("Abbreviation"));
+  ListReports();
   ShowSourceAndUser();
+}
+
+void frmTabulon::ListReports(const QVariant& select) {
+  rereads_->MarkRead();
+  basExportAssistantUtilities::FillListFromDB(*gDatabase, *lstAvailableQueries, QStringLiteral("tblExportableResults"),
+                                              QStringLiteral("OutputID"), QStringLiteral("Abbreviation"), select);
+}
+
+void frmTabulon::ListReportsAgain() {
+  auto keyOf = [](const QListWidgetItem* item) { return item ? item->data(Qt::UserRole) : QVariant(); };
+  const QVariant chosen = keyOf(lstAvailableQueries->currentItem());
+  const QVariant top = keyOf(lstAvailableQueries->itemAt(0, 0));
+  ListReports(chosen);
+  if (!top.isValid()) return;
+  const int row = reportdb::FindListItem(*lstAvailableQueries, top);
+  if (row >= 0) lstAvailableQueries->scrollToItem(lstAvailableQueries->item(row), QAbstractItemView::PositionAtTop);
 }
 
 void frmTabulon::ShowSourceAndUser() {

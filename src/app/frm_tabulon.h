@@ -12,6 +12,10 @@ class QListWidget;
 class QStatusBar;
 class QToolBar;
 
+namespace app {
+class RereadOnChange;
+}
+
 class frmTabulon : public QMainWindow {
   Q_OBJECT
 
@@ -50,9 +54,16 @@ class frmTabulon : public QMainWindow {
   void BuildStatusBar();
   QString AskForDatabaseAtLoad(const QString& recordedPath);
   void OpenReportDatabase(const QString& fileName);
+  // Fills the list from the open database; `select` is the key of the report
+  // to choose, if any.
+  void ListReports(const QVariant& select = QVariant());
+  // Lists the reports again with the same one chosen and the same one at
+  // the top, where they are still there.
+  void ListReportsAgain();
   void ShowSourceAndUser();
   void SavePlacement();
 
+  app::RereadOnChange* rereads_ = nullptr;
   QMap<QString, QLabel*> panels_;
   int fileOpenCancels_ = 0;
 };

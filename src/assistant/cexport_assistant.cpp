@@ -65,8 +65,8 @@ void CExportAssistant::InitializeTopLevelTableNode(const QString& databasePath) 
   Reporting([&] { AddRootAndFolder(databasePath, kTableFolder, QStringLiteral("tableX")); });
 }
 
-void CExportAssistant::InitializeUserQueryNode(const QString& queryName, reportdb::Key queryId) {
-  Reporting([&] {
+bool CExportAssistant::InitializeUserQueryNode(const QString& queryName, reportdb::Key queryId) {
+  return Reporting([&] {
     dao::QueryDef query = Own().QueryDefs(queryName);
     tree_->clear();
     QTreeWidgetItem* root = tree_->AddNode(nullptr, query.Name(), query.Name(), QStringLiteral("openbook"),
@@ -178,9 +178,8 @@ void CExportAssistant::ListDestination(QTreeWidgetItem* node) {
     model.AddItem(RowTexts(*records));
     return;
   }
-  platform::dialogs().MsgBox(
-      QStringLiteral("Destination settings have not been entered or a template is not required for this report."),
-      platform::vbInformation, kAssistantTitle);
+  Notice(QStringLiteral("Destination settings have not been entered or a template is not required for this report."),
+         platform::vbInformation, kAssistantTitle);
 }
 
 void CExportAssistant::ListParameters(QTreeWidgetItem* node) {
@@ -189,7 +188,7 @@ void CExportAssistant::ListParameters(QTreeWidgetItem* node) {
   if (query.Parameters().Count() == 0) {
     model.ClearColumnHeaders();
     model.ClearItems();
-    platform::dialogs().MsgBox(QStringLiteral("This is not a parameter query"), platform::vbOKOnly, QString());
+    Notice(QStringLiteral("This is not a parameter query"), platform::vbOKOnly, QString());
     return;
   }
   model.ClearColumnHeaders();
@@ -198,6 +197,10 @@ void CExportAssistant::ListParameters(QTreeWidgetItem* node) {
   auto records = Own().OpenRecordset(reportdb::sql::QueryParametersForProperties(TreeView::Tag(node).toInt()));
   if (records->IsEOF()) return;
   model.AddItem(reportdb::ReadQueryParameters(records->Value(0)).value_or(QStringList()));
+}
+
+void CExportAssistant::Notice(const QString& text, int style, const QString& title) const {
+  if (!quietNotices_) platform::dialogs().MsgBox(text, style, title);
 }
 
 void CExportAssistant::ListTableRows(QTreeWidgetItem* table) {

@@ -5,6 +5,7 @@
 // by SetNode, and reports its own failure, as the store does.
 #pragma once
 
+#include <QScopedValueRollback>
 #include <QString>
 #include <cstdint>
 
@@ -30,7 +31,8 @@ class CExportAssistant : public reportdb::ReportStore {
   void InitializeTopLevelTableNode(const QString& databasePath);
   // The query tree: the query, its "Destination" and, when the saved query
   // takes parameters, its "Parameters".
-  void InitializeUserQueryNode(const QString& queryName, reportdb::Key queryId);
+  // False after a reported failure (no such saved query), the tree as it was.
+  bool InitializeUserQueryNode(const QString& queryName, reportdb::Key queryId);
   // Fills a node that is being expanded in place of its placeholder.
   void ExpandNode(QTreeWidgetItem* node);
   // Fills the list for a clicked node of `tree`.
@@ -41,6 +43,12 @@ class CExportAssistant : public reportdb::ReportStore {
   // A click on a column header (1-based `index`): the list's own text sort
   // by that column, in the order opposite to the last one.
   void SortColumn(ListView& list, int index);
+
+  // While the answer lives, a listing leaves out what it would only tell
+  // (no destination entered, not a parameter query): a pane read again
+  // because the file changed shows what is there without a message nobody
+  // asked for.
+  [[nodiscard]] QScopedValueRollback<bool> QuietNotices() { return QScopedValueRollback<bool>(quietNotices_, true); }
 
  private:
   QTreeWidgetItem* AddRootAndFolder(const QString& databasePath, const QString& folder, const QString& image);
@@ -54,12 +62,14 @@ class CExportAssistant : public reportdb::ReportStore {
   void ListTableRows(QTreeWidgetItem* table);
   // Columns named after the recordset's fields, then one item per row.
   void ListRecordset(dao::Recordset& records, bool rebuildColumns);
+  void Notice(const QString& text, int style, const QString& title) const;
 
   TreeView* tree_ = nullptr;
   ListView* list_ = nullptr;
   // The report membership columns are built once and then kept.
   bool membershipColumnsBuilt_ = false;
   std::int16_t lastColumnClicked_ = 0;
+  bool quietNotices_ = false;
 };
 
 }  // namespace assistant

@@ -11,6 +11,7 @@
 
 #include "app/error_guard.h"
 #include "app/mglobals.h"
+#include "app/reread_on_change.h"
 #include "assistant/cexport_assistant.h"
 #include "assistant/list_view.h"
 #include "assistant/mlistview_extensions.h"
@@ -90,6 +91,8 @@ frmExportAssistant::frmExportAssistant(CExportAssistant& assistant, ReportEditor
   BuildTitles();
   BuildToolBar();
   ConnectPanes();
+  rereads_ = new app::RereadOnChange(
+      *this, {[this] { return assistant_.OwnDatabase(); }, [this] { ReadPanesAgain(); }, &ReportPaneError});
   LoadPlacement();
 }
 
@@ -338,7 +341,11 @@ void frmExportAssistant::SizeControls(float x) {
 void frmExportAssistant::showEvent(QShowEvent* event) {
   QDialog::showEvent(event);
   // The stored size includes the frame, which is known once the window is.
-  if (!placed_) platform::ApplyPlacementInTwips(*this, placement_);
+  if (!placed_) {
+    platform::ApplyPlacementInTwips(*this, placement_);
+    // The trees were just made from the file as it is.
+    rereads_->MarkRead();
+  }
   placed_ = true;
 }
 

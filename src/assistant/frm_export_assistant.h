@@ -18,6 +18,10 @@ class QStatusBar;
 class QToolBar;
 class QTreeWidgetItem;
 
+namespace app {
+class RereadOnChange;
+}
+
 namespace assistant {
 
 class CExportAssistant;
@@ -112,8 +116,18 @@ class frmExportAssistant : public QDialog {
   void RefreshReportNode(QTreeWidgetItem* node);
   void RunGuarded(const std::function<void()>& work);
 
+  // The panes read again from the file, each keeping what was expanded,
+  // chosen and scrolled to where it is still there (pane_reread.cpp).
+  void ReadPanesAgain();
+  void ReadTreeAgain(TreeView* tree, ListView* list);
+  void ReadQueryPaneAgain();
+  // Chooses the node of `key` again and lists it beside; with the node gone
+  // the list is emptied.
+  void ChooseAgain(TreeView* tree, ListView* list, const QString& key);
+
   CExportAssistant& assistant_;
   ReportEditors editors_;
+  app::RereadOnChange* rereads_ = nullptr;
   PaneLayout layout_;
   platform::WindowPlacement placement_;
   bool placed_ = false;

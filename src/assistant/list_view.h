@@ -6,6 +6,7 @@
 #pragma once
 
 #include <QTreeView>
+#include <optional>
 
 #include "assistant/list_view_model.h"
 
@@ -33,6 +34,23 @@ class ListView : public QTreeView {
   bool Sorted() const { return sorted_; }
   void SetSorted(bool sorted);
 
+  // Where the user is in the list: the sort, the current row and the row at
+  // the top. A row of items is known by its first column's text; a table's
+  // row, of which there may be millions, by its position.
+  struct Place {
+    std::optional<ListSort> sort;
+    QString sortCaption;
+    int current = -1;
+    QString currentText;
+    int top = -1;
+    QString topText;
+  };
+  Place CurrentPlace() const;
+  // After the list was filled again: the same sort where the same column is
+  // there, and the same rows current and on top where they still are. The
+  // current row is chosen without telling anyone, as no one clicked it.
+  void ReturnTo(const Place& place);
+
  signals:
   // A click on a column header: its 1-based index, as the family counts them.
   void ColumnClick(int index);
@@ -40,10 +58,13 @@ class ListView : public QTreeView {
   void ItemDblClick(int row);
 
  private:
+  int RowAgain(int row, const QString& text) const;
+
   ListViewModel model_;
   int sortKey_ = 0;
   Qt::SortOrder sortOrder_ = Qt::AscendingOrder;
   bool sorted_ = false;
+  bool quiet_ = false;
 };
 
 }  // namespace assistant

@@ -1,7 +1,6 @@
 #include "assistant/list_view_model.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "assistant/value_text.h"
 #include "platform/dao/table_rows.h"
@@ -64,6 +63,7 @@ void ListViewModel::ClearItems() {
   table_.reset();
   tableTexts_.clear();
   order_.clear();
+  sort_.reset();
   endResetModel();
 }
 
@@ -80,6 +80,7 @@ void ListViewModel::ShowTableRows(std::unique_ptr<dao::TableRows> rows) {
   items_.clear();
   tableTexts_.clear();
   order_.clear();
+  sort_.reset();
   table_ = std::move(rows);
   endResetModel();
 }
@@ -170,6 +171,7 @@ bool ListViewModel::Sort(int column, Qt::SortOrder direction, SortKind kind) {
   }
   beginResetModel();
   order_ = std::move(order);
+  sort_ = ListSort{column, direction, kind};
   endResetModel();
   return true;
 }

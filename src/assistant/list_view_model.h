@@ -9,6 +9,7 @@
 #include <QCache>
 #include <QStringList>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace dao {
@@ -19,6 +20,12 @@ namespace assistant {
 
 // How a column's texts are compared.
 enum class SortKind { kText, kDate, kNumber, kTimeBlock };
+
+struct ListSort {
+  int column = 0;
+  Qt::SortOrder order = Qt::AscendingOrder;
+  SortKind kind = SortKind::kText;
+};
 
 class ListViewModel : public QAbstractTableModel {
   Q_OBJECT
@@ -39,12 +46,16 @@ class ListViewModel : public QAbstractTableModel {
   void ShowTableRows(std::unique_ptr<dao::TableRows> rows);
 
   int ItemCount() const { return rowCount(); }
+  // Rows read from a table as they are shown, rather than items.
+  bool ShowsTableRows() const { return table_ != nullptr; }
   // The text at a shown row (sort applied) and column; empty off the end.
   QString ItemText(int row, int column) const;
 
   // Orders the shown rows by one column. False (and the order as it was)
   // when a cell of a date or number column does not read as one.
   bool Sort(int column, Qt::SortOrder order, SortKind kind);
+  // The sort in force since the rows were last filled; none while unsorted.
+  const std::optional<ListSort>& CurrentSort() const { return sort_; }
 
   int rowCount(const QModelIndex& parent = QModelIndex()) const override;
   int columnCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -64,6 +75,7 @@ class ListViewModel : public QAbstractTableModel {
   mutable QCache<int, QStringList> tableTexts_;
   // Shown row -> source row; empty while unsorted.
   std::vector<int> order_;
+  std::optional<ListSort> sort_;
 };
 
 }  // namespace assistant

@@ -54,6 +54,14 @@ QTreeWidgetItem* TreeView::FindNode(const QString& key) const {
   return nullptr;
 }
 
+QStringList TreeView::ExpandedKeys() const {
+  QStringList keys;
+  for (QTreeWidgetItemIterator it(const_cast<TreeView*>(this)); *it; ++it) {
+    if ((*it)->isExpanded() && !Key(*it).isEmpty()) keys << Key(*it);
+  }
+  return keys;
+}
+
 void TreeView::SelectNode(QTreeWidgetItem* node) {
   quiet_ = true;
   setCurrentItem(node);

@@ -26,6 +26,11 @@ class TreeView : public QTreeWidget {
   // The top node of `node`'s tree.
   QTreeWidgetItem* Root() const { return topLevelItemCount() ? topLevelItem(0) : nullptr; }
 
+  // Keys of the expanded nodes, each node's before its children's.
+  QStringList ExpandedKeys() const;
+  // The node scrolled to the top of the view.
+  QTreeWidgetItem* TopNode() const { return itemAt(0, 0); }
+
   QTreeWidgetItem* SelectedItem() const { return currentItem(); }
   // Selects `node` (and shows it) without telling anyone: the caller runs
   // the click's handling itself when it wants the panes to follow.

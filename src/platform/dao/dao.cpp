@@ -10,6 +10,14 @@ namespace {
 
 QString Q(const std::string& s) { return QString::fromStdString(s); }
 
+int gLockWaitMs = jet::OpenOptions{}.lock_wait_ms;
+
+jet::OpenOptions OpenOptionsForThisProgram() {
+  jet::OpenOptions options;
+  options.lock_wait_ms = gLockWaitMs;
+  return options;
+}
+
 std::unique_ptr<Recordset> ToRecordset(const jet::QueryResult& result) {
   QVector<FieldInfo> fields;
   for (const auto& c : result.columns) fields.push_back({Q(c.name), c.type, Q(c.caption)});
@@ -67,7 +75,7 @@ void OpenForWriting(jet::QueryEngine& engine, const QString& path, bool read_onl
                              QStringLiteral("DAO.Database"));
   }
   if (engine.database().writable()) return;
-  jet::OpenOptions options;
+  jet::OpenOptions options = OpenOptionsForThisProgram();
   options.writable = true;
   std::shared_ptr<jet::QueryEngine> writing;
   ThrowIfError(jet::QueryEngine::ForFile(path.toStdString(), options, &writing), "DAO.Database");
@@ -196,6 +204,14 @@ QStringList Database::QueryDefNames() {
   return names;
 }
 
+bool Database::Refresh() {
+  const quint64 before = Generation();
+  ThrowIfError(engine_->database().Refresh(), "DAO.Database");
+  return Generation() != before;
+}
+
+quint64 Database::Generation() const { return engine_->database().generation(); }
+
 QVector<TableDef> Database::TableDefs() {
   QVector<TableDef> defs;
   for (const auto& e : engine_->database().catalog()) {
@@ -232,7 +248,7 @@ TableDef Database::TableDefs(const QString& name) {
 
 std::shared_ptr<Database> Workspace::OpenDatabase(const QString& name, bool, bool readOnly) {
   std::shared_ptr<jet::QueryEngine> engine;
-  jet::Status s = jet::QueryEngine::ForFile(name.toStdString(), {}, &engine);
+  jet::Status s = jet::QueryEngine::ForFile(name.toStdString(), OpenOptionsForThisProgram(), &engine);
   if (!s.ok() && s.code() == jet::Status::Code::kNotFound) {
     throw platform::AppError(kErrFileNotFound, QStringLiteral("Could not find file '%1'.").arg(name),
                              QStringLiteral("DAO.Workspace"));
@@ -308,5 +324,9 @@ Workspace& DBEngine::Workspaces(int index) {
   if (index != 0) ThrowItemNotFound("DAO.Workspaces");
   return workspace;
 }
+
+void DBEngine::SetLockWait(int milliseconds) { gLockWaitMs = milliseconds; }
+
+int DBEngine::LockWait() { return gLockWaitMs; }
 
 }  // namespace dao

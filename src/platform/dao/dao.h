@@ -122,6 +122,15 @@ class Database {
   void PrepareWrite();
   QueryDef QueryDefs(const QString& name);
   QStringList QueryDefNames();
+
+  // Looks whether the file changed since it was last looked at (through any
+  // handle on it, by any program) and, if it did, drops what was read from
+  // it; true when it had changed. For callers that keep what they read (a
+  // list on the screen) and want to know whether to read it again.
+  bool Refresh();
+  // Moves whenever a change to the file is seen, ours or another program's:
+  // a list that noted it when it was filled is stale once it differs.
+  quint64 Generation() const;
   QVector<TableDef> TableDefs();
   TableDef TableDefs(const QString& name);
   void Close() {}
@@ -164,6 +173,12 @@ class DBEngine {
  public:
   // Item 0 is the default workspace; there is only ever the one.
   static Workspace& Workspaces(int index);
+
+  // How long a change waits for another program's change to the file to
+  // finish (and a read for another program's commit) before failing with
+  // 3260, in milliseconds. Taken by every database opened after it is set.
+  static void SetLockWait(int milliseconds);
+  static int LockWait();
 };
 
 // The QVariant a DAO field value maps to, and back for parameters.
