@@ -1,5 +1,6 @@
 #include "storage/change_watch.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -20,19 +21,20 @@ int64_t NowNs() {
 
 }  // namespace
 
-bool ChangeWatch::Provisional(const FileStamp& stamp) const {
-  return NowNs() - stamp.modified_ns < kTickMarginNs;
-}
-
 Status ChangeWatch::Look(bool* changed) {
   JET_RETURN_IF_ERROR(fs_->Stamp(path_, &seen_));
-  *changed = provisional_ || !(seen_ == accepted_);
+  *changed = !(seen_ == accepted_);
   return Status::OK();
 }
 
-void ChangeWatch::Accept() {
+Status ChangeWatch::Accept() {
+  const int64_t age = NowNs() - seen_.modified_ns;
+  if (age < kTickMarginNs) {
+    std::this_thread::sleep_for(std::chrono::nanoseconds(kTickMarginNs - std::max<int64_t>(age, 0)));
+    JET_RETURN_IF_ERROR(fs_->Stamp(path_, &seen_));
+  }
   accepted_ = seen_;
-  provisional_ = Provisional(seen_);
+  return Status::OK();
 }
 
 Status MakeChangeVisible(FileSystem* fs, const std::string& path, const FileStamp& before, FileStamp* after) {
@@ -54,7 +56,6 @@ Status ChangeWatch::Moved(bool* moved) {
 Status ChangeWatch::AcceptOwnCommit() {
   JET_RETURN_IF_ERROR(MakeChangeVisible(fs_, path_, accepted_, &seen_));
   accepted_ = seen_;
-  provisional_ = false;
   return Status::OK();
 }
 

@@ -11,9 +11,9 @@
 //   tick as our last look could leave all four alike. Two rules close that
 //   gap. Our own writers make sure every commit moves the modification time
 //   (they touch the file again once the tick has passed). Against other
-//   writers (Access, the family's programs) a look taken less than a tick
-//   margin after the file's last change is provisional: the next look reads
-//   the file again.
+//   writers (Access, the family's programs) a file changed less than a tick
+//   margin ago is looked at again once the margin has passed, before what
+//   is read from it is accepted: a later write then falls in a later tick.
 // The Jet format has no field that every writer changes on every commit:
 // the header page is rewritten by neither Jet nor us on a plain row change,
 // so the file itself offers nothing better here.
@@ -43,22 +43,21 @@ class ChangeWatch {
   bool replaced() const { return seen_.inode != accepted_.inode || seen_.device != accepted_.device; }
   // Looks again, and answers only whether the file moved since accepted.
   Status Moved(bool* moved);
-  // What we hold in memory is being read from the file as last looked at.
-  void Accept();
+  // What we hold in memory is now to be read from the file as it is; waits
+  // out the tick margin first when the file changed just now.
+  Status Accept();
   // Reading it failed: the next look must read again.
-  void Forget() { provisional_ = true; }
+  void Forget() { accepted_.modified_ns = -1; }
   // After our own commit (we still hold the writers' turn): makes sure the
   // commit moved the modification time, then accepts the file as it is.
   Status AcceptOwnCommit();
 
  private:
-  bool Provisional(const FileStamp& stamp) const;
 
   FileSystem* fs_;
   std::string path_;
   FileStamp accepted_;
   FileStamp seen_;
-  bool provisional_ = true;  // nothing accepted yet
 };
 
 }  // namespace jet

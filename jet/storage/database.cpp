@@ -257,8 +257,12 @@ Status Database::Impl::ReadAgainIfChanged() {
 // Everything derived from the file goes; what is read next comes from the
 // file as it is now (or, after a writer died in a commit, as it was before).
 Status Database::Impl::ReadAgain() {
+  const bool replaced = watch->replaced() && generation > 0;
+  // Accepted before reading: a commit let through while we read must show
+  // as a change from this state.
+  JET_RETURN_IF_ERROR(watch->Accept());
   std::unique_ptr<File> replacement;
-  if (watch->replaced() && generation > 0) {
+  if (replaced) {
     JET_RETURN_IF_ERROR(
         fs->Open(path, writer ? FileSystem::Mode::kReadWrite : FileSystem::Mode::kRead, &replacement));
   }
@@ -269,9 +273,6 @@ Status Database::Impl::ReadAgain() {
     locks = std::make_unique<SharingLocks>(pager->file(), path, options.lock_wait_ms);
     if (was_reading) JET_RETURN_IF_ERROR(locks->LockReaders());
   }
-  // Accepted before reading: a commit let through while we read must show
-  // as a change from this state.
-  watch->Accept();
   layouts.clear();
   integrity.reset();
   if (writer) writer->ForgetTables();
@@ -440,7 +441,7 @@ Status Database::Refresh() {
 Status Database::AllowPendingCommit() { return impl_->AllowPendingCommit(); }
 
 Status Database::Impl::AllowPendingCommit() {
-  if (read_depth == 0 || !locks->holds_readers() || !locks->CommitWaiting()) return Status::OK();
+  if (read_depth == 0 || !locks->ShouldLetCommitThrough()) return Status::OK();
   locks->UnlockReaders();
   JET_RETURN_IF_ERROR(locks->LockReaders());
   bool moved = false;

@@ -13,6 +13,9 @@ constexpr uint64_t kReaders = kLockBase + 2;
 
 // How often a long read looks for a pending commit.
 constexpr auto kLookInterval = std::chrono::milliseconds(5);
+// How long a read keeps a waiting commit out before it lets it through: a
+// short read finishes instead, and never has to start again.
+constexpr auto kLongestHold = std::chrono::milliseconds(250);
 
 }  // namespace
 
@@ -79,6 +82,7 @@ Status SharingLocks::LockReaders() {
       },
       "was being changed by another program");
   readers_ = s.ok();
+  reading_since_ = std::chrono::steady_clock::now();
   return s;
 }
 
@@ -87,9 +91,10 @@ void SharingLocks::UnlockReaders() {
   readers_ = false;
 }
 
-bool SharingLocks::CommitWaiting() {
+bool SharingLocks::ShouldLetCommitThrough() {
   const auto now = std::chrono::steady_clock::now();
-  if (now < next_look_) return false;
+  const auto patience = std::min<std::chrono::milliseconds>(wait_ / 4, kLongestHold);
+  if (!readers_ || now < next_look_ || now - reading_since_ < patience) return false;
   next_look_ = now + kLookInterval;
   bool pending = false;
   return file_->IsLocked(kCommitPending, File::LockKind::kShared, &pending).ok() && pending;

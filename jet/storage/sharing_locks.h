@@ -15,8 +15,9 @@
 // reads back, and it keeps R for one operation, never between operations.
 // A writer takes W, reads and changes pages in memory (nobody else of ours
 // can write meanwhile), then takes P and waits for R: the readers still in
-// an operation finish it, or, for a long one, notice P (they look every few
-// milliseconds while they read) and let go of R. Such a read takes R again
+// an operation finish it, or, for a long one (R held for a quarter of the
+// wait, at most 250 ms), notice P (they look every few milliseconds while
+// they read) and let go of R. Such a read takes R again
 // once the commit is over; if the file changed meanwhile it cannot go on
 // with the pages it already has, and starts again (Status::kStale).
 // A reader therefore never sees part of a commit. Every wait is bounded by
@@ -57,9 +58,10 @@ class SharingLocks {
   bool holds_readers() const { return readers_; }
   File* file() const { return file_; }
 
-  // Whether another program waits to commit; cheap to call often: it looks
-  // at the lock at most every few milliseconds.
-  bool CommitWaiting();
+  // Whether this read has held R long enough that it should let another
+  // program's waiting commit through; cheap to call often: it looks at the
+  // lock at most every few milliseconds.
+  bool ShouldLetCommitThrough();
 
  private:
   // Tries `attempt` until it succeeds or the wait runs out.
@@ -72,6 +74,7 @@ class SharingLocks {
   bool writers_ = false;
   bool readers_ = false;
   std::chrono::steady_clock::time_point next_look_{};
+  std::chrono::steady_clock::time_point reading_since_{};
 };
 
 }  // namespace jet

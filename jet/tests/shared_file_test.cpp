@@ -2,8 +2,6 @@
 // SQL shell of jetdump, and children of this test that write through the
 // engine. What must hold: nobody is refused while nobody is writing, every
 // committed row lands and stays, and no read sees part of a commit.
-#include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,6 +15,7 @@
 
 #include "jet/create.h"
 #include "jet/database.h"
+#include "shell_process.h"
 #include "writer_test_helpers.h"
 
 namespace jet::testing {
@@ -44,81 +43,18 @@ Row BatchRow(int writer, int batch) {
           Value(ColumnType::kLong, int64_t(batch)), Value(ColumnType::kText, std::string("row"))};
 }
 
-// jetdump's SQL shell as a child process, asked one statement at a time.
-class Shell {
- public:
-  explicit Shell(const std::string& path) {
-    int in[2], out[2], err[2];
-    EXPECT_EQ(pipe(in), 0);
-    EXPECT_EQ(pipe(out), 0);
-    EXPECT_EQ(pipe(err), 0);
-    pid_ = fork();
-    if (pid_ == 0) {
-      dup2(in[0], 0);
-      dup2(out[1], 1);
-      dup2(err[1], 2);
-      for (int fd : {in[0], in[1], out[0], out[1], err[0], err[1]}) close(fd);
-      execl(JETDUMP_PATH, "jetdump", path.c_str(), "--shell", static_cast<char*>(nullptr));
-      _exit(127);
-    }
-    close(in[0]);
-    close(out[1]);
-    close(err[1]);
-    to_ = in[1];
-    from_ = out[0];
-    errors_ = err[0];
-    fcntl(errors_, F_SETFL, O_NONBLOCK);
-  }
-  ~Shell() {
-    close(to_);
-    int status = 0;
-    waitpid(pid_, &status, 0);
-    close(from_);
-    close(errors_);
-  }
+// The Landing table's row count as the shell reports it; -1 when its answer
+// is not one.
+long CountIn(ShellProcess& shell) {
+  shell.Send(std::string("SELECT COUNT(*) AS N FROM ") + kTable);
+  const std::string csv = shell.Answer("\n\n");
+  return csv.starts_with("N\n") ? std::stol(csv.substr(2)) : -1;
+}
 
-  // A SELECT's answer: the CSV up to the empty line that ends it.
-  std::string Query(const std::string& sql) { return Ask(sql, "\n\n"); }
-  // A change's answer: its one line.
-  std::string Change(const std::string& sql) { return Ask(sql, "\n"); }
-  // COUNT(*) of the Landing table, or -1 when the answer is not one.
-  long Count() {
-    const std::string csv = Query(std::string("SELECT COUNT(*) AS N FROM ") + kTable);
-    const size_t line = csv.find('\n');
-    return line == std::string::npos || csv.substr(0, line) != "N" ? -1 : std::stol(csv.substr(line + 1));
-  }
-  std::string Errors() {
-    std::string text = std::move(errors_seen_);
-    errors_seen_.clear();
-    char buf[4096];
-    for (ssize_t n; (n = read(errors_, buf, sizeof buf)) > 0;) text.append(buf, n);
-    return text;
-  }
-
- private:
-  std::string Ask(const std::string& sql, const std::string& end) {
-    const std::string line = sql + "\n";
-    EXPECT_EQ(write(to_, line.data(), line.size()), ssize_t(line.size()));
-    std::string answer;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (answer.size() < end.size() || answer.compare(answer.size() - end.size(), end.size(), end) != 0) {
-      pollfd fd{from_, POLLIN, 0};
-      if (std::chrono::steady_clock::now() > deadline || poll(&fd, 1, 100) < 0) break;
-      char c;
-      if (fd.revents & (POLLIN | POLLHUP)) {
-        if (read(from_, &c, 1) != 1) break;  // the shell has gone
-        answer += c;
-      } else if (!(errors_seen_ += Errors()).empty()) {
-        break;  // the statement failed: nothing comes on standard output
-      }
-    }
-    return answer;
-  }
-
-  pid_t pid_ = -1;
-  int to_ = -1, from_ = -1, errors_ = -1;
-  std::string errors_seen_;
-};
+std::string Insert(ShellProcess& shell, const std::string& values) {
+  shell.Send(std::string("INSERT INTO ") + kTable + " (Writer, Batch, Note) VALUES (" + values + ")");
+  return shell.Answer();
+}
 
 // Runs `work` in a child process; its exit status is 0 when it returned true.
 pid_t Child(const std::function<bool()>& work) {
@@ -179,48 +115,53 @@ void ExpectSoundFile(const std::string& path, long rows) {
 
 TEST(SharedFile, AnOpenShellNeitherKeepsOthersOutNorMissesTheirRows) {
   const std::string path = SharedDatabase("two-shells.mdb");
-  Shell a(path);
-  EXPECT_EQ(a.Change(std::string("INSERT INTO ") + kTable + " (Writer, Batch, Note) VALUES (1, 1, 'A')"),
-            "1 row(s) affected\n");
+  ShellProcess a(path);
+  EXPECT_EQ(Insert(a, "1, 1, 'A'"), "1 row(s) affected\n");
   // A stays open, between statements, while B writes.
-  Shell b(path);
-  EXPECT_EQ(b.Change(std::string("INSERT INTO ") + kTable + " (Writer, Batch, Note) VALUES (2, 1, 'B')"),
-            "1 row(s) affected\n");
-  EXPECT_EQ(a.Count(), 2);
-  EXPECT_EQ(a.Query(std::string("SELECT Note FROM ") + kTable + " ORDER BY Note"), "Note\nA\nB\n\n");
+  ShellProcess b(path);
+  EXPECT_EQ(Insert(b, "2, 1, 'B'"), "1 row(s) affected\n");
+  EXPECT_EQ(CountIn(a), 2);
+  a.Send(std::string("SELECT Note FROM ") + kTable + " ORDER BY Note");
+  EXPECT_EQ(a.Answer("\n\n"), "Note\nA\nB\n\n");
   // And a writer that is no shell gets in at once too.
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(ExitStatus(Child([&] { return WriteBatches(path, 3, 1); })), 0);
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
-  EXPECT_EQ(a.Count(), 4);
-  EXPECT_EQ(b.Count(), 4);
-  EXPECT_EQ(a.Errors() + b.Errors(), "");
+  EXPECT_EQ(CountIn(a), 4);
+  EXPECT_EQ(CountIn(b), 4);
+  EXPECT_EQ(a.Finish(), 0);
+  EXPECT_EQ(b.Finish(), 0);
 }
 
 TEST(SharedFile, FourWritersAndAShellLoseNothingAndNoReadSeesHalfACommit) {
   const std::string path = SharedDatabase("stress.mdb");
-  Shell shell(path);
-  ASSERT_EQ(shell.Count(), 0);  // the shell is up before the writers start
+  ShellProcess shell(path);
+  ASSERT_EQ(CountIn(shell), 0);  // the shell is up before the writers start
   std::vector<pid_t> writers;
   for (int w = 1; w <= 4; ++w) writers.push_back(Child([&, w] { return WriteBatches(path, w, 25); }));
   long last = 0;
   int shell_notes = 0;
-  std::vector<long> counts;
-  for (bool running = true; running;) {
-    running = false;
-    for (pid_t pid : writers) running = running || waitpid(pid, nullptr, WNOHANG) == 0;
-    const long count = shell.Count();
-    counts.push_back(count);
+  std::set<long> counts;
+  std::map<pid_t, int> exits;
+  while (exits.size() < writers.size()) {
+    for (pid_t pid : writers) {
+      int status = 0;
+      if (!exits.count(pid) && waitpid(pid, &status, WNOHANG) == pid) exits[pid] = status;
+    }
+    const long count = CountIn(shell);
+    counts.insert(count);
     EXPECT_GE(count, last) << "a count went backwards";
     EXPECT_EQ(count % 2, 0) << "a read saw one row of a two-row commit";
     last = count;
-    if (shell.Change("INSERT INTO Notes (Text) VALUES ('between')") == "1 row(s) affected\n") ++shell_notes;
+    shell.Send("INSERT INTO Notes (Text) VALUES ('between')");
+    if (shell.Answer() == "1 row(s) affected\n") ++shell_notes;
   }
-  for (pid_t pid : writers) waitpid(pid, nullptr, 0);
-  EXPECT_EQ(shell.Count(), 200);
-  EXPECT_EQ(shell.Query("SELECT COUNT(*) AS N FROM Notes"), "N\n" + std::to_string(shell_notes) + "\n\n");
-  EXPECT_EQ(shell.Errors(), "");
-  EXPECT_GT(std::set<long>(counts.begin(), counts.end()).size(), 2u) << "the shell never read while others wrote";
+  for (const auto& [pid, status] : exits) EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_EQ(CountIn(shell), 200);
+  shell.Send("SELECT COUNT(*) AS N FROM Notes");
+  EXPECT_EQ(shell.Answer("\n\n"), "N\n" + std::to_string(shell_notes) + "\n\n");
+  EXPECT_EQ(shell.Finish(), 0);
+  EXPECT_GT(counts.size(), 2u) << "the shell never read while others wrote";
   ExpectBatches(path, {{1, 25}, {2, 25}, {3, 25}, {4, 25}});
   ExpectSoundFile(path, 200);
 }

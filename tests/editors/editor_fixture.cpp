@@ -34,11 +34,14 @@ QStringList CsvRecords(const QString& text) {
 HeldWriteLock::HeldWriteLock(const QString& path) {
   fd_ = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CLOEXEC);
   if (fd_ < 0) return;
-  // An open-file-description lock: it meets the engine's own even in this
-  // process, as a lock held by another program would.
+  // The writers' turn (the byte just past 4 GB), as a program in the middle
+  // of a change holds it. An open-file-description lock meets the engine's
+  // own even in this process, as another program's would.
   struct flock lock = {};
   lock.l_type = F_WRLCK;
   lock.l_whence = SEEK_SET;
+  lock.l_start = off_t(1) << 32;
+  lock.l_len = 1;
   if (::fcntl(fd_, F_OFD_SETLK, &lock) != 0) Release();
 }
 
@@ -50,6 +53,8 @@ void HeldWriteLock::Release() {
 void EditorTest::SetUp() {
   ASSERT_TRUE(temp_.isValid());
   platform::setDialogs(&script);
+  // A change that finds the file held gives up soon.
+  dao::DBEngine::SetLockWait(300);
 }
 
 void EditorTest::TearDown() {
@@ -57,6 +62,7 @@ void EditorTest::TearDown() {
   store.reset();
   database.reset();
   platform::setDialogs(nullptr);
+  dao::DBEngine::SetLockWait(jet::OpenOptions{}.lock_wait_ms);
   EXPECT_EQ(script.PendingAnswers(), 0);
 }
 

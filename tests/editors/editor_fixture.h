@@ -22,7 +22,7 @@
 
 inline void PrintTo(const QString& text, std::ostream* out) { *out << '"' << text.toStdString() << '"'; }
 
-// A write lock on the file, as another program changing it holds one.
+// The lock another program holds on the file while it changes it.
 class HeldWriteLock {
  public:
   explicit HeldWriteLock(const QString& path);
