@@ -30,4 +30,5 @@ strace -f -c -o "$scratch/idle" -p "$app" & tracer=$!
 sleep 10
 kill -INT "$tracer"; wait "$tracer" 2>/dev/null || true
 echo "system calls in 10 s idle: $(awk '/total/ {print $4}' "$scratch/idle")"
+cat "$scratch/idle"
 kill "$app"; wait "$app" 2>/dev/null || true

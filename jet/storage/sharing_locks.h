@@ -11,8 +11,9 @@
 //                      exclusive by the committing writer while it writes the
 //                      journal and the pages.
 //
-// A read takes R shared only while P is free, so a waiting commit holds new
-// reads back, and it keeps R for one operation, never between operations.
+// A read takes R shared only while P is free (as seen within the last few
+// milliseconds), so a waiting commit holds new reads back, and it keeps R
+// for one operation, never between operations.
 // A writer takes W, reads and changes pages in memory (nobody else of ours
 // can write meanwhile), then takes P and waits for R: the readers still in
 // an operation finish it, or, for a long one (R held for a quarter of the
@@ -75,6 +76,7 @@ class SharingLocks {
   bool readers_ = false;
   std::chrono::steady_clock::time_point next_look_{};
   std::chrono::steady_clock::time_point reading_since_{};
+  std::chrono::steady_clock::time_point no_commit_pending_until_{};
 };
 
 }  // namespace jet
