@@ -245,7 +245,7 @@ Status Database::Impl::BeginRead() {
 
 void Database::Impl::EndRead() {
   if (--read_depth > 0) return;
-  if (locks->holds_readers()) locks->UnlockReaders();
+  locks->FinishReading();
 }
 
 Status Database::Impl::ReadAgainIfChanged() {
@@ -267,7 +267,7 @@ Status Database::Impl::ReadAgain() {
         fs->Open(path, writer ? FileSystem::Mode::kReadWrite : FileSystem::Mode::kRead, &replacement));
   }
   const bool was_reading = locks->holds_readers();
-  if (replacement && was_reading) locks->UnlockReaders();
+  if (replacement) locks->UnlockReaders();  // the old descriptor is about to close
   JET_RETURN_IF_ERROR(pager->Reload(std::move(replacement)));
   if (locks->file() != pager->file()) {
     locks = std::make_unique<SharingLocks>(pager->file(), path, options.lock_wait_ms);

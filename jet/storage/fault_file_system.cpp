@@ -1,6 +1,7 @@
 #include "storage/fault_file_system.h"
 
 #include <algorithm>
+#include <mutex>
 #include <random>
 #include <set>
 
@@ -24,6 +25,7 @@ struct FaultFileSystem::Node {
     std::set<const void*> shared;
   };
   std::map<uint64_t, ByteLock> locks;
+  std::mutex locks_mutex;  // a reader's lease is given up on another thread
 };
 
 namespace {
@@ -44,6 +46,7 @@ class FaultFile : public File {
   FaultFile(FaultFileSystem* fs, std::shared_ptr<FaultFileSystem::Node> node, bool writable)
       : fs_(fs), node_(std::move(node)), writable_(writable) {}
   ~FaultFile() override {
+    std::lock_guard<std::mutex> guard(node_->locks_mutex);
     for (auto& [offset, lock] : node_->locks) {
       if (lock.exclusive == this) lock.exclusive = nullptr;
       lock.shared.erase(this);
@@ -92,8 +95,9 @@ class FaultFile : public File {
   }
 
   Status TryLock(uint64_t offset, LockKind kind) override {
+    std::lock_guard<std::mutex> guard(node_->locks_mutex);
     bool held = false;
-    JET_RETURN_IF_ERROR(IsLocked(offset, kind, &held));
+    JET_RETURN_IF_ERROR(Conflicts(offset, kind, &held));
     if (held) return Status::Busy("the database is being changed by another program", 3261);
     auto& lock = node_->locks[offset];
     lock.shared.erase(this);
@@ -107,12 +111,19 @@ class FaultFile : public File {
   }
 
   void Unlock(uint64_t offset) override {
+    std::lock_guard<std::mutex> guard(node_->locks_mutex);
     auto& lock = node_->locks[offset];
     lock.shared.erase(this);
     if (lock.exclusive == this) lock.exclusive = nullptr;
   }
 
   Status IsLocked(uint64_t offset, LockKind kind, bool* locked) override {
+    std::lock_guard<std::mutex> guard(node_->locks_mutex);
+    return Conflicts(offset, kind, locked);
+  }
+
+ private:
+  Status Conflicts(uint64_t offset, LockKind kind, bool* locked) {
     const auto& lock = node_->locks[offset];
     const bool other_exclusive = lock.exclusive && lock.exclusive != this;
     const bool other_shared = lock.shared.size() > (lock.shared.count(this) ? 1u : 0u);
@@ -120,7 +131,6 @@ class FaultFile : public File {
     return Status::OK();
   }
 
- private:
   FaultFileSystem* fs_;
   std::shared_ptr<FaultFileSystem::Node> node_;
   bool writable_;

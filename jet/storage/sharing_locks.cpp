@@ -6,13 +6,16 @@
 namespace jet {
 namespace {
 
-constexpr uint64_t kLockBase = uint64_t(1) << 32;
-constexpr uint64_t kWriters = kLockBase;
-constexpr uint64_t kCommitPending = kLockBase + 1;
-constexpr uint64_t kReaders = kLockBase + 2;
+constexpr uint64_t kWriters = kWritersLockByte;
+constexpr uint64_t kCommitPending = kCommitPendingLockByte;
+constexpr uint64_t kReaders = kReadersLockByte;
 
 // How often a long read looks for a pending commit.
 constexpr auto kLookInterval = std::chrono::milliseconds(5);
+// How long R stays held after an operation, for the next one.
+constexpr auto kLease = std::chrono::milliseconds(20);
+// Reads this close together make a run.
+constexpr auto kRunGap = std::chrono::milliseconds(2);
 // How long a read keeps a waiting commit out before it lets it through: a
 // short read finishes instead, and never has to start again.
 constexpr auto kLongestHold = std::chrono::milliseconds(250);
@@ -55,6 +58,7 @@ void SharingLocks::UnlockWriters() {
 }
 
 Status SharingLocks::BeginFileWrite() {
+  if (lease_) lease_->Take();  // R, if still held, becomes the commit's
   // Only the holder of W ever takes P, so P is free.
   JET_RETURN_IF_ERROR(file_->TryLock(kCommitPending, File::LockKind::kExclusive));
   Status s = WaitFor([&] { return file_->TryLock(kReaders, File::LockKind::kExclusive); },
@@ -72,19 +76,35 @@ void SharingLocks::EndFileWrite() {
   file_->Unlock(kCommitPending);
 }
 
+// A pending commit, as seen within the last few milliseconds: P only keeps
+// new reads from starving a commit, so a look that recent will do.
+Status SharingLocks::CommitPending(bool* pending) {
+  *pending = false;
+  const auto now = std::chrono::steady_clock::now();
+  if (now < no_commit_pending_until_) return Status::OK();
+  JET_RETURN_IF_ERROR(file_->IsLocked(kCommitPending, File::LockKind::kShared, pending));
+  if (!*pending) no_commit_pending_until_ = now + kLookInterval;
+  return Status::OK();
+}
+
 Status SharingLocks::LockReaders() {
   if (readers_) return Status::OK();
+  if (lease_ && lease_->Take()) {
+    bool pending = false;
+    Status s = CommitPending(&pending);
+    if (s.ok() && !pending) {
+      readers_ = true;
+      reading_since_ = std::chrono::steady_clock::now();
+      return Status::OK();
+    }
+    file_->Unlock(kReaders);  // the commit waiting for it comes first
+    JET_RETURN_IF_ERROR(s);
+  }
   Status s = WaitFor(
       [&]() -> Status {
-        // P only keeps new reads from starving a commit, so a look a few
-        // milliseconds old will do: back-to-back reads save a system call.
-        const auto now = std::chrono::steady_clock::now();
-        if (now >= no_commit_pending_until_) {
-          bool pending = false;
-          JET_RETURN_IF_ERROR(file_->IsLocked(kCommitPending, File::LockKind::kShared, &pending));
-          if (pending) return Status::Busy("commit pending");
-          no_commit_pending_until_ = now + kLookInterval;
-        }
+        bool pending = false;
+        JET_RETURN_IF_ERROR(CommitPending(&pending));
+        if (pending) return Status::Busy("commit pending");
         return file_->TryLock(kReaders, File::LockKind::kShared);
       },
       "was being changed by another program");
@@ -93,7 +113,23 @@ Status SharingLocks::LockReaders() {
   return s;
 }
 
+void SharingLocks::FinishReading() {
+  if (!readers_) return;
+  readers_ = false;
+  // Only reads that come in a run are worth a lease (and its thread).
+  const auto now = std::chrono::steady_clock::now();
+  const bool in_a_run = reading_since_ - last_finish_ < kRunGap;
+  last_finish_ = now;
+  if (!in_a_run) {
+    file_->Unlock(kReaders);
+    return;
+  }
+  if (!lease_) lease_ = std::make_unique<ReaderLease>(file_, kReaders);
+  lease_->Keep(kLease);
+}
+
 void SharingLocks::UnlockReaders() {
+  if (lease_) lease_->Take();
   file_->Unlock(kReaders);
   readers_ = false;
 }

@@ -12,8 +12,11 @@
 //                      journal and the pages.
 //
 // A read takes R shared only while P is free (as seen within the last few
-// milliseconds), so a waiting commit holds new reads back, and it keeps R
-// for one operation, never between operations.
+// milliseconds), so a waiting commit holds new reads back. After the
+// operation of a run of them R is kept on a short lease (ReaderLease) for
+// the next one; a
+// program that stops reading lets go of it within milliseconds, and an
+// operation that finds a commit pending gives its lease up first.
 // A writer takes W, reads and changes pages in memory (nobody else of ours
 // can write meanwhile), then takes P and waits for R: the readers still in
 // an operation finish it, or, for a long one (R held for a quarter of the
@@ -31,12 +34,19 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "jet/file_system.h"
 #include "jet/status.h"
+#include "storage/reader_lease.h"
 
 namespace jet {
+
+// The lock bytes: W, P and R.
+inline constexpr uint64_t kWritersLockByte = uint64_t(1) << 32;
+inline constexpr uint64_t kCommitPendingLockByte = kWritersLockByte + 1;
+inline constexpr uint64_t kReadersLockByte = kWritersLockByte + 2;
 
 class SharingLocks {
  public:
@@ -55,6 +65,9 @@ class SharingLocks {
 
   // An operation's read (R shared), waiting while a commit is pending.
   Status LockReaders();
+  // The operation is over: R goes on a short lease for the next one.
+  void FinishReading();
+  // R given up now.
   void UnlockReaders();
   bool holds_readers() const { return readers_; }
   File* file() const { return file_; }
@@ -65,6 +78,7 @@ class SharingLocks {
   bool ShouldLetCommitThrough();
 
  private:
+  Status CommitPending(bool* pending);
   // Tries `attempt` until it succeeds or the wait runs out.
   template <typename Attempt>
   Status WaitFor(Attempt attempt, const std::string& what);
@@ -77,6 +91,8 @@ class SharingLocks {
   std::chrono::steady_clock::time_point next_look_{};
   std::chrono::steady_clock::time_point reading_since_{};
   std::chrono::steady_clock::time_point no_commit_pending_until_{};
+  std::chrono::steady_clock::time_point last_finish_{};
+  std::unique_ptr<ReaderLease> lease_;  // made by the first run of reads
 };
 
 }  // namespace jet

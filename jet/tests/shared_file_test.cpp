@@ -16,6 +16,7 @@
 #include "jet/create.h"
 #include "jet/database.h"
 #include "shell_process.h"
+#include "storage/sharing_locks.h"
 #include "writer_test_helpers.h"
 
 namespace jet::testing {
@@ -219,6 +220,31 @@ TEST(SharedFile, ALongReadLetsAWaitingCommitThroughAndReadsAgain) {
   EXPECT_EQ(ExitStatus(reader), 0);
   close(started[0]);
   close(started[1]);
+}
+
+TEST(SharedFile, AReadKeepsTheReadersLockOnlyBrieflyAfterItsOperation) {
+  const std::string path = SharedDatabase("lease.mdb");
+  auto reader = OpenForReading(path);
+  std::unique_ptr<File> other;
+  ASSERT_TRUE(DefaultFileSystem()->Open(path, FileSystem::Mode::kRead, &other).ok());
+  auto readers_lock_held = [&] {
+    bool locked = false;
+    EXPECT_TRUE(other->IsLocked(kReadersLockByte, File::LockKind::kExclusive, &locked).ok());
+    return locked;
+  };
+  ASSERT_TRUE(reader->Refresh().ok());
+  EXPECT_TRUE(readers_lock_held());  // kept for the next read
+  std::this_thread::sleep_for(std::chrono::milliseconds(150));
+  EXPECT_FALSE(readers_lock_held());  // and given up by an idle program
+  // A commit waits for a lease no longer than the lease.
+  auto writer = OpenForWriting(path);
+  ASSERT_TRUE(reader->Refresh().ok());
+  const auto start = std::chrono::steady_clock::now();
+  ASSERT_TRUE(writer->InsertRow(kTable, BatchRow(1, 1)).ok());
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
+  uint64_t count = 0;
+  ASSERT_TRUE(reader->CountRows(kTable, &count).ok());
+  EXPECT_EQ(count, 1u);
 }
 
 // Kills the process at the `kill_at`th write to the database file once armed.
