@@ -12,11 +12,10 @@
 //                      journal and the pages.
 //
 // A read takes R shared only while P is free (as seen within the last few
-// milliseconds), so a waiting commit holds new reads back. After the
-// operation of a run of them R is kept on a short lease (ReaderLease) for
-// the next one; a
-// program that stops reading lets go of it within milliseconds, and an
-// operation that finds a commit pending gives its lease up first.
+// milliseconds), so a waiting commit holds new reads back. When reads come
+// in a run, R is kept on a short lease (ReaderLease) from one operation to
+// the next; a program that stops reading lets go of it within milliseconds,
+// and an operation that finds a commit pending gives its lease up first.
 // A writer takes W, reads and changes pages in memory (nobody else of ours
 // can write meanwhile), then takes P and waits for R: the readers still in
 // an operation finish it, or, for a long one (R held for a quarter of the
