@@ -25,21 +25,19 @@ void PrintError(const QString& text) {
   std::fprintf(stderr, "tabulon: %s\n", line.toUtf8().constData());
 }
 
-// Nobody answers: every message goes to standard error, the output file is
-// the one given, and a question is answered the safe way (replacing a file
-// only when --overwrite was given).
+// Nobody answers: the output file is the one given, a question is answered
+// the safe way (replacing a file only when --overwrite was given), and every
+// message goes to standard error but a question answered Yes.
 class BatchDialogs : public platform::Dialogs {
  public:
   BatchDialogs(QString output, bool overwrite) : output_(std::move(output)), overwrite_(overwrite) {}
 
   int MsgBox(const QString& prompt, int style, const QString& title) override {
-    PrintError(title + QStringLiteral(": ") + prompt);
-    switch (style & 7) {
-      case platform::vbYesNo:
-      case platform::vbYesNoCancel: return overwrite_ ? platform::vbYes : platform::vbNo;
-      case platform::vbOKOnly: return platform::vbOK;
-      default: return platform::vbCancel;
-    }
+    const int answer = AnswerTo(style);
+    // A Yes is what the job asked for with --overwrite; cron would mail the
+    // question after every run.
+    if (answer != platform::vbYes) PrintError(title + QStringLiteral(": ") + prompt);
+    return answer;
   }
   std::optional<QString> ShowOpen(const platform::FileDialogRequest& request) override {
     return platform::AnswerToCancel(request);
@@ -47,6 +45,15 @@ class BatchDialogs : public platform::Dialogs {
   std::optional<QString> ShowSave(const platform::FileDialogRequest&) override { return output_; }
 
  private:
+  int AnswerTo(int style) const {
+    switch (style & 7) {
+      case platform::vbYesNo:
+      case platform::vbYesNoCancel: return overwrite_ ? platform::vbYes : platform::vbNo;
+      case platform::vbOKOnly: return platform::vbOK;
+      default: return platform::vbCancel;
+    }
+  }
+
   QString output_;
   bool overwrite_;
 };

@@ -26,8 +26,8 @@ enum BatchStatus : int {
 // True when the arguments (the program's own first) ask for --run or --list.
 bool IsBatchInvocation(const QStringList& arguments);
 
-// Carries out --run or --list; needs the application object. Returns the
-// exit status.
+// Carries out --run or --list; needs the core application object only (no
+// window is shown). Returns the exit status.
 int RunBatch(const QStringList& arguments);
 
 }  // namespace app

@@ -1,5 +1,6 @@
 #include <QApplication>
 #include <QFileInfo>
+#include <memory>
 
 #include "app/batch_run.h"
 #include "app/mglobals.h"
@@ -30,16 +31,24 @@ int RunDesktopProgram() {
   return QApplication::exec();
 }
 
+// A scheduled job shows nothing, so it runs on the core application alone:
+// a GUI application would start a window-system platform for nothing, and
+// that start looks into the session's runtime folder (XDG_RUNTIME_DIR) for a
+// sandbox's mark. Cron gives no such folder, so Qt would warn on standard
+// error, and cron mail the warning, on every run.
+std::unique_ptr<QCoreApplication> MakeApplication(bool batch, int& argc, char** argv) {
+  if (batch) return std::make_unique<QCoreApplication>(argc, argv);
+  return std::make_unique<QApplication>(argc, argv);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   const QStringList arguments = Arguments(argc, argv);
   const bool batch = app::IsBatchInvocation(arguments);
-  // A scheduled job has no screen to show anything on.
-  if (batch && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-  QApplication application(argc, argv);
-  QApplication::setApplicationName(QStringLiteral("Tabulon"));
-  QApplication::setOrganizationName(QStringLiteral("Varnel Technologies"));
+  const std::unique_ptr<QCoreApplication> application = MakeApplication(batch, argc, argv);
+  QCoreApplication::setApplicationName(QStringLiteral("Tabulon"));
+  QCoreApplication::setOrganizationName(QStringLiteral("Varnel Technologies"));
   const int status = batch ? app::RunBatch(arguments) : RunDesktopProgram();
   // The office is left running for the user; only our hold on it ends here.
   ReleaseExcelSlots();
