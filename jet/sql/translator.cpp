@@ -1,9 +1,13 @@
 // Queries, FROM sources and crosstabs.
+#include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 
+#include "sql/date_math.h"
 #include "sql/function_support.h"
+#include "sql/output_names.h"
 #include "sql/parser.h"
 #include "sql/translator_impl.h"
 
@@ -163,50 +167,69 @@ Status Translator::TranslateQuery(const QueryExpr& q, Scope* outer, QueryOut* ou
   return Status::OK();
 }
 
+namespace {
+
+// The source a translated field reference reads (sN.cK, or its rowid), or
+// null when the SQL is anything else.
+const Source* FieldSource(const Scope* scope, const std::string& sql) {
+  for (; scope; scope = scope->outer) {
+    for (const Source& s : scope->sources) {
+      const std::string prefix = s.sqlite_alias + ".";
+      if (sql.size() > prefix.size() && sql.compare(0, prefix.size(), prefix) == 0 &&
+          std::all_of(sql.begin() + static_cast<std::ptrdiff_t>(prefix.size()), sql.end(),
+                      [](unsigned char c) { return std::isalnum(c); }))
+        return &s;
+    }
+  }
+  return nullptr;
+}
+
+ColumnOrigin OriginOf(const SelectItem& item, const TypedSql& t, const Scope* scope) {
+  if (!item.alias.empty() || item.expr->kind != ExprKind::kName) return {item.alias, {}, {}};
+  const Source* source = FieldSource(scope, t.sql);
+  if (!source) return {};
+  return {{}, source->alias, item.expr->parts.back()};
+}
+
+}  // namespace
+
+Status Translator::ExpandStar(const sql::Expr& star, Scope* scope, std::vector<TypedSql>* items,
+                              std::vector<OutputColumn>* columns, std::vector<ColumnOrigin>* origins) {
+  bool any = false;
+  for (Source& s : scope->sources) {
+    if (!star.parts.empty() && !NamesEqual(s.alias, star.parts[0])) continue;
+    any = true;
+    s.shown = true;
+    for (size_t i = 0; i < s.columns.size(); ++i) {
+      const SourceColumn& c = s.columns[i];
+      items->push_back({s.sqlite_alias + ".c" + std::to_string(i), c.type, c.decimal_scale, c.caption});
+      columns->push_back({std::string(), c.type, c.caption, c.decimal_scale});
+      origins->push_back({{}, s.alias, c.name});
+    }
+  }
+  if (any) return Status::OK();
+  return Status::NotFound("Could not find the table or query '" +
+                              (star.parts.empty() ? std::string("*") : star.parts[0]) + "' named in the select list.",
+                          3078);
+}
+
 Status Translator::SelectList(const SelectCore& core, Scope* scope, std::vector<TypedSql>* items,
                               std::vector<OutputColumn>* columns) {
-  int expr_number = 1000;
-  // Names that occur in more than one source are qualified in * lists.
-  auto duplicated = [&](const std::string& name) {
-    int count = 0;
-    for (const Source& s : scope->sources)
-      for (const SourceColumn& c : s.columns)
-        if (NamesEqual(c.name, name)) ++count;
-    return count > 1;
-  };
+  std::vector<ColumnOrigin> origins;
   for (const SelectItem& item : core.items) {
     if (item.expr->kind == ExprKind::kStar) {
-      bool any = false;
-      for (Source& s : scope->sources) {
-        if (!item.expr->parts.empty() && !NamesEqual(s.alias, item.expr->parts[0])) continue;
-        any = true;
-        s.shown = true;
-        for (size_t i = 0; i < s.columns.size(); ++i) {
-          const SourceColumn& c = s.columns[i];
-          items->push_back({s.sqlite_alias + ".c" + std::to_string(i), c.type, c.decimal_scale, c.caption});
-          std::string name = item.expr->parts.empty() && duplicated(c.name) ? s.alias + "." + c.name : c.name;
-          columns->push_back({name, c.type, c.caption, c.decimal_scale});
-        }
-      }
-      if (!any) {
-        return Status::NotFound("Could not find the table or query '" +
-                                    (item.expr->parts.empty() ? std::string("*") : item.expr->parts[0]) +
-                                    "' named in the select list.",
-                                3078);
-      }
+      JET_RETURN_IF_ERROR(ExpandStar(*item.expr, scope, items, columns, &origins));
       continue;
     }
     TypedSql t;
     JET_RETURN_IF_ERROR(Expr(*item.expr, scope, &t));
-    std::string name = item.alias;
-    if (name.empty()) {
-      // A field keeps its name; anything else is ExprNNNN.
-      bool is_field = item.expr->kind == ExprKind::kName && t.sql.size() > 1 && t.sql[0] == 's';
-      name = is_field ? item.expr->parts.back() : "Expr" + std::to_string(expr_number++);
-    }
-    columns->push_back({name, t.type, t.caption, t.decimal_scale});
+    origins.push_back(OriginOf(item, t, scope));
+    columns->push_back({std::string(), t.type, t.caption, t.decimal_scale});
     items->push_back(std::move(t));
   }
+  const std::vector<std::string> names = OutputColumnNames(origins);
+  const size_t first = columns->size() - names.size();
+  for (size_t i = 0; i < names.size(); ++i) (*columns)[first + i].name = names[i];
   return Status::OK();
 }
 
@@ -471,6 +494,28 @@ Status Translator::TranslateNamedSource(const TableRef& ref, Scope* scope, std::
 
 // ---- crosstab ---------------------------------------------------------------
 
+namespace {
+
+// A heading listed after PIVOT ... IN is named by its value's text, as a
+// heading found in the data is: 3.50 is "3.5", a date m/d/yyyy, Null "<>".
+std::string FixedHeading(const sql::Expr& e) {
+  switch (e.kind) {
+    case ExprKind::kNull: return "<>";
+    case ExprKind::kNumber: return NumberText(e.number);
+    case ExprKind::kDate: {
+      const auto serial = ParseDateText(e.text);
+      return serial ? DateText(*serial) : e.text;
+    }
+    case ExprKind::kUnary:
+      if (e.op == "-" && e.args[0]->kind == ExprKind::kNumber) return NumberText(-e.args[0]->number);
+      break;
+    default: break;
+  }
+  return e.text;
+}
+
+}  // namespace
+
 Status Translator::TranslateCrosstab(const Statement& st, QueryOut* out) {
   const QueryExpr& q = *st.query;
   if (q.is_union) return Status::InvalidArgument("A crosstab query cannot be a union.", 3075);
@@ -496,11 +541,8 @@ Status Translator::TranslateCrosstab(const Statement& st, QueryOut* out) {
     for (const auto& e : st.pivot_in) {
       TypedSql v;
       JET_RETURN_IF_ERROR(Expr(*e, &scope, &v));
-      std::string heading = e->kind == ExprKind::kString ? e->text
-                            : e->kind == ExprKind::kNumber ? e->text
-                                                           : e->text;
       if (IsText(pivot.type) && !IsText(v.type)) v.sql = AsText(v);
-      headings.push_back({v.sql, heading});
+      headings.push_back({v.sql, FixedHeading(*e)});
     }
   } else {
     std::string values_sql = "SELECT DISTINCT " + pivot.sql + body + " ORDER BY 1" + Collation(pivot.type);

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "sql/output_names.h"
 #include "sql/translator.h"
 
 namespace jet::sql {
@@ -57,6 +58,9 @@ class Translator {
   Status TranslateNamedSource(const TableRef& ref, Scope* scope, std::string* sql);
   Status SelectList(const SelectCore& core, Scope* scope, std::vector<TypedSql>* items,
                     std::vector<OutputColumn>* columns);
+  // The columns of * or source.*, in the order of the sources and their fields.
+  Status ExpandStar(const sql::Expr& star, Scope* scope, std::vector<TypedSql>* items,
+                    std::vector<OutputColumn>* columns, std::vector<ColumnOrigin>* origins);
   Status OrderKeys(const std::vector<OrderItem>& order, Scope* scope, std::vector<std::string>* keys);
   std::string DistinctRowKeys(const SelectCore& core, const Scope& scope) const;
   Status GroupingClauses(const SelectCore& core, Scope* scope, const std::string& row_identity, std::string* body);
