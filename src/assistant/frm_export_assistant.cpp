@@ -517,7 +517,6 @@ void frmExportAssistant::lvTopLevelTables_ColumnClick(int index) {
         // One order for the whole browser, turned over by every click.
         const Qt::SortOrder order = tableSortOrder_;
         tableSortOrder_ = order == Qt::AscendingOrder ? Qt::DescendingOrder : Qt::AscendingOrder;
-        setCursor(Qt::WaitCursor);
         if (kNumberColumns.contains(caption)) {
           SortByNumber(list, column, order);
         } else if (kDateColumns.contains(caption)) {
@@ -529,10 +528,8 @@ void frmExportAssistant::lvTopLevelTables_ColumnClick(int index) {
           list.SetSortOrder(order);
           list.SetSorted(true);
         }
-        unsetCursor();
       },
       app::ReportForHandlerDuring(QStringLiteral(" frmExportAssistant::lvTopLevelTables::ColumnClick")));
-  unsetCursor();
 }
 
 }  // namespace assistant

@@ -3,6 +3,8 @@
 #include <QHeaderView>
 #include <algorithm>
 
+#include "platform/ui/mouse_pointer.h"
+
 namespace assistant {
 
 ListView::ListView(QWidget* parent) : QTreeView(parent) {
@@ -34,7 +36,9 @@ void ListView::SetReportView() { setHeaderHidden(false); }
 
 void ListView::SetSorted(bool sorted) {
   sorted_ = sorted;
-  if (sorted_) model_.Sort(sortKey_, sortOrder_, SortKind::kText);
+  if (!sorted_) return;
+  platform::WaitCursor wait;
+  model_.Sort(sortKey_, sortOrder_, SortKind::kText, &platform::LetWindowsPaint);
 }
 
 ListView::Place ListView::CurrentPlace() const {
@@ -59,7 +63,8 @@ int ListView::RowAgain(int row, const QString& text) const {
 
 void ListView::ReturnTo(const Place& place) {
   if (place.sort && model_.ColumnCaption(place.sort->column) == place.sortCaption) {
-    model_.Sort(place.sort->column, place.sort->order, place.sort->kind);
+    platform::WaitCursor wait;
+    model_.Sort(place.sort->column, place.sort->order, place.sort->kind, &platform::LetWindowsPaint);
   }
   const int current = RowAgain(place.current, place.currentText);
   if (current >= 0) {

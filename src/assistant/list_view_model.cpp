@@ -1,6 +1,8 @@
 #include "assistant/list_view_model.h"
 
 #include <algorithm>
+#include <chrono>
+#include <future>
 
 #include "assistant/value_text.h"
 #include "platform/dao/table_rows.h"
@@ -12,29 +14,18 @@ namespace {
 // Enough decoded rows for several screens of scrolling back and forth.
 constexpr int kCachedTableRows = 4096;
 
-template <typename Key>
-using ReadKey = std::optional<Key> (*)(const QString&);
+// Rows a sort reads between two looks at the windows: a few tens of
+// milliseconds of a large table.
+constexpr int kSortSlice = 32768;
 
-// Each text read as a key; nothing when one does not read.
-template <typename Key>
-std::optional<std::vector<Key>> ReadKeys(const QStringList& texts, ReadKey<Key> read) {
-  std::vector<Key> keys;
-  keys.reserve(static_cast<size_t>(texts.size()));
-  for (const QString& text : texts) {
-    const std::optional<Key> key = read(text);
-    if (!key) return std::nullopt;
-    keys.push_back(*key);
-  }
-  return keys;
-}
-
-template <typename Less>
-void SortOrder(std::vector<int>* order, Qt::SortOrder direction, Less less) {
-  if (direction == Qt::AscendingOrder) {
-    std::stable_sort(order->begin(), order->end(), less);
-  } else {
-    std::stable_sort(order->begin(), order->end(), [&](int a, int b) { return less(b, a); });
-  }
+// Ranking a million cells takes a few hundred milliseconds: done on a
+// thread of its own while this one keeps looking at the windows. The ranker
+// is this function's alone until the ranks are back.
+std::vector<int> RankAside(const ColumnRanker& ranker, const std::function<void()>& meanwhile) {
+  if (!meanwhile) return ranker.Ranks();
+  std::future<std::vector<int>> ranks = std::async(std::launch::async, [&ranker] { return ranker.Ranks(); });
+  while (ranks.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready) meanwhile();
+  return ranks.get();
 }
 
 }  // namespace
@@ -57,13 +48,19 @@ void ListViewModel::AddColumnHeader(const QString& caption) {
 
 QString ListViewModel::ColumnCaption(int column) const { return captions_.value(column); }
 
-void ListViewModel::ClearItems() {
-  beginResetModel();
-  items_.clear();
-  table_.reset();
+void ListViewModel::ForgetRows() {
   tableTexts_.clear();
   order_.clear();
   sort_.reset();
+  ranks_.clear();
+  ++contents_;
+}
+
+void ListViewModel::ClearItems() {
+  beginResetModel();
+  ForgetRows();
+  items_.clear();
+  table_.reset();
   endResetModel();
 }
 
@@ -72,16 +69,17 @@ void ListViewModel::AddItem(const QStringList& texts) {
   beginInsertRows(QModelIndex(), row, row);
   items_.push_back(texts);
   if (!order_.empty()) order_.push_back(row);
+  ranks_.clear();
+  ++contents_;
   endInsertRows();
 }
 
 void ListViewModel::ShowTableRows(std::unique_ptr<dao::TableRows> rows) {
   beginResetModel();
+  ForgetRows();
   items_.clear();
-  tableTexts_.clear();
-  order_.clear();
-  sort_.reset();
   table_ = std::move(rows);
+  listedAt_ = table_ ? table_->ListedAt() : 0;
   endResetModel();
 }
 
@@ -92,7 +90,11 @@ int ListViewModel::rowCount(const QModelIndex& parent) const {
 
 int ListViewModel::columnCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : captions_.size(); }
 
-int ListViewModel::SourceRow(int row) const { return order_.empty() ? row : order_[static_cast<size_t>(row)]; }
+int ListViewModel::SourceRow(int row) const {
+  // A table listed again after another program's change may have more rows
+  // than the order made before; those show unsorted until the next sort.
+  return static_cast<size_t>(row) < order_.size() ? order_[static_cast<size_t>(row)] : row;
+}
 
 const QStringList& ListViewModel::SourceTexts(int sourceRow) const {
   if (!table_) return items_[static_cast<size_t>(sourceRow)];
@@ -118,57 +120,42 @@ QVariant ListViewModel::headerData(int section, Qt::Orientation orientation, int
   return captions_.value(section);
 }
 
-QStringList ListViewModel::ColumnTexts(int column) const {
-  QStringList texts;
-  const int rows = rowCount();
-  texts.reserve(rows);
-  if (table_ && column >= 0 && column < table_->Fields().size()) {
-    // One pass over the table, without filling the screen cache.
-    for (const QVariant& value : table_->ColumnValues(column)) texts.append(ValueText(value));
-    return texts;
-  }
-  for (int source = 0; source < rows; ++source) texts.append(SourceTexts(source).value(column));
-  return texts;
+QVector<QVariant> ListViewModel::CellValues(int column, int first, int count) const {
+  if (table_) return table_->ColumnValues(column, first, count);
+  QVector<QVariant> cells;
+  cells.reserve(count);
+  for (int row = first; row < first + count; ++row) cells.append(items_[static_cast<size_t>(row)].value(column));
+  return cells;
 }
 
-void ListViewModel::ResetOrder() {
-  order_.resize(static_cast<size_t>(rowCount()));
-  for (size_t i = 0; i < order_.size(); ++i) order_[i] = static_cast<int>(i);
+std::shared_ptr<const std::vector<int>> ListViewModel::Ranks(int column, SortKind kind,
+                                                             const std::function<void()>& betweenSlices) {
+  if (table_ && table_->ListedAt() != listedAt_) {
+    // Another program changed the table: what was kept is of the old rows.
+    ranks_.clear();
+    listedAt_ = table_->ListedAt();
+  }
+  const auto key = std::make_pair(column, kind);
+  if (const auto kept = ranks_.find(key); kept != ranks_.end()) return kept->second;
+  const uint64_t contents = contents_;
+  const uint64_t listedAt = listedAt_;
+  ColumnRanker ranker(kind);
+  bool readable = true;
+  for (int first = 0; readable && first < rowCount(); first += kSortSlice) {
+    readable = ranker.Append(CellValues(column, first, std::min(kSortSlice, rowCount() - first)));
+    if (betweenSlices) betweenSlices();
+    if (contents_ != contents || (table_ && table_->ListedAt() != listedAt)) return nullptr;
+  }
+  auto ranks = readable ? std::make_shared<const std::vector<int>>(RankAside(ranker, betweenSlices)) : nullptr;
+  ranks_[key] = ranks;
+  return ranks;
 }
 
-bool ListViewModel::Sort(int column, Qt::SortOrder direction, SortKind kind) {
-  const QStringList texts = ColumnTexts(column);
-  std::vector<int> order(static_cast<size_t>(texts.size()));
-  for (size_t i = 0; i < order.size(); ++i) order[i] = static_cast<int>(i);
-  switch (kind) {
-    case SortKind::kText:
-      SortOrder(&order, direction, [&](int a, int b) {
-        return QString::compare(texts[a], texts[b], Qt::CaseInsensitive) < 0;
-      });
-      break;
-    case SortKind::kNumber: {
-      const auto keys = ReadKeys<qint32>(texts, &NumberFromText);
-      if (!keys) return false;
-      SortOrder(&order, direction, [&](int a, int b) { return (*keys)[a] < (*keys)[b]; });
-      break;
-    }
-    case SortKind::kDate: {
-      const auto keys = ReadKeys<QDateTime>(texts, &DateFromText);
-      if (!keys) return false;
-      SortOrder(&order, direction, [&](int a, int b) { return (*keys)[a] < (*keys)[b]; });
-      break;
-    }
-    case SortKind::kTimeBlock: {
-      // A text with no clock time in it goes after every one with one.
-      std::vector<int> minutes(order.size());
-      for (size_t i = 0; i < order.size(); ++i) minutes[i] = FirstClockTime(texts[i]).value_or(24 * 60);
-      SortOrder(&order, direction, [&](int a, int b) {
-        if (minutes[a] != minutes[b]) return minutes[a] < minutes[b];
-        return QString::compare(texts[a], texts[b], Qt::CaseInsensitive) < 0;
-      });
-      break;
-    }
-  }
+bool ListViewModel::Sort(int column, Qt::SortOrder direction, SortKind kind,
+                         const std::function<void()>& betweenSlices) {
+  const std::shared_ptr<const std::vector<int>> ranks = Ranks(column, kind, betweenSlices);
+  if (!ranks || static_cast<int>(ranks->size()) != rowCount()) return false;
+  std::vector<int> order = OrderByRank(*ranks, direction);
   beginResetModel();
   order_ = std::move(order);
   sort_ = ListSort{column, direction, kind};

@@ -8,18 +8,19 @@
 #include <QAbstractTableModel>
 #include <QCache>
 #include <QStringList>
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
+
+#include "assistant/column_ranks.h"
 
 namespace dao {
 class TableRows;
 }
 
 namespace assistant {
-
-// How a column's texts are compared.
-enum class SortKind { kText, kDate, kNumber, kTimeBlock };
 
 struct ListSort {
   int column = 0;
@@ -52,8 +53,11 @@ class ListViewModel : public QAbstractTableModel {
   QString ItemText(int row, int column) const;
 
   // Orders the shown rows by one column. False (and the order as it was)
-  // when a cell of a date or number column does not read as one.
-  bool Sort(int column, Qt::SortOrder order, SortKind kind);
+  // when a cell of a date or number column does not read as one, or when the
+  // rows were filled again meanwhile. A long table is read in slices, with
+  // `betweenSlices` called after each (to keep the windows painted); the
+  // column's keys are kept for its next sort while the rows stay.
+  bool Sort(int column, Qt::SortOrder order, SortKind kind, const std::function<void()>& betweenSlices = {});
   // The sort in force since the rows were last filled; none while unsorted.
   const std::optional<ListSort>& CurrentSort() const { return sort_; }
 
@@ -65,8 +69,12 @@ class ListViewModel : public QAbstractTableModel {
  private:
   int SourceRow(int row) const;
   const QStringList& SourceTexts(int sourceRow) const;
-  QStringList ColumnTexts(int column) const;
-  void ResetOrder();
+  // The column's ranks for the kind, read now or kept from an earlier sort;
+  // null when a cell does not read as the kind or the rows changed meanwhile.
+  std::shared_ptr<const std::vector<int>> Ranks(int column, SortKind kind, const std::function<void()>& betweenSlices);
+  QVector<QVariant> CellValues(int column, int first, int count) const;
+  // Forgets the order and the kept keys: the rows are about to change.
+  void ForgetRows();
 
   QStringList captions_;
   std::vector<QStringList> items_;
@@ -76,6 +84,12 @@ class ListViewModel : public QAbstractTableModel {
   // Shown row -> source row; empty while unsorted.
   std::vector<int> order_;
   std::optional<ListSort> sort_;
+  // Kept keys, by column and kind; a null entry when that sort cannot be made.
+  std::map<std::pair<int, SortKind>, std::shared_ptr<const std::vector<int>>> ranks_;
+  uint64_t listedAt_ = 0;  // the table's listing the kept keys belong to
+  // Counts every change of the rows, so a sort notices one made while it
+  // let the windows paint.
+  uint64_t contents_ = 0;
 };
 
 }  // namespace assistant

@@ -1,6 +1,7 @@
 #include "assistant/mlistview_extensions.h"
 
 #include "assistant/list_view.h"
+#include "platform/ui/mouse_pointer.h"
 
 namespace assistant {
 
@@ -8,7 +9,8 @@ namespace {
 
 void SortBy(ListView& list, int column, Qt::SortOrder order, SortKind kind) {
   list.SetSorted(false);
-  list.Model().Sort(column, order, kind);
+  platform::WaitCursor wait;
+  list.Model().Sort(column, order, kind, &platform::LetWindowsPaint);
 }
 
 }  // namespace

@@ -1,6 +1,9 @@
 #include "platform/dao/table_rows.h"
 
+#include <algorithm>
+
 #include "jet/query.h"
+#include "jet/table_reader.h"
 #include "platform/dao/dao.h"
 #include "platform/dao/dao_errors.h"
 
@@ -9,9 +12,9 @@ namespace {
 
 // A value that cannot be shown (a damaged date) leaves its cell empty and
 // the rest of the row is shown.
-QVariant ValueOrNull(const jet::Value& value) {
+QVariant ValueOrNull(const jet::Value& value, Qt::TimeSpec dates = Qt::LocalTime) {
   try {
-    return ToVariant(value);
+    return ToVariant(value, dates);
   } catch (const platform::AppError&) {
     return QVariant();
   }
@@ -56,20 +59,25 @@ QVector<QVariant> TableRows::Row(int index) const {
   return values;
 }
 
-QVector<QVariant> TableRows::ColumnValues(int field) const {
+QVector<QVariant> TableRows::ColumnValues(int field, int first, int count) const {
   QVector<QVariant> values;
   jet::ReadOperation read(engine_->database());
   KeepCurrent();
-  values.reserve(RowCount());
-  std::unique_ptr<jet::TableCursor> cursor;
-  if (read.status().ok() && engine_->database().OpenTable(table_, &cursor).ok()) {
-    while (values.size() < RowCount() && cursor->Next()) {
-      const jet::Row& row = cursor->row();
-      values.append(field < static_cast<int>(row.size()) ? ValueOrNull(row[static_cast<size_t>(field)]) : QVariant());
-    }
+  first = std::clamp(first, 0, RowCount());
+  count = std::clamp(count, 0, RowCount() - first);
+  values.reserve(count);
+  jet::ColumnSet wanted(static_cast<size_t>(fields_.size()), false);
+  std::unique_ptr<jet::TableReader> reader;
+  if (field >= 0 && field < fields_.size() && read.status().ok()) {
+    wanted[static_cast<size_t>(field)] = true;
+    if (!engine_->database().OpenReader(table_, wanted, &reader).ok()) reader.reset();
   }
-  // Rows that could not be read sort as Null.
-  values.resize(RowCount());
+  jet::Row row;
+  for (int i = first; i < first + count; ++i) {
+    const bool ok = reader && reader->Read(places_[static_cast<size_t>(i)], &row).ok() &&
+                    field < static_cast<int>(row.size());
+    values.append(ok ? ValueOrNull(row[static_cast<size_t>(field)], Qt::UTC) : QVariant());
+  }
   return values;
 }
 

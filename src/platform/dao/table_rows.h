@@ -33,9 +33,13 @@ class TableRows {
   // again first (RowCount may then change). A row that cannot be read
   // (damaged) comes back all Null.
   QVector<QVariant> Row(int index) const;
-  // One field of every row, in row order, read in one pass over the table
-  // (for sorting by that field).
-  QVector<QVariant> ColumnValues(int field) const;
+  // One field of the rows [first, first + count), in row order, decoding
+  // that field alone: a sort reads a long table in slices, each one read of
+  // the file, so the windows can be painted between them. Rows that cannot
+  // be read come back Null, dates as UTC (see ToVariant).
+  QVector<QVariant> ColumnValues(int field, int first, int count) const;
+  // Changes whenever the rows were listed again after another program's change.
+  uint64_t ListedAt() const { return listed_at_; }
 
  private:
   TableRows() = default;

@@ -15,7 +15,7 @@ constexpr double kFirstSerial = -657434.0;
 constexpr double kSerialAfterLast = 2958466.0;
 
 // Days since 1899-12-30, time as the (sign-magnitude) fraction.
-QDateTime FromSerial(double serial) {
+QDateTime FromSerial(double serial, Qt::TimeSpec spec) {
   const double day = std::trunc(serial);
   qint64 ms = std::llround(std::fabs(serial - day) * kMillisPerDay);
   qint64 days = static_cast<qint64>(day);
@@ -24,14 +24,15 @@ QDateTime FromSerial(double serial) {
     days += serial < 0 ? -1 : 1;
   }
   const QDate date = QDate(1899, 12, 30).addDays(days);
-  return QDateTime(date, QTime(0, 0).addMSecs(static_cast<int>(ms)));
+  return QDateTime(date, QTime(0, 0).addMSecs(static_cast<int>(ms)), spec);
 }
 
 }  // namespace
 
-QVariant ToVariant(const jet::Value& v) {
+QVariant ToVariant(const jet::Value& v, Qt::TimeSpec dates) {
   if (v.is_null()) return QVariant();
   struct Visitor {
+    Qt::TimeSpec spec;
     QVariant operator()(std::monostate) const { return QVariant(); }
     QVariant operator()(bool b) const { return b; }
     QVariant operator()(int64_t i) const {
@@ -49,7 +50,7 @@ QVariant ToVariant(const jet::Value& v) {
                                                 "and 31 December 9999."),
                                  QStringLiteral("DAO.Field"));
       }
-      return FromSerial(dt.serial);
+      return FromSerial(dt.serial, spec);
     }
     QVariant operator()(const jet::Decimal& d) const { return std::stod(jet::FormatDecimal(d)); }
     QVariant operator()(const std::string& s) const { return QString::fromStdString(s); }
@@ -59,7 +60,7 @@ QVariant ToVariant(const jet::Value& v) {
     QVariant operator()(const jet::Guid&) const { return QVariant(); }
   };
   if (v.type() == jet::ColumnType::kGuid) return QString::fromStdString(jet::CanonicalText(v));
-  return std::visit(Visitor{}, v.data());
+  return std::visit(Visitor{dates}, v.data());
 }
 
 jet::Value ToParameterValue(const QVariant& value, jet::ColumnType type) {

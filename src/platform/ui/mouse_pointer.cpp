@@ -1,5 +1,6 @@
 #include "platform/ui/mouse_pointer.h"
 
+#include <QCoreApplication>
 #include <QCursor>
 #include <QGuiApplication>
 
@@ -27,5 +28,7 @@ int MousePointer() {
 WaitCursor::WaitCursor() : previous_(MousePointer()) { SetMousePointer(vbHourglass); }
 
 WaitCursor::~WaitCursor() { SetMousePointer(previous_); }
+
+void LetWindowsPaint() { QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents); }
 
 }  // namespace platform

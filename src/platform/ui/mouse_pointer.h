@@ -22,4 +22,9 @@ class WaitCursor {
   int previous_;
 };
 
+// For a long step on the user-interface thread, between slices of its work:
+// the windows repaint (the hourglass shows at once), while the user's clicks
+// and keys wait until the step is done rather than acting on a half-made state.
+void LetWindowsPaint();
+
 }  // namespace platform

@@ -186,9 +186,11 @@ TEST(DaoTableRows, RowsByPlaceMatchTheWholeTable) {
     ASSERT_GT(rows->RowCount(), 0);
     ASSERT_EQ(rows->Fields().size(), whole->FieldCount());
     for (int i = 0; i < rows->RowCount(); ++i) ASSERT_EQ(rows->Row(i), whole->Rows()[i]) << "row " << i;
-    const QVector<QVariant> last = rows->ColumnValues(rows->Fields().size() - 1);
-    ASSERT_EQ(last.size(), rows->RowCount());
-    EXPECT_EQ(last.back(), whole->Rows().back().back());
+    // A slice of one column reads the same cells, and stops at the end.
+    const int field = rows->Fields().size() - 1, first = rows->RowCount() / 2;
+    const QVector<QVariant> slice = rows->ColumnValues(field, first, rows->RowCount());
+    ASSERT_EQ(slice.size(), rows->RowCount() - first);
+    for (int i = 0; i < slice.size(); ++i) ASSERT_EQ(slice[i], whole->Rows()[first + i][field]) << "row " << first + i;
     EXPECT_EQ(rows->Row(rows->RowCount()), QVector<QVariant>(rows->Fields().size()));
   }
 }
