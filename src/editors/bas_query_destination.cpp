@@ -259,7 +259,6 @@ void frmQueryDestination_cmdAddMacro_OnClick(frmQueryDestination& form) {
         bool numbered = true;
         editors::CFlexGrid().AddRow(grid, static_cast<std::int16_t>(grid.Rows()), numbered);
         grid.setCurrentCell(grid.Rows() - 1, 1);
-        grid.setFocus();
       },
       app::ReportForHandler());
 }
@@ -277,6 +276,8 @@ void frmQueryDestination_cmdRemoveMacro_OnClick(frmQueryDestination& form) {
     for (int n = 1; n < grid.Rows(); ++n) grid.SetTextMatrix(n, 0, QString::number(n));
   }
   grid.setCurrentCell(std::min(row, grid.Rows() - 1), 1);
+  // The last row emptied stays the current cell, so the keys are taken
+  // back from the button here.
   grid.setFocus();
 }
 

@@ -42,6 +42,12 @@ void UpdateContentsParameterGrid(frmQueryParameters& form, dao::ParameterList& p
   app::Guarded(
       [&] {
         editors::FlexGrid& grid = *form.msflxQueryParameters;
+        // Shown before its first cell is chosen, which gives it the keys;
+        // hidden, it hands them back to the list rather than to the buttons.
+        const bool takesValues = parameters.Count() > 0;
+        if (!takesValues && form.focusWidget() == &grid) form.lstUserQueries->setFocus();
+        grid.setVisible(takesValues);
+        form.lblNotParameterQuery->setVisible(!takesValues);
         form.parameterTypes.clear();
         editors::FormatParameterGrid(grid, parameters.Count());
         for (int i = 0; i < parameters.Count(); ++i) {
@@ -50,9 +56,6 @@ void UpdateContentsParameterGrid(frmQueryParameters& form, dao::ParameterList& p
           form.parameterTypes << parameters.Item(i).Type;
         }
         grid.resizeColumnToContents(0);
-        const bool takesValues = parameters.Count() > 0;
-        grid.setVisible(takesValues);
-        form.lblNotParameterQuery->setVisible(!takesValues);
         frmQueryParameters_ShowParameterType(form);
       },
       ReportFor("UpdateContentsParameterGrid", "Error showing the query's parameters."));

@@ -3,7 +3,9 @@
 #include <QApplication>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QPalette>
+#include <algorithm>
 
 namespace editors {
 
@@ -133,12 +135,32 @@ void FlexGrid::keyPressEvent(QKeyEvent* event) {
   int key = AnsiCode(*event);
   if (key == 0) {
     QTableWidget::keyPressEvent(event);  // arrows and the like move the current cell
-    if (currentRow() == 0 && Rows() > 1) setCurrentCell(1, currentColumn());
-    if (currentColumn() == 0 && Cols() > 1) setCurrentCell(currentRow(), 1);
+    KeepOffFixedCells();
     return;
   }
   emit KeyPress(key);
   event->accept();
+}
+
+void FlexGrid::mousePressEvent(QMouseEvent* event) {
+  QTableWidget::mousePressEvent(event);
+  KeepOffFixedCells();
+}
+
+void FlexGrid::mouseMoveEvent(QMouseEvent* event) {
+  QTableWidget::mouseMoveEvent(event);
+  KeepOffFixedCells();
+}
+
+void FlexGrid::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
+  QTableWidget::currentChanged(current, previous);
+  // A grid its window hides has no chosen cell to show.
+  if (isVisibleTo(window())) setFocus(Qt::OtherFocusReason);
+}
+
+void FlexGrid::KeepOffFixedCells() {
+  if (Rows() < 2 || Cols() < 2) return;
+  if (currentRow() < 1 || currentColumn() < 1) setCurrentCell(std::max(currentRow(), 1), std::max(currentColumn(), 1));
 }
 
 }  // namespace editors

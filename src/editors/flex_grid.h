@@ -47,8 +47,18 @@ class FlexGrid : public QTableWidget {
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+  // Every change of the current cell passes here, whether code, a key or a
+  // click made it: the grid takes the keys, so that what is typed goes
+  // into the cell that shows as chosen.
+  void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
 
  private:
+  // The fixed cells can be read but not chosen: a current cell among them
+  // (a click on a row's number or name or on a heading, an arrow key) moves
+  // onto the first data cell of its row or column.
+  void KeepOffFixedCells();
   void StyleFixedCells();
   QString formatString_;
 };

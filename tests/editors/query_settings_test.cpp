@@ -1,7 +1,8 @@
 // The query destination and query parameters editors on a copy of the
 // sample: what they show of a user query, what they save (in the stored
 // list encoding, with the current user as author), the values they refuse
-// before anything is written, and the question when another query is chosen.
+// before anything is written, the question when another query is chosen,
+// and keys typed going where a grid shows its chosen cell.
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -57,6 +58,33 @@ class QuerySettingsTest : public EditorTest {
     QTest::mouseClick(grid.viewport(), Qt::LeftButton, Qt::NoModifier, cell.center());
     for (qsizetype n = grid.Text().size(); n > 0; --n) QTest::keyClick(&grid, Qt::Key_Backspace);
     QTest::keyClicks(&grid, text);
+  }
+  // Keys as the keyboard sends them: to whatever has the focus.
+  static void TypeAtFocus(const QString& text) {
+    ASSERT_NE(QApplication::focusWidget(), nullptr);
+    QTest::keyClicks(QApplication::focusWidget(), text);
+  }
+  static void EraseAtFocus(qsizetype characters) {
+    ASSERT_NE(QApplication::focusWidget(), nullptr);
+    for (; characters > 0; --characters) QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backspace);
+  }
+  // A click on a cell of the fixed row or column as well as a data cell.
+  static void ClickCell(FlexGrid& grid, int row, int col) {
+    QTest::mouseClick(grid.viewport(), Qt::LeftButton, Qt::NoModifier,
+                      grid.visualRect(grid.model()->index(row, col)).center());
+  }
+  // The keyboard is on the grid, at the value cell of `row`, the one cell
+  // that shows as chosen.
+  static ::testing::AssertionResult KeysGoTo(const FlexGrid& grid, int row) {
+    const QWidget* focus = QApplication::focusWidget();
+    if (focus != &grid)
+      return ::testing::AssertionFailure() << "the keys go to " << (focus ? focus->metaObject()->className() : "nothing");
+    if (grid.currentRow() != row || grid.currentColumn() != 1)
+      return ::testing::AssertionFailure() << "the current cell is " << grid.currentRow() << "," << grid.currentColumn();
+    const QModelIndexList chosen = grid.selectionModel()->selectedIndexes();
+    if (chosen != QModelIndexList{grid.model()->index(row, 1)})
+      return ::testing::AssertionFailure() << chosen.size() << " cells show as chosen";
+    return ::testing::AssertionSuccess();
   }
   static QStringList Column(const FlexGrid& grid, int col) {
     QStringList cells;
@@ -288,6 +316,73 @@ TEST_F(QuerySettingsTest, ParametersRefuseValuesThatDoNotConvertOrHoldTheSeparat
   editors::ShowQueryParametersEditor(kInterviewsAtSite);
   EXPECT_EQ(StoredParameters(kInterviewsAtSite), before);
   EXPECT_TRUE(StoredParameters(kCatchByWeek).startsWith(QStringLiteral("2021-05-02/30-Sep-2021|")));
+}
+
+TEST_F(QuerySettingsTest, ParameterValuesTypedWithoutAClickGoIntoTheChosenCell) {
+  WhenShown<frmQueryParameters>([&](frmQueryParameters& form) {
+    FlexGrid& grid = *form.msflxQueryParameters;
+    EXPECT_TRUE(KeysGoTo(grid, 1));
+    EraseAtFocus(grid.Text().size());
+    TypeAtFocus(QStringLiteral("02-May-2021"));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    EXPECT_TRUE(KeysGoTo(grid, 2));
+
+    // Another query chosen in the list, after one without parameters: its
+    // first value takes the keys.
+    script.AnswerMessageBox(platform::vbYes);
+    ClickEntry(*form.lstUserQueries, QStringLiteral("qryOpenings"));
+    EXPECT_EQ(QApplication::focusWidget(), form.lstUserQueries);
+    ClickEntry(*form.lstUserQueries, QStringLiteral("qryInterviewsAtSite"));
+    ASSERT_EQ(Column(grid, 0), QStringList{QStringLiteral("Site Number")});
+    EXPECT_TRUE(KeysGoTo(grid, 1));
+    // A refused value keeps the keys on its cell, marked red.
+    TypeAtFocus(QStringLiteral("x"));
+    ExpectRefusal(form, form.cmdOK, QStringLiteral("The value for [Site Number] cannot be read as a Long Integer."));
+    EXPECT_EQ(QApplication::focusWidget(), &grid);
+    EXPECT_EQ(grid.currentRow(), 1);
+    EXPECT_EQ(grid.CellBackColor(), 255u);
+    EraseAtFocus(1);
+    TypeAtFocus(QStringLiteral("2"));
+    QTest::mouseClick(form.cmdOK, Qt::LeftButton);
+    EXPECT_FALSE(form.isVisible());
+  });
+  editors::ShowQueryParametersEditor(kCatchByWeek);
+  const QString user = platform::LoginName().trimmed();
+  EXPECT_EQ(StoredParameters(kCatchByWeek), QStringLiteral("02-May-2021/30-Sep-2021|") + user);
+  EXPECT_EQ(StoredParameters(kInterviewsAtSite), QStringLiteral("52|") + user);
+}
+
+TEST_F(QuerySettingsTest, TheMacroGridTakesTheKeysWhereverItsCellIsChosen) {
+  WhenShown<frmQueryDestination>([&](frmQueryDestination& form) {
+    FlexGrid& macros = *form.msflxExcelMacros;
+    EXPECT_TRUE(KeysGoTo(macros, 1));
+    TypeAtFocus(QStringLiteral("X"));
+    // A click on a row's number chooses its macro, a click on the heading
+    // the column's first, wherever the keys were.
+    QTest::mouseClick(form.txtTargetRow, Qt::LeftButton);
+    ASSERT_EQ(QApplication::focusWidget(), form.txtTargetRow);
+    ClickCell(macros, 2, 0);
+    EXPECT_TRUE(KeysGoTo(macros, 2));
+    TypeAtFocus(QStringLiteral("Y"));
+    ClickCell(macros, 0, 1);
+    EXPECT_TRUE(KeysGoTo(macros, 1));
+
+    QTest::mouseClick(form.cmdAddMacro, Qt::LeftButton);
+    EXPECT_TRUE(KeysGoTo(macros, 3));
+    TypeAtFocus(QStringLiteral("Extra/Tidy"));
+    ExpectRefusal(form, form.cmdOK,
+                  QStringLiteral("Macro 3 contains '/', which separates the stored macros; a macro name cannot "
+                                 "contain it."));
+    EXPECT_EQ(QApplication::focusWidget(), &macros);
+    EXPECT_EQ(macros.currentRow(), 3);
+    EraseAtFocus(5);
+    TypeAtFocus(QStringLiteral(".Tidy"));
+    QTest::mouseClick(form.cmdOK, Qt::LeftButton);
+    EXPECT_FALSE(form.isVisible());
+  });
+  editors::ShowQueryDestinationEditor(kCatchByWeek);
+  EXPECT_EQ(StoredDestination(kCatchByWeek).section(QLatin1Char('|'), 4, 4),
+            QStringLiteral("Formatting.FormatCatchBlockX/Totals.AddTotalsY/Extra.Tidy"));
 }
 
 TEST_F(QuerySettingsTest, AUserQueryWhoseSavedQueryIsGoneIsReportedAndNotEdited) {
