@@ -140,12 +140,21 @@ std::shared_ptr<const std::vector<int>> ListViewModel::Ranks(int column, SortKin
   const uint64_t contents = contents_;
   const uint64_t listedAt = listedAt_;
   ColumnRanker ranker(kind);
+  // While this thread reads a slice, the one before is keyed on another.
+  // Declared after the ranker, so a return waits for it before the ranker goes.
+  std::future<bool> keyed;
   bool readable = true;
-  for (int first = 0; readable && first < rowCount(); first += kSortSlice) {
-    readable = ranker.Append(CellValues(column, first, std::min(kSortSlice, rowCount() - first)));
+  for (int first = 0; first < rowCount(); first += kSortSlice) {
+    QVector<QVariant> cells = CellValues(column, first, std::min(kSortSlice, rowCount() - first));
+    if (keyed.valid() && !keyed.get()) {
+      readable = false;
+      break;
+    }
+    keyed = std::async(std::launch::async, [&ranker, cells = std::move(cells)] { return ranker.Append(cells); });
     if (betweenSlices) betweenSlices();
     if (contents_ != contents || (table_ && table_->ListedAt() != listedAt)) return nullptr;
   }
+  if (readable && keyed.valid()) readable = keyed.get();
   auto ranks = readable ? std::make_shared<const std::vector<int>>(RankAside(ranker, betweenSlices)) : nullptr;
   ranks_[key] = ranks;
   return ranks;

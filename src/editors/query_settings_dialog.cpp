@@ -1,5 +1,6 @@
 #include "editors/query_settings_dialog.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
@@ -25,6 +26,16 @@ QuerySettingsDialog::QuerySettingsDialog(const QString& title, QWidget* parent) 
   cmdOK->setAutoDefault(false);
   cmdCancel->setAutoDefault(false);
   connect(cmdCancel, &QPushButton::clicked, this, &QDialog::reject);
+  lstUserQueries->installEventFilter(this);
+  lstUserQueries->viewport()->installEventFilter(this);  // where the clicks land
+}
+
+bool QuerySettingsDialog::BrowsingListByKeys() const { return lstUserQueries->hasFocus() && listByKeys_; }
+
+bool QuerySettingsDialog::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == lstUserQueries && event->type() == QEvent::KeyPress) listByKeys_ = true;
+  if (watched == lstUserQueries->viewport() && event->type() == QEvent::MouseButtonPress) listByKeys_ = false;
+  return QDialog::eventFilter(watched, event);
 }
 
 void QuerySettingsDialog::SetFields(QLayout* fields, QWidget* first, QWidget* last) {
@@ -110,7 +121,14 @@ void ShowChosenQuery(QuerySettingsDialog& form, const std::function<bool()>& sav
   if (!chosen) return;
   const std::int32_t queryId = chosen->data(Qt::UserRole).toInt();
   if (queryId == form.shownQueryId) return;
-  if (!MayLeaveShownQuery(form, save) || !show(queryId)) form.HighlightQuery(form.shownQueryId);
+  // A grid takes the keys when its first cell is chosen; someone going
+  // through the list with the arrow keys keeps them in the list.
+  const bool browsing = form.BrowsingListByKeys();
+  if (!MayLeaveShownQuery(form, save) || !show(queryId)) {
+    form.HighlightQuery(form.shownQueryId);
+    return;
+  }
+  if (browsing) form.lstUserQueries->setFocus();
 }
 
 void RefuseValue(QuerySettingsDialog& form, QWidget& field, const QString& problem) {

@@ -48,7 +48,12 @@ class QuerySettingsDialog : public QDialog {
   // a cell marks the settings changed.
   void EditByKeys(FlexGrid& grid);
 
+  // Whether the person is going through the query list with the keys (the
+  // last thing it got was a key rather than a click).
+  bool BrowsingListByKeys() const;
+
  protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
   QuerySettingsDialog(const QString& title, QWidget* parent);
   // Puts the editor's own fields right of the list and sets the tab order
   // list, fields, OK, Cancel (`first` and `last` the fields' ends).
@@ -56,6 +61,7 @@ class QuerySettingsDialog : public QDialog {
 
  private:
   QString restoreText_;
+  bool listByKeys_ = false;
 };
 
 // The list's click: the chosen query shown by `show` once the shown one may

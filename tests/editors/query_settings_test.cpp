@@ -332,6 +332,15 @@ TEST_F(QuerySettingsTest, ParameterValuesTypedWithoutAClickGoIntoTheChosenCell) 
     script.AnswerMessageBox(platform::vbYes);
     ClickEntry(*form.lstUserQueries, QStringLiteral("qryOpenings"));
     EXPECT_EQ(QApplication::focusWidget(), form.lstUserQueries);
+    // Going through the list with the arrow keys shows each query (the one
+    // above takes values) and leaves the keys in the list.
+    const std::int32_t openings = form.shownQueryId;
+    for (const Qt::Key key : {Qt::Key_Up, Qt::Key_Down}) {
+      QTest::keyClick(form.lstUserQueries, key);
+      EXPECT_EQ(QApplication::focusWidget(), form.lstUserQueries);
+      EXPECT_EQ(form.shownQueryId != openings, key == Qt::Key_Up);
+    }
+    EXPECT_FALSE(grid.isVisible());
     ClickEntry(*form.lstUserQueries, QStringLiteral("qryInterviewsAtSite"));
     ASSERT_EQ(Column(grid, 0), QStringList{QStringLiteral("Site Number")});
     EXPECT_TRUE(KeysGoTo(grid, 1));
