@@ -2,9 +2,10 @@
 
 #include <QDateTime>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
-#include <thread>
+#include <optional>
 
 #include "assistant/value_text.h"
 
@@ -55,33 +56,51 @@ std::optional<qint64> DateKey(const QVariant& cell) {
   return std::nullopt;
 }
 
+// A row's place in the sort: one key and the row, sixteen bytes, so a
+// million of them sort quickly.
 struct Entry {
-  qint64 number;
-  quint64 chunk;
+  quint64 key;
   int row;
-  bool operator<(const Entry& other) const {
-    if (number != other.number) return number < other.number;
-    if (chunk != other.chunk) return chunk < other.chunk;
-    return row < other.row;
-  }
-  bool SameKey(const Entry& other) const { return number == other.number && chunk == other.chunk; }
-  // The last slot empty: every text of a run with this chunk ended in it.
-  bool TextEnded() const { return (chunk & ((quint64{1} << kSlotBits) - 1)) == 0; }
+  bool operator<(const Entry& other) const { return key != other.key ? key < other.key : row < other.row; }
+  // The last slot empty: every text of a run with this key ended in it.
+  bool TextEnded() const { return (key & ((quint64{1} << kSlotBits) - 1)) == 0; }
 };
 
-// A large run is sorted as two halves at once, then merged: most machines
-// have a second core, and this is where a text sort spends its time.
-void SortEntries(std::vector<Entry>::iterator begin, std::vector<Entry>::iterator end) {
-  constexpr ptrdiff_t kWorthASecondThread = 65536;
-  if (end - begin < kWorthASecondThread || std::thread::hardware_concurrency() < 2) {
+// The first key of a row: its number (a date's or time block's too) ahead of
+// its text's first units. A time block's minute fits above the units; a
+// number or date column has no text.
+quint64 FirstKey(std::optional<qint64> number, std::optional<quint64> chunk) {
+  constexpr quint64 kSignBit = quint64{1} << 63;
+  if (!chunk) return static_cast<quint64>(*number) ^ kSignBit;
+  if (!number) return *chunk;
+  return (static_cast<quint64>(*number) << (kChunkUnits * kSlotBits)) | *chunk;
+}
+
+// Orders a run by key, keeping the order of equal keys: rows come to a run
+// in row order, so that is the order of their rows. A long run is sorted a
+// byte of the key at a time (a byte all rows share is passed over, and text
+// leaves most of them alike); a short one compares.
+void SortRun(std::vector<Entry>::iterator begin, std::vector<Entry>::iterator end, std::vector<Entry>* spare) {
+  constexpr ptrdiff_t kWorthCounting = 2048;
+  const ptrdiff_t count = end - begin;
+  if (count < kWorthCounting) {
     std::sort(begin, end);
     return;
   }
-  const auto middle = begin + (end - begin) / 2;
-  std::thread firstHalf([=] { std::sort(begin, middle); });
-  std::sort(middle, end);
-  firstHalf.join();
-  std::inplace_merge(begin, middle, end);
+  spare->resize(static_cast<size_t>(count));
+  auto from = begin;
+  auto to = spare->begin();
+  bool inSpare = false;
+  for (int shift = 0; shift < 64; shift += 8) {
+    std::array<size_t, 257> start{};
+    for (auto it = from; it != from + count; ++it) ++start[((it->key >> shift) & 0xff) + 1];
+    if (std::find(start.begin() + 1, start.end(), static_cast<size_t>(count)) != start.end()) continue;
+    for (size_t i = 1; i < start.size(); ++i) start[i] += start[i - 1];
+    for (auto it = from; it != from + count; ++it) to[static_cast<ptrdiff_t>(start[(it->key >> shift) & 0xff]++)] = *it;
+    std::swap(from, to);
+    inSpare = !inSpare;
+  }
+  if (inSpare) std::copy(from, from + count, begin);
 }
 
 }  // namespace
@@ -165,7 +184,9 @@ std::vector<int> ColumnRanker::Ranks() const {
   const int count = static_cast<int>(texts ? textStarts_.size() - 1 : numbers_.size());
   std::vector<Entry> entries(static_cast<size_t>(count));
   for (int row = 0; row < count; ++row) {
-    entries[row] = {numbers_.empty() ? 0 : numbers_[row], texts ? TextChunk(row, 0) : 0, row};
+    const auto number = numbers_.empty() ? std::nullopt : std::optional<qint64>(numbers_[row]);
+    const auto chunk = texts ? std::optional<quint64>(TextChunk(row, 0)) : std::nullopt;
+    entries[row] = {FirstKey(number, chunk), row};
   }
   // Most rows part on the number and the first units. Rows still tied on
   // those are ordered by their next units, run by run, after skipping what
@@ -177,6 +198,7 @@ std::vector<int> ColumnRanker::Ranks() const {
   };
   std::vector<Run> runs{{0, entries.size(), 0}};
   std::vector<int> rows;
+  std::vector<Entry> spare;
   while (!runs.empty()) {
     Run run = runs.back();
     runs.pop_back();
@@ -186,12 +208,12 @@ std::vector<int> ColumnRanker::Ranks() const {
       run.offset += SharedUnits(rows, run.offset);
       const bool same = std::all_of(rows.begin(), rows.end(), [&](int row) { return TextLength(row) == run.offset; });
       if (same) continue;  // equal texts: one rank, in row order already
-      for (size_t i = run.begin; i < run.end; ++i) entries[i].chunk = TextChunk(entries[i].row, run.offset);
+      for (size_t i = run.begin; i < run.end; ++i) entries[i].key = TextChunk(entries[i].row, run.offset);
     }
-    SortEntries(entries.begin() + run.begin, entries.begin() + run.end);
+    SortRun(entries.begin() + run.begin, entries.begin() + run.end, &spare);
     size_t tied = run.begin;
     for (size_t i = run.begin; i <= run.end; ++i) {
-      if (i < run.end && i > run.begin && entries[i].SameKey(entries[i - 1])) continue;
+      if (i < run.end && i > run.begin && entries[i].key == entries[i - 1].key) continue;
       if (i < run.end && (i > run.begin || run.offset == 0)) newRank[i] = true;
       if (texts && i - tied > 1 && !entries[tied].TextEnded()) runs.push_back({tied, i, run.offset + kChunkUnits});
       tied = i;
