@@ -54,7 +54,7 @@ int Lookups(const std::string& file, int count) {
   for (int i = 0; i < count; ++i) {
     if (auto s = engine->database().Refresh(); !s.ok()) return Fail(s);
   }
-  std::printf("%d looks for others' changes alone: %.1f ms (%.2f us each)\n", count, Millis(start),
+  std::printf("%d empty read operations back to back: %.1f ms (%.2f us each)\n", count, Millis(start),
               1000.0 * Millis(start) / count);
   run(true);  // warm the cache of pages and translations
   // Alternating rounds, medians: the machine's own noise is of the size

@@ -22,6 +22,7 @@ int64_t NowNs() {
 }  // namespace
 
 Status ChangeWatch::Look(bool* changed) {
+  last_look_ = std::chrono::steady_clock::now();
   JET_RETURN_IF_ERROR(fs_->Stamp(path_, &seen_));
   *changed = !(seen_ == accepted_);
   return Status::OK();

@@ -14,11 +14,19 @@
 //   writers (Access, the family's programs) a file changed less than a tick
 //   margin ago is looked at again once the margin has passed, before what
 //   is read from it is accepted: a later write then falls in a later tick.
+// How often: before every read operation, with one exception. In a run of
+// reads that has kept the readers' lock since the last look, none of our
+// writers can have committed (a commit needs that lock exclusive), so only
+// programs that take none of our locks could have changed the file: such a
+// run looks again once the last look is a couple of milliseconds old, not
+// before each read. Jet itself looks for other users' changes far less
+// often (every PageTimeout, 5 seconds unless set otherwise).
 // The Jet format has no field that every writer changes on every commit:
 // the header page is rewritten by neither Jet nor us on a plain row change,
 // so the file itself offers nothing better here.
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "jet/file_system.h"
@@ -38,6 +46,10 @@ class ChangeWatch {
   // Looks at the file now: `changed` when it may differ from the state last
   // accepted. What it saw is what Accept takes.
   Status Look(bool* changed);
+  // Whether the last Look was less than `span` ago.
+  bool LookedWithin(std::chrono::steady_clock::duration span) const {
+    return std::chrono::steady_clock::now() - last_look_ < span;
+  }
   // Whether the file seen by the last Look is another file than the one
   // accepted (copied or restored over it).
   bool replaced() const { return seen_.inode != accepted_.inode || seen_.device != accepted_.device; }
@@ -58,6 +70,7 @@ class ChangeWatch {
   std::string path_;
   FileStamp accepted_;
   FileStamp seen_;
+  std::chrono::steady_clock::time_point last_look_{};
 };
 
 }  // namespace jet

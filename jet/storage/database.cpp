@@ -2,6 +2,7 @@
 
 #include <strings.h>
 
+#include <chrono>
 #include <cstring>
 #include <deque>
 #include <filesystem>
@@ -158,6 +159,10 @@ Status Database::Impl::LinkedDatabase(const CatalogEntry& link, Database** db, D
 
 namespace {
 
+// How old the last look at the file may be in a run of reads that kept the
+// readers' lock throughout (see change_watch.h).
+constexpr auto kOthersChangesLook = std::chrono::milliseconds(2);
+
 Status CheckWritableFormat(File* file, const std::string& path) {
   uint8_t head[0x20];
   JET_RETURN_IF_ERROR(file->Read(0, sizeof head, head));
@@ -237,8 +242,10 @@ Status Database::Impl::BeginRead() {
   if (read_depth++ > 0) return Status::OK();
   changed_under_read = false;
   if (locks->holds_writers()) return Status::OK();
-  Status s = locks->LockReaders();
-  if (s.ok()) s = ReadAgainIfChanged();
+  bool kept = false;
+  Status s = locks->LockReaders(&kept);
+  // See change_watch.h for when a run of reads need not look.
+  if (s.ok() && !(kept && watch->LookedWithin(kOthersChangesLook))) s = ReadAgainIfChanged();
   if (!s.ok()) EndRead();
   return s;
 }

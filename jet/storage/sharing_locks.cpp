@@ -87,7 +87,8 @@ Status SharingLocks::CommitPending(bool* pending) {
   return Status::OK();
 }
 
-Status SharingLocks::LockReaders() {
+Status SharingLocks::LockReaders(bool* kept) {
+  if (kept) *kept = false;
   if (readers_) return Status::OK();
   if (lease_ && lease_->Take()) {
     bool pending = false;
@@ -95,6 +96,7 @@ Status SharingLocks::LockReaders() {
     if (s.ok() && !pending) {
       readers_ = true;
       reading_since_ = std::chrono::steady_clock::now();
+      if (kept) *kept = true;
       return Status::OK();
     }
     file_->Unlock(kReaders);  // the commit waiting for it comes first

@@ -63,7 +63,10 @@ class SharingLocks {
   void EndFileWrite();
 
   // An operation's read (R shared), waiting while a commit is pending.
-  Status LockReaders();
+  // `kept`, when given, tells whether R was held without a break since the
+  // operation before (its lease taken back), so no writer of ours has
+  // written the file since.
+  Status LockReaders(bool* kept = nullptr);
   // The operation is over: R goes on a short lease for the next one.
   void FinishReading();
   // R given up now.

@@ -2,12 +2,15 @@
 // SQL shell of jetdump, and children of this test that write through the
 // engine. What must hold: nobody is refused while nobody is writing, every
 // committed row lands and stays, and no read sees part of a commit.
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <set>
 #include <thread>
 
@@ -245,6 +248,41 @@ TEST(SharedFile, AReadKeepsTheReadersLockOnlyBrieflyAfterItsOperation) {
   uint64_t count = 0;
   ASSERT_TRUE(reader->CountRows(kTable, &count).ok());
   EXPECT_EQ(count, 1u);
+}
+
+// Access and the family's programs take none of our locks: a run of reads
+// that keeps the readers' lock throughout still sees a change they write,
+// within a few milliseconds and a clock tick, not only once the run ends.
+TEST(SharedFile, ARunOfReadsSeesAChangeWrittenWithoutOurLocks) {
+  const std::string path = SharedDatabase("lockless.mdb");
+  constexpr int64_t kBefore = 0x13572468, kAfter = 0x13572469;
+  ASSERT_TRUE(OpenForWriting(path)->InsertRow(kTable, BatchRow(kBefore, 1)).ok());
+  // Where the value lies in the file: the one place its four bytes occur.
+  std::ifstream file(path, std::ios::binary);
+  const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  const std::string before(reinterpret_cast<const char*>(&kBefore), 4);
+  const size_t at = bytes.find(before);
+  ASSERT_NE(at, std::string::npos);
+  ASSERT_EQ(bytes.find(before, at + 1), std::string::npos);
+
+  auto reader = OpenForReading(path);
+  std::vector<RowId> rows;
+  ASSERT_TRUE(reader->ListRowIds(kTable, &rows).ok());
+  ASSERT_EQ(rows.size(), 1u);
+  auto writer_column = [&] {
+    Row row;
+    EXPECT_TRUE(reader->ReadRowAt(kTable, rows[0], &row).ok());
+    return row.size() > 1 ? row[1].as_int() : -1;
+  };
+  for (int i = 0; i < 50; ++i) ASSERT_EQ(writer_column(), kBefore);
+  const int fd = ::open(path.c_str(), O_WRONLY);
+  ASSERT_GE(fd, 0);
+  ASSERT_EQ(::pwrite(fd, &kAfter, 4, static_cast<off_t>(at)), 4);
+  ::close(fd);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+  int64_t seen = kBefore;
+  while (seen == kBefore && std::chrono::steady_clock::now() < deadline) seen = writer_column();
+  EXPECT_EQ(seen, kAfter);
 }
 
 // Kills the process at the `kill_at`th write to the database file once armed.
