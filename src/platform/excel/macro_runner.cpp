@@ -9,6 +9,7 @@
 #include <com/sun/star/script/provider/XScriptProviderSupplier.hpp>
 
 #include "platform/excel/excel_errors.h"
+#include "platform/excel/macro_source.h"
 #include "platform/excel/uno_objects.h"
 #include "platform/excel/uno_text.h"
 
@@ -100,6 +101,7 @@ bool HasMacro(WorkbookState& book, const MacroName& name) {
 void RunMacro(WorkbookState& book, const MacroName& name) {
   const QString answer = OfficeCall(*book.session, [&] {
     RequireOpen(book);
+    RewriteLoadedMacros(book);
     const auto home = FindMacro(book, name);
     if (!home)
       RaiseApplicationDefined(QStringLiteral("The macro '%1' cannot be found.").arg(name.procedure));

@@ -34,6 +34,7 @@ struct WorkbookState {
   bool has_macros = false;
   bool view_changed = false;  // the active sheet moved since the last save
   bool view_locked = false;   // its controllers are locked (ScreenUpdating = False)
+  bool macros_rewritten = false;  // its modules went through RewriteLoadedMacros
 };
 
 struct SheetState {
