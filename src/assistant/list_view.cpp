@@ -36,9 +36,12 @@ void ListView::SetReportView() { setHeaderHidden(false); }
 
 void ListView::SetSorted(bool sorted) {
   sorted_ = sorted;
-  if (!sorted_) return;
+  if (sorted_) SortRows(sortKey_, sortOrder_, SortKind::kText);
+}
+
+bool ListView::SortRows(int column, Qt::SortOrder order, SortKind kind) {
   platform::WaitCursor wait;
-  model_.Sort(sortKey_, sortOrder_, SortKind::kText, &platform::LetWindowsPaint);
+  return model_.Sort(column, order, kind, &platform::LetWindowsPaint);
 }
 
 ListView::Place ListView::CurrentPlace() const {
@@ -63,8 +66,7 @@ int ListView::RowAgain(int row, const QString& text) const {
 
 void ListView::ReturnTo(const Place& place) {
   if (place.sort && model_.ColumnCaption(place.sort->column) == place.sortCaption) {
-    platform::WaitCursor wait;
-    model_.Sort(place.sort->column, place.sort->order, place.sort->kind, &platform::LetWindowsPaint);
+    SortRows(place.sort->column, place.sort->order, place.sort->kind);
   }
   const int current = RowAgain(place.current, place.currentText);
   if (current >= 0) {

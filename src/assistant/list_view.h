@@ -33,6 +33,9 @@ class ListView : public QTreeView {
   void SetSortOrder(Qt::SortOrder order) { sortOrder_ = order; }
   bool Sorted() const { return sorted_; }
   void SetSorted(bool sorted);
+  // Orders the rows by one column under the hourglass, the windows painted
+  // while a long table is read (ListViewModel::Sort).
+  bool SortRows(int column, Qt::SortOrder order, SortKind kind);
 
   // Where the user is in the list: the sort, the current row and the row at
   // the top. A row of items is known by its first column's text; a table's

@@ -1,7 +1,6 @@
 #include "assistant/mlistview_extensions.h"
 
 #include "assistant/list_view.h"
-#include "platform/ui/mouse_pointer.h"
 
 namespace assistant {
 
@@ -9,8 +8,7 @@ namespace {
 
 void SortBy(ListView& list, int column, Qt::SortOrder order, SortKind kind) {
   list.SetSorted(false);
-  platform::WaitCursor wait;
-  list.Model().Sort(column, order, kind, &platform::LetWindowsPaint);
+  list.SortRows(column, order, kind);
 }
 
 }  // namespace
