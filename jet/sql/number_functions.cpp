@@ -34,23 +34,28 @@ void Like(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   sqlite3_result_int(ctx, LikeMatches(ArgText(argv[0]), ArgText(argv[1])) ? 1 : 0);
 }
 
+// An &H (hex) or &O (octal) number at `text[at]`: an Integer when it fits
+// 16 bits and a Long when it fits 32, so &HFFFF is -1. `end` is where its
+// digits stop.
+std::optional<double> RadixNumber(const std::string& text, size_t at, size_t* end) {
+  if (at + 2 > text.size() || text[at] != '&') return std::nullopt;
+  const char kind = static_cast<char>(std::toupper(static_cast<unsigned char>(text[at + 1])));
+  if (kind != 'H' && kind != 'O') return std::nullopt;
+  char* stop = nullptr;
+  long long v = std::strtoll(text.c_str() + at + 2, &stop, kind == 'H' ? 16 : 8);
+  *end = static_cast<size_t>(stop - text.c_str());
+  if (v >= 0x8000 && v <= 0xFFFF) v -= 0x10000;
+  else if (v >= 0x80000000LL && v <= 0xFFFFFFFFLL) v -= 0x100000000LL;
+  return static_cast<double>(v);
+}
+
 // Val: the number at the start of the text; blanks inside are skipped.
 double ValOf(const std::string& text) {
   std::string digits;
   size_t i = 0;
   while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) ++i;
-  if (i + 1 < text.size() && text[i] == '&') {
-    char kind = static_cast<char>(std::toupper(static_cast<unsigned char>(text[i + 1])));
-    if (kind == 'H' || kind == 'O') {
-      // &H and &O numbers are an Integer when they fit 16 bits and a Long
-      // when they fit 32, so &HFFFF is -1.
-      char* end = nullptr;
-      long long v = std::strtoll(text.c_str() + i + 2, &end, kind == 'H' ? 16 : 8);
-      if (v >= 0x8000 && v <= 0xFFFF) v -= 0x10000;
-      else if (v >= 0x80000000LL && v <= 0xFFFFFFFFLL) v -= 0x100000000LL;
-      return static_cast<double>(v);
-    }
-  }
+  size_t end = 0;
+  if (auto radix = RadixNumber(text, i, &end)) return *radix;
   bool dot = false, exp = false;
   for (; i < text.size(); ++i) {
     char c = text[i];
@@ -84,6 +89,13 @@ std::optional<double> ConversionNumber(sqlite3_value* v) {
   if (sqlite3_value_type(v) != SQLITE_TEXT) return ArgNumber(v);
   std::string text = ArgText(v);
   if (auto n = ParseNumberText(text)) return n;
+  // A whole &H or &O number, blanks around it allowed.
+  const size_t first = text.find_first_not_of(' ');
+  size_t end = 0;
+  if (first != std::string::npos) {
+    const auto radix = RadixNumber(text, first, &end);
+    if (radix && end > first + 2 && text.find_first_not_of(' ', end) == std::string::npos) return radix;
+  }
   std::string plain;
   for (char c : text)
     if (c != ',' && c != '$') plain.push_back(c);

@@ -150,6 +150,7 @@ Status SqliteError(sqlite3* db, const std::string& context) {
   else if (msg == "Overflow") jet = 6;
   else if (msg == "Type mismatch") jet = 13;
   else if (msg == "Invalid procedure call or argument") jet = 5;
+  else if (msg == "Out of string space") jet = 14;
   return Status::InvalidArgument(msg + (context.empty() ? "" : " (" + context + ")"), jet);
 }
 

@@ -1,11 +1,17 @@
 // Jet's text functions: positions and lengths count characters, not bytes.
 #include <algorithm>
+#include <cmath>
+#include <limits>
+#include <optional>
 
 #include "jet/sort_order.h"
 #include "sql/function_support.h"
 
 namespace jet::sql {
 namespace {
+
+// The longest text Space and String build: a million characters.
+constexpr int64_t kLongestRepeat = int64_t{1} << 20;
 
 bool AnyNull(int argc, sqlite3_value** argv) {
   for (int i = 0; i < argc; ++i)
@@ -157,14 +163,37 @@ void Replace(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   ResultChars(ctx, out);
 }
 
+// The length Space and String are asked for, a Long: more than a Long is
+// Overflow, less than nothing an invalid argument, and more than this
+// engine builds in one value is out of string space rather than cut short.
+std::optional<size_t> RepeatCount(sqlite3_context* ctx, sqlite3_value* v) {
+  const double n = sqlite3_value_type(v) == SQLITE_INTEGER ? static_cast<double>(sqlite3_value_int64(v)) : ArgNumber(v);
+  if (!(std::fabs(n) <= std::numeric_limits<int32_t>::max())) {
+    sqlite3_result_error(ctx, "Overflow", -1);
+    return std::nullopt;
+  }
+  const int64_t count = ArgInt(v);
+  if (count < 0) {
+    sqlite3_result_error(ctx, "Invalid procedure call or argument", -1);
+    return std::nullopt;
+  }
+  if (count > kLongestRepeat) {
+    sqlite3_result_error(ctx, "Out of string space", -1);
+    return std::nullopt;
+  }
+  return static_cast<size_t>(count);
+}
+
 void Space(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   JET_NULL_IN_NULL_OUT
-  ResultText(ctx, std::string(static_cast<size_t>(std::clamp<int64_t>(ArgInt(argv[0]), 0, 1 << 20)), ' '));
+  if (const auto n = RepeatCount(ctx, argv[0])) ResultText(ctx, std::string(*n, ' '));
 }
 
 void String(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
   JET_NULL_IN_NULL_OUT
-  size_t n = static_cast<size_t>(std::clamp<int64_t>(ArgInt(argv[0]), 0, 1 << 20));
+  const auto count = RepeatCount(ctx, argv[0]);
+  if (!count) return;
+  const size_t n = *count;
   char32_t c;
   if (sqlite3_value_type(argv[1]) == SQLITE_TEXT) {
     std::u32string s = DecodeUtf8(ArgText(argv[1]));

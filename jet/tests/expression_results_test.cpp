@@ -184,6 +184,12 @@ TEST(JetExpressions, Conversions) {
       {"CByte(255.5)", "#Error"},
       {"CByte(-1)", "#Error"},
       {"CLng(True)", "-1"},
+      // Text holding a whole &H or &O number converts as the literal would.
+      {"CLng('&H10')", "16"},
+      {"CInt(' &HFFFF ')", "-1"},
+      {"CCur('&O17')", "15"},
+      {"CLng('&H')", "#Error"},
+      {"CLng('&H10 x')", "#Error"},
       {"CDbl('1.5')", "1.5"},
       {"CDbl('$1,234.5')", "1234.5"},
       {"CDbl(#1/1/2001#)", "36892"},

@@ -406,6 +406,11 @@ TEST(SavedQueryRun, ErrorsInJetTerms) {
   EXPECT_EQ(s.message(), "Too few parameters. Expected 2.");
   EXPECT_EQ(engine->RunQuery("qryRetired", {}, &r).jet_error(), 3265);
   EXPECT_EQ(engine->RunSql("SELECT NoSuchFunction(1) FROM Products", {}, &r).jet_error(), 3085);
+  // A length Space or String cannot make: past a Long, below nothing, or
+  // more than the engine builds.
+  EXPECT_EQ(engine->RunSql("SELECT Space(1E+300)", {}, &r).jet_error(), 6);
+  EXPECT_EQ(engine->RunSql("SELECT String(-1, 'x')", {}, &r).jet_error(), 5);
+  EXPECT_EQ(engine->RunSql("SELECT Len(Space(2000000))", {}, &r).jet_error(), 14);
 }
 
 // The report tables' statements, as the program builds them.
