@@ -18,6 +18,7 @@ enum class ExprKind {
   kNumber,    // text holds the literal as written
   kString,
   kDate,      // text holds what was between the hashes
+  kGuid,      // text holds {XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX} as written
   kBool,      // True/Yes/On (number = -1) or False/No/Off (0)
   kName,      // a field, table.field or Forms!x!y chain; see parts
   kStar,      // * or table.* (parts holds the table, if any)

@@ -49,6 +49,12 @@ size_t ReadNumber(std::string_view sql, size_t i) {
   return i;
 }
 
+std::string_view Trimmed(std::string_view text) {
+  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
+  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
+  return text;
+}
+
 }  // namespace
 
 bool WordIs(std::string_view word, std::string_view keyword) {
@@ -82,6 +88,16 @@ Status Tokenize(std::string_view sql, std::vector<Token>* tokens) {
     } else if (c == '"' || c == '\'') {
       t.kind = TokenKind::kString;
       if (!ReadQuoted(sql, &i, static_cast<char>(c), &t.text)) return Unterminated(sql, t.begin, "a text");
+    } else if (c == '{') {
+      // A GUID literal, {guid {XXXXXXXX-...}}; its text is checked when translated.
+      const size_t open = sql.find('{', i + 1), close = sql.find("}}", i + 1);
+      if (open == std::string_view::npos || close == std::string_view::npos || close < open ||
+          !WordIs(Trimmed(sql.substr(i + 1, open - i - 1)), "guid")) {
+        return Unterminated(sql, i, "a GUID");
+      }
+      t.kind = TokenKind::kGuid;
+      t.text = std::string(Trimmed(sql.substr(open, close + 1 - open)));
+      i = close + 2;
     } else if (c == '#') {
       size_t e = sql.find('#', i + 1);
       if (e == std::string_view::npos) return Unterminated(sql, i, "a date");

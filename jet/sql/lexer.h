@@ -16,6 +16,7 @@ enum class TokenKind {
   kString,      // "..." or '...', quotes removed and doubled quotes undone
   kNumber,
   kDate,        // #...#, the text between the hashes
+  kGuid,        // {guid {...}}, the inner braces and what they hold
   kSymbol,      // operators and punctuation: = <> <= >= < > + - * / \ ^ & ( ) , . ! ; ?
   kEnd,
 };

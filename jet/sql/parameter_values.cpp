@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "jet/query.h"
+#include "jet/text_form.h"
 #include "sql/date_math.h"
 #include "sql/decimal_math.h"
 #include "sql/function_support.h"
@@ -87,6 +88,10 @@ Status ConvertParameterText(const std::string& text, ColumnType type, Value* out
       *out = Value(type, Bytes(text.begin(), text.end()));
       return Status::OK();
     case ColumnType::kGuid:
+      if (const std::optional<Guid> guid = ParseGuid(text)) {
+        *out = Value(type, *guid);
+        return Status::OK();
+      }
       return Mismatch(text, type);
   }
   return Mismatch(text, type);

@@ -705,7 +705,8 @@ bool Parser::ParsePrimary(ExprPtr* out) {
       *out = std::move(e);
       return true;
     case TokenKind::kDate:
-      e->kind = ExprKind::kDate;
+    case TokenKind::kGuid:
+      e->kind = t.kind == TokenKind::kDate ? ExprKind::kDate : ExprKind::kGuid;
       e->text = t.text;
       ++pos_;
       *out = std::move(e);

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "jet/text_form.h"
 #include "sql/date_math.h"
 #include "sql/function_support.h"
 #include "sql/translator_impl.h"
@@ -137,6 +138,19 @@ Status Translator::Condition(const sql::Expr& e, Scope* scope, TypedSql* out) {
       auto serial = ParseDateText(e.text);
       if (!serial) return SyntaxError("#" + e.text + "#");
       *out = {DoubleLiteral(*serial), SqlType::kDate, 0, {}};
+      return Status::OK();
+    }
+    case ExprKind::kGuid: {
+      // Compared with GUID columns as they are stored: sixteen bytes.
+      const std::optional<Guid> guid = ParseGuid(e.text);
+      if (!guid) return SyntaxError("{guid " + e.text + "}");
+      std::string hex;
+      for (const uint8_t byte : *guid) {
+        static const char kDigits[] = "0123456789ABCDEF";
+        hex += kDigits[byte >> 4];
+        hex += kDigits[byte & 0xF];
+      }
+      *out = {"X'" + hex + "'", SqlType::kGuid, 0, {}};
       return Status::OK();
     }
     case ExprKind::kBool:

@@ -86,18 +86,43 @@ void AppendHex(std::string* out, const uint8_t* p, size_t n, bool upper) {
   }
 }
 
+// The first three groups of a GUID are stored little-endian, the last two
+// as bytes: the stored byte behind each written pair of digits.
+constexpr uint8_t kGuidByteOrder[16] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
+
+bool StartsGuidGroup(int i) { return i == 4 || i == 6 || i == 8 || i == 10; }
+
 std::string FormatGuid(const Guid& g) {
-  // The first three groups are stored little-endian, the last two as bytes.
-  const uint8_t order[16] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
   std::string out = "{";
   for (int i = 0; i < 16; ++i) {
-    if (i == 4 || i == 6 || i == 8 || i == 10) out += "-";
-    AppendHex(&out, &g[order[i]], 1, true);
+    if (StartsGuidGroup(i)) out += "-";
+    AppendHex(&out, &g[kGuidByteOrder[i]], 1, true);
   }
   return out + "}";
 }
 
+int HexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
 }  // namespace
+
+std::optional<Guid> ParseGuid(std::string_view text) {
+  if (text.size() != 38 || text.front() != '{' || text.back() != '}') return std::nullopt;
+  Guid g{};
+  size_t at = 1;
+  for (int i = 0; i < 16; ++i) {
+    if (StartsGuidGroup(i) && text[at++] != '-') return std::nullopt;
+    const int high = HexDigit(text[at]), low = HexDigit(text[at + 1]);
+    if (high < 0 || low < 0) return std::nullopt;
+    g[kGuidByteOrder[i]] = static_cast<uint8_t>(high << 4 | low);
+    at += 2;
+  }
+  return g;
+}
 
 std::string FormatDouble(double v) { return EcmaNumber(v); }
 std::string FormatSingle(float v) { return EcmaNumber(v); }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "jet/create.h"
 #include "jet/query.h"
 #include "jet/text_form.h"
 #include "writer_test_helpers.h"
@@ -51,6 +52,29 @@ std::string RunJetdump(const std::string& args, int* rc) {
 constexpr char kReports[] = "tblExportableResults";
 constexpr char kLinks[] = "tblExportableResults_UserQueries";
 constexpr char kQueries[] = "tblUserQueries";
+
+// A GUID as Access writes it in SQL, {guid {...}}, and a Guid parameter
+// given as the same text, stand for the stored bytes: mdbtools reads back
+// what was written, and a literal in either case finds the row.
+TEST(SqlDml, GuidLiteralsAndParametersMeanTheStoredGuid) {
+  const std::string path = NewDatabase("jet-sql-dml-tests", "guids.mdb");
+  ASSERT_TRUE(CreateTables(path, {{"Tags", {{"ID", ColumnType::kLong}, {"Tag", ColumnType::kGuid}}, {}, ""}}, {}).ok());
+  auto engine = Writer(path);
+  EXPECT_EQ(Exec(*engine, "INSERT INTO Tags (ID, Tag) VALUES (1, {guid {12345678-9ABC-DEF0-1122-334455667788}})"), 1);
+  EXPECT_EQ(Exec(*engine, "PARAMETERS p Guid; INSERT INTO Tags (ID, Tag) VALUES (2, p)",
+                 {Text("{00000000-0000-0000-0000-0000000000FF}")}),
+            1);
+  EXPECT_EQ(Column(Select(*engine, "SELECT ID FROM Tags WHERE Tag = {GUID  {12345678-9abc-def0-1122-334455667788}}"), 0),
+            std::vector<std::string>{"1"});
+  QueryResult r;
+  EXPECT_EQ(engine->RunSql("SELECT {guid {1234}}", {}, &r).jet_error(), 3075);
+  EXPECT_EQ(engine->RunSql("SELECT {guid {12345678-9ABC-DEF0-1122-334455667788}", {}, &r).jet_error(), 3075);
+  engine.reset();
+  // mdbtools writes the last two groups as one.
+  const std::string csv = MdbExport(path, "Tags");
+  EXPECT_NE(csv.find("1,\"{12345678-9ABC-DEF0-1122334455667788}\""), std::string::npos) << csv;
+  EXPECT_NE(csv.find("2,\"{00000000-0000-0000-00000000000000FF}\""), std::string::npos) << csv;
+}
 
 TEST(SqlDml, ChangesRowsThatOurReaderMdbtoolsAndEveryIndexAgreeOn) {
   const std::string path = ScratchCopy("reports-northwind.mdb", "dml-change.mdb");

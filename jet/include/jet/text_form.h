@@ -8,7 +8,9 @@
 // doubled) when it holds `,` `"` CR or LF or is exactly `\N`.
 #pragma once
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "jet/value.h"
@@ -23,6 +25,9 @@ std::string FormatSingle(float v);
 std::string FormatCurrency(Currency c);
 std::string FormatDecimal(const Decimal& d);
 std::string FormatDateTime(DateTime dt);
+// The GUID the canonical text `{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}` stands
+// for (hex digits in either case); nothing for any other text.
+std::optional<Guid> ParseGuid(std::string_view text);
 
 // Appends one CSV field (already in canonical text unless `is_null`).
 void AppendCsvField(std::string* out, const std::string& text, bool is_null);
