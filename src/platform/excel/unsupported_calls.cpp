@@ -1,0 +1,81 @@
+#include "platform/excel/unsupported_calls.h"
+
+namespace excel {
+namespace {
+
+UnsupportedCall Entry(const char* call, const char* pattern, const char* advice) {
+  return {QLatin1String(call), QRegularExpression(QLatin1String(pattern), QRegularExpression::CaseInsensitiveOption),
+          QLatin1String(advice)};
+}
+
+std::vector<UnsupportedCall> MakeTable() {
+  return {
+      Entry("Application.InputBox", R"(\bApplication\s*\.\s*InputBox\b)",
+            "A run has nobody to answer it, and the office has no Application.InputBox: read the value or the "
+            "range's address from a cell of the template instead."),
+      Entry("Charts.Add / ActiveChart", R"(\bCharts\s*\.\s*Add\b|\bActiveChart\b)",
+            "There are no chart sheets and no active chart: add the chart to the sheet with "
+            "ActiveSheet.ChartObjects.Add(Left, Top, Width, Height).Chart, then .SetSourceData and .ChartType on it."),
+      Entry("Shapes.AddChart", R"(\.\s*AddChart2?\b)",
+            "Use ActiveSheet.ChartObjects.Add(Left, Top, Width, Height).Chart, then .SetSourceData and .ChartType on "
+            "it."),
+      Entry("FormatConditions", R"(\.\s*FormatConditions\b)",
+            "Colour the cells from the macro: For Each c In Range(...): If c.Value > 20 Then c.Interior.Color = "
+            "RGB(255, 199, 206): Next."),
+      Entry("Pivot tables", R"(\b(PivotCaches|PivotTables|PivotFields|CreatePivotTable)\b)",
+            "There are no pivot tables: summarise with an Access crosstab query given its own destination, or with "
+            "WorksheetFunction.SumIf."),
+      Entry("ExportAsFixedFormat", R"(\.\s*ExportAsFixedFormat\b)",
+            "A macro cannot write a PDF here: Tabulon writes the workbook; print or export it from the spreadsheet "
+            "program."),
+      Entry("Range.Value2", R"(\.\s*Value2\b)", "Use .Value."),
+      Entry("Worksheet.Sort", R"(\.\s*Sort\s*\.\s*(SortFields|SetRange|Apply|Header|MatchCase|Orientation|SortMethod)\b)",
+            "Sort the range itself: Range(\"A4\").CurrentRegion.Sort Key1:=Range(\"B5\"), Order1:=xlDescending, "
+            "Header:=xlYes."),
+      Entry("Application.PrintCommunication", R"(\bPrintCommunication\b)",
+            "Remove the line: the office applies page settings at once."),
+      Entry("PageSetup settings the office lacks",
+            R"(\bPageSetup\b.*\.\s*(PrintComments|PrintQuality|Draft|BlackAndWhite|PrintErrors|)"
+            R"(OddAndEvenPagesHeaderFooter|DifferentFirstPageHeaderFooter|ScaleWithDocHeaderFooter|)"
+            R"(AlignMarginsHeaderFooter|EvenPage|FirstPage)\b)",
+            "Remove the line: the office's page setup has no such setting."),
+      Entry("Font theme settings", R"(\.\s*Font\s*\.\s*(ThemeColor|TintAndShade|ThemeFont|Superscript|Subscript)\b)",
+            "Remove the line (with Excel's default theme it changes nothing), or set .Font.Color = RGB(...)."),
+      Entry("Borders.ThemeColor", R"(\.\s*Borders\b.*\.\s*ThemeColor\b)", "Use .Color = RGB(...) or .ColorIndex."),
+      Entry("SpecialCells(xlCellTypeLastCell)", R"(\bSpecialCells\s*\(\s*(xlCellTypeLastCell|11)\s*\))",
+            "Find the last cell with Cells.Find(What:=\"*\", SearchOrder:=xlByRows, SearchDirection:=xlPrevious), or "
+            "use ActiveSheet.UsedRange."),
+      Entry("Debug.Print", R"(\bDebug\s*\.\s*(Print|Assert)\b)",
+            "Remove the line, or write the value into a cell."),
+      Entry("CreateObject / GetObject", R"(\b(CreateObject|GetObject)\s*\()",
+            "There are no Windows COM objects here: use a Collection instead of Scripting.Dictionary, and cells "
+            "instead of other programs."),
+      Entry("the AutoFilter object", R"(\bAutoFilter\s*\.\s*(Range|Filters|Sort|ShowAllData|ApplyFilter)\b)",
+            "Use ActiveSheet.AutoFilterMode, or Range.AutoFilter Field:=..., Criteria1:=...."),
+      Entry("Range.Name =", R"(\bRange\s*\([^)]*\)\s*\.\s*Name\s*=)",
+            "Name the range with ActiveWorkbook.Names.Add Name:=\"Block\", RefersTo:=\"=Data!$A$4:$E$24\"."),
+  };
+}
+
+}  // namespace
+
+const std::vector<UnsupportedCall>& UnsupportedCalls() {
+  static const std::vector<UnsupportedCall> table = MakeTable();
+  return table;
+}
+
+QString CompileFailureAdvice(const QString& line) {
+  static const std::vector<UnsupportedCall> causes = {
+      Entry("Declare PtrSafe", R"(\b(PtrSafe|LongPtr)\b)",
+            "The office cannot compile 64-bit Windows declarations (Declare PtrSafe, even under #If VBA7): remove "
+            "the declaration; Windows functions cannot be called here."),
+      Entry("division by zero", R"(/\s*0+\s*($|[^.\d]))",
+            "A division by a constant 0 does not compile in the office: compute the value or remove the line."),
+  };
+  for (const UnsupportedCall& cause : causes) {
+    if (cause.pattern.match(line).hasMatch()) return cause.advice;
+  }
+  return QString();
+}
+
+}  // namespace excel
