@@ -1,9 +1,20 @@
 #include "platform/excel/macro_source.h"
+#include "platform/excel/macro_translation_rules.h"
 
 namespace excel {
 
 const std::vector<MacroSourceRule>& MacroTranslations() {
-  static const std::vector<MacroSourceRule> rules;
+  static const std::vector<MacroSourceRule> rules = {
+      {"Application.PrintCommunication does nothing", DropPrintCommunication},
+      {"Debug.Print does nothing", DropDebugPrint},
+      {"Range.Value2 is read and written as Range.Value", ReadValue2AsValue},
+      {"SpecialCells(xlCellTypeLastCell) is the used range's last cell", LastCellFromUsedRange},
+      {"the Worksheet.Sort block is one Range.Sort", SortObjectToRangeSort},
+      {"Font.ThemeColor = xlThemeColorLight1 is black", FontTextColorAsBlack},
+      {"Font.TintAndShade = 0 does nothing", DropFontTintAndShadeZero},
+      {"Font.ThemeFont of the font's own name does nothing", DropFontThemeFontOfItsName},
+      {"Font.Superscript/Subscript = False does nothing", DropFontScriptOff},
+  };
   return rules;
 }
 

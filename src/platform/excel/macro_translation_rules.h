@@ -1,0 +1,24 @@
+// The rules of the MacroTranslations table, one function each: Excel 2007+
+// recorder idioms the office lacks, rewritten into what it runs with the same
+// effect. Each keeps the module's lines where they were.
+#pragma once
+
+#include <QString>
+
+namespace excel {
+
+// Page setup batching only speeds Excel's printer driver up.
+QString DropPrintCommunication(const QString& source);
+// The Immediate window exists only in Excel's editor.
+QString DropDebugPrint(const QString& source);
+QString ReadValue2AsValue(const QString& source);
+QString LastCellFromUsedRange(const QString& source);
+QString SortObjectToRangeSort(const QString& source);
+
+// The recorder's With ... .Font block.
+QString FontTextColorAsBlack(const QString& source);
+QString DropFontTintAndShadeZero(const QString& source);
+QString DropFontThemeFontOfItsName(const QString& source);
+QString DropFontScriptOff(const QString& source);
+
+}  // namespace excel

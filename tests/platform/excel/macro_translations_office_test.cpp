@@ -1,0 +1,170 @@
+// Excel 2007+ recorder output run by the office through Application.Run,
+// from a template saved as .xls, with the effects read back from the cells
+// and from the saved workbook.
+#include <QCryptographicHash>
+#include <QDateTime>
+#include <QFile>
+#include <algorithm>
+#include <gtest/gtest.h>
+
+#include "biff_cell_format.h"
+#include "office_test_support.h"
+#include "platform/excel/application.h"
+
+namespace {
+
+struct SurveyRow {
+  double id, amount;
+  QString region;
+};
+
+// The notes' survey block: a header in A4:E4 and 20 rows below it.
+std::vector<SurveyRow> SurveyRows() {
+  static const char* regions[] = {"North", "South", "East", "West"};
+  std::vector<SurveyRow> rows;
+  for (int i = 0; i < 20; ++i)
+    rows.push_back({double(i + 1), double((i * 37) % 23 + 1), QString::fromLatin1(regions[(i * 3) % 4])});
+  return rows;
+}
+
+const char* const kRecordedModule = R"(Sub PageSetupBlock()
+    Application.PrintCommunication = False
+    With ActiveSheet.PageSetup
+        .Orientation = xlLandscape
+    End With
+    Application.PrintCommunication = True
+    Sheets("Summary").Range("A1").Value = "page set"
+End Sub
+
+Sub PrintProgress()
+    Debug.Print "rows: "; Range("A4").CurrentRegion.Rows.Count
+    Sheets("Summary").Range("A2").Value = "printed"
+End Sub
+
+Sub Values2()
+    Sheets("Summary").Range("A3").Value2 = Range("B5").Value2 * 2
+    Sheets("Summary").Range("B3").Value2 = Range("C5").Value2
+End Sub
+
+Sub MarkLastCell()
+    Sheets("Summary").Range("A4").Value = Cells.SpecialCells(xlCellTypeLastCell).Row
+    Sheets("Summary").Range("B4").Value = ActiveSheet.Range("B7").SpecialCells(xlLastCell).Column
+End Sub
+
+Sub SortByRegionThenAmount()
+    ActiveWorkbook.Worksheets("Data").Sort.SortFields.Clear
+    ActiveWorkbook.Worksheets("Data").Sort.SortFields.Add Key:=Range("D5:D24"), _
+        SortOn:=xlSortOnValues, Order:=xlAscending, DataOption:=xlSortNormal
+    ActiveWorkbook.Worksheets("Data").Sort.SortFields.Add Key:=Range("B5:B24"), _
+        SortOn:=xlSortOnValues, Order:=xlDescending, DataOption:=xlSortNormal
+    With ActiveWorkbook.Worksheets("Data").Sort
+        .SetRange Range("A4:E24")
+        .Header = xlYes
+        .MatchCase = False
+        .Orientation = xlTopToBottom
+        .SortMethod = xlPinYin
+        .Apply
+    End With
+End Sub
+
+Sub FormatHeader()
+    Range("A4:E4").Select
+    With Selection.Font
+        .Name = "Calibri"
+        .FontStyle = "Bold"
+        .Size = 11
+        .Strikethrough = False
+        .Superscript = False
+        .Subscript = False
+        .OutlineFont = False
+        .Shadow = False
+        .Underline = xlUnderlineStyleNone
+        .ThemeColor = xlThemeColorLight1
+        .TintAndShade = 0
+        .ThemeFont = xlThemeFontMinor
+    End With
+    Sheets("Summary").Range("A5").Value = "formatted"
+End Sub
+)";
+
+QByteArray Digest(const QString& file) {
+  QFile in(file);
+  if (!in.open(QIODevice::ReadOnly)) return {};
+  return QCryptographicHash::hash(in.readAll(), QCryptographicHash::Sha256);
+}
+
+QString MakeTemplate(excel::Application& app, const OutputFolder& folder) {
+  auto book = app.Workbooks().Add();
+  auto data = book.Worksheets().Item(1);
+  data.SetName(QStringLiteral("Data"));
+  book.Worksheets().Item(2).SetName(QStringLiteral("Summary"));
+  const char* header[] = {"ID", "Amount", "Date", "Region", "Score"};
+  for (int c = 0; c < 5; ++c) data.Cells(4, c + 1).SetValue(QString::fromLatin1(header[c]));
+  data.Range(QStringLiteral("A4:E4")).SetFontColorIndex(3);  // red, until the recorder's black
+  const auto rows = SurveyRows();
+  for (int r = 0; r < int(rows.size()); ++r) {
+    data.Cells(5 + r, 1).SetValue(rows[r].id);
+    data.Cells(5 + r, 2).SetValue(rows[r].amount);
+    data.Cells(5 + r, 3).SetValue(QDateTime(QDate(2024, 1, 1 + r), QTime()));
+    data.Cells(5 + r, 4).SetValue(rows[r].region);
+    data.Cells(5 + r, 5).SetValue(rows[r].amount / 2);
+  }
+  book.AddCodeModule(QStringLiteral("Recorded"), QString::fromLatin1(kRecordedModule));
+  data.Activate();
+  const QString file = folder.File("recorded.xls");
+  book.SaveAs(file);
+  book.Close();
+  return file;
+}
+
+}  // namespace
+
+TEST(MacroTranslations, RecorderOutputRunsAsInExcelFromTheLoadedCopyOnly) {
+  OutputFolder folder;
+  auto app = excel::Application::Create();
+  const QString template_file = MakeTemplate(*app, folder);
+  const QByteArray template_digest = Digest(template_file);
+  auto book = app->Workbooks().Add(template_file);
+  auto data = book.Worksheets().Item(QStringLiteral("Data"));
+  auto summary = book.Worksheets().Item(QStringLiteral("Summary"));
+  for (const char* macro : {"PageSetupBlock", "PrintProgress", "Values2", "MarkLastCell", "FormatHeader",
+                            "SortByRegionThenAmount"})
+    EXPECT_EQ(ErrorNumberOf([&] { app->Run(QString::fromLatin1(macro)); }), 0) << macro;
+
+  // The page setup block and Debug.Print leave the macro running on.
+  EXPECT_EQ(summary.Cells(1, 1).Value(), QVariant(QStringLiteral("page set")));
+  EXPECT_EQ(summary.Cells(2, 1).Value(), QVariant(QStringLiteral("printed")));
+
+  // Value2 is the cell's value; for a date, its serial number.
+  const auto rows = SurveyRows();
+  EXPECT_EQ(summary.Cells(3, 1).Value(), QVariant(rows[0].amount * 2));
+  EXPECT_EQ(summary.Cells(3, 2).Value(), QVariant(45292.0)) << "1 January 2024";
+  EXPECT_EQ(summary.Cells(3, 2).Text(), "45292") << "Value2 carries no date, so Excel writes a plain number";
+
+  // The last cell closes the used range A4:E24, whatever range asked.
+  EXPECT_EQ(summary.Cells(4, 1).Value(), QVariant(24.0));
+  EXPECT_EQ(summary.Cells(4, 2).Value(), QVariant(5.0));
+
+  // Sorted by Region, then by Amount from the largest; the header stays.
+  auto sorted = rows;
+  std::stable_sort(sorted.begin(), sorted.end(), [](const SurveyRow& a, const SurveyRow& b) {
+    return a.region != b.region ? a.region < b.region : a.amount > b.amount;
+  });
+  EXPECT_EQ(data.Cells(4, 4).Value(), QVariant(QStringLiteral("Region")));
+  for (int r = 0; r < int(sorted.size()); ++r) {
+    EXPECT_EQ(data.Cells(5 + r, 4).Value(), QVariant(sorted[r].region)) << r;
+    EXPECT_EQ(data.Cells(5 + r, 2).Value(), QVariant(sorted[r].amount)) << r;
+    EXPECT_EQ(data.Cells(5 + r, 5).Value(), QVariant(sorted[r].amount / 2)) << "whole rows move " << r;
+  }
+
+  // The font block ran to its end: bold, and Text 1 of Excel's theme is black.
+  EXPECT_EQ(summary.Cells(5, 1).Value(), QVariant(QStringLiteral("formatted")));
+  EXPECT_EQ(data.Cells(4, 1).FontColorIndex(), 1);
+  const QString output = folder.File("output.xls");
+  book.SaveAs(output);
+  book.Close();
+  const biff::Workbook saved = biff::Read(output);
+  EXPECT_TRUE(biff::FormatOf(saved, saved.Sheet(QStringLiteral("Data")), 4, 1).bold);
+
+  EXPECT_EQ(Digest(template_file), template_digest) << "the template file is never rewritten";
+}

@@ -1,0 +1,172 @@
+// The translations as text: each test feeds recorder output, states what
+// Excel does with it, and checks the line the office will run instead.
+#include <QStringList>
+#include <gtest/gtest.h>
+
+#include "platform/excel/macro_source.h"
+#include "platform/excel/macro_translation_rules.h"
+
+namespace {
+
+QString Lines(const QStringList& lines) { return lines.join(QLatin1Char('\n')) + QLatin1Char('\n'); }
+
+QStringList Split(const QString& source) { return source.split(QLatin1Char('\n')); }
+
+}  // namespace
+
+TEST(MacroTranslations, EveryRuleKeepsTheLinesLiteralsAndCommentsOfAModule) {
+  const QString module = Lines({
+      "Sub Report()",
+      "  Debug.Print \"Application.PrintCommunication = False\" ' .Value2",
+      "  Application.PrintCommunication = False",
+      "  MsgBox \"Debug.Print x: Range(\"\"A1\"\").Value2\" ' Debug.Print",
+      "  x = Range(\"A1\").Value2 + _",
+      "      Range(\"A2\").Value2",
+      "  ' With Selection.Font",
+      "  Rem .TintAndShade = 0 _",
+      "  Debug.Print 1",
+      "End Sub",
+  });
+  const QString out = excel::RewriteMacroSource(module);
+  const QStringList lines = Split(out);
+  ASSERT_EQ(lines.size(), Split(module).size());
+  EXPECT_EQ(lines[1], "  ' .Value2") << "Excel prints to the Immediate window only";
+  EXPECT_EQ(lines[2], "  ");
+  EXPECT_EQ(lines[3], "  MsgBox \"Debug.Print x: Range(\"\"A1\"\").Value2\" ' Debug.Print") << "literal and comment kept";
+  EXPECT_EQ(lines[4], "  x = Range(\"A1\").Value + _");
+  EXPECT_EQ(lines[5], "      Range(\"A2\").Value");
+  EXPECT_EQ(lines[7], "  Rem .TintAndShade = 0 _");
+  EXPECT_EQ(lines[8], "  Debug.Print 1") << "a comment ending in \" _\" goes on over the next line in VBA";
+  EXPECT_EQ(excel::RewriteMacroSource(out), out) << "a second pass changes nothing";
+}
+
+TEST(MacroTranslations, StatementsWithoutEffectOutsideExcelsWindowsAreDropped) {
+  const QString module = Lines({
+      "application.printcommunication = TRUE",
+      "    Debug.Print \"rows\"; n, _",
+      "        Now",
+      "If done Then Debug.Print \"x\"",
+      "Debug.Print 1: n = 2",
+      "x = Application.PrintCommunication",
+  });
+  const QStringList out = Split(excel::DropDebugPrint(excel::DropPrintCommunication(module)));
+  EXPECT_EQ(out[0], "") << "VBA is case-insensitive";
+  EXPECT_EQ(out[1], "    ");
+  EXPECT_EQ(out[2], "        ");
+  // A statement sharing its line is not ours to cut out of it.
+  EXPECT_EQ(out[3], "If done Then Debug.Print \"x\"");
+  EXPECT_EQ(out[4], "Debug.Print 1: n = 2");
+  EXPECT_EQ(out[5], "x = Application.PrintCommunication");
+}
+
+TEST(MacroTranslations, Value2IsTheCellsValue) {
+  const QStringList out = Split(excel::ReadValue2AsValue(Lines({
+      "arr = ws.Range(\"A5:E24\").VALUE2",
+      "Cells(r, 2).Value2 = Cells(r, 1).value2 * 2 ' .Value2",
+      "x = rng.Value2Total",
+  })));
+  EXPECT_EQ(out[0], "arr = ws.Range(\"A5:E24\").Value");
+  EXPECT_EQ(out[1], "Cells(r, 2).Value = Cells(r, 1).Value * 2 ' .Value2");
+  EXPECT_EQ(out[2], "x = rng.Value2Total") << "another member";
+  const QString own_field = Lines({"Type Reading", "  Value2 As Double", "End Type", "x = r.Value2"});
+  EXPECT_EQ(excel::ReadValue2AsValue(own_field), own_field) << "a Type's own Value2 is not the range's";
+}
+
+TEST(MacroTranslations, LastCellIsTheBottomRightCellOfTheSheetsUsedRange) {
+  const QStringList out = Split(excel::LastCellFromUsedRange(Lines({
+      "n = Cells.SpecialCells(xlCellTypeLastCell).Row",
+      "Set c = Sheets(\"Data\").Range(\"A1\").SpecialCells(xlLastCell)",
+      "  .Cells.SpecialCells( 11 ).Select",
+      "k = Range(\"A4:E24\").SpecialCells(xlCellTypeConstants).Count",
+  })));
+  EXPECT_EQ(out[0],
+            "n = Cells.Worksheet.UsedRange.Cells(Cells.Worksheet.UsedRange.Rows.Count, "
+            "Cells.Worksheet.UsedRange.Columns.Count).Row");
+  const QString data = "Sheets(\"Data\").Range(\"A1\").Worksheet.UsedRange";
+  EXPECT_EQ(out[1], QStringLiteral("Set c = %1.Cells(%1.Rows.Count, %1.Columns.Count)").arg(data))
+      << "Excel's last cell belongs to the sheet, whatever range asks";
+  EXPECT_TRUE(out[2].startsWith("  .Cells.Worksheet.UsedRange.Cells(")) << "inside a With block";
+  EXPECT_EQ(out[3], "k = Range(\"A4:E24\").SpecialCells(xlCellTypeConstants).Count") << "the office has the others";
+}
+
+TEST(MacroTranslations, RecorderSortBlockIsOneRangeSortOnItsApplyLine) {
+  const QStringList recorded = {
+      "    ActiveWorkbook.Worksheets(\"Data\").Sort.SortFields.Clear",
+      "    ActiveWorkbook.Worksheets(\"Data\").Sort.SortFields.Add Key:=Range(\"D5:D24\"), _",
+      "        SortOn:=xlSortOnValues, Order:=xlAscending, DataOption:=xlSortNormal",
+      "    ActiveWorkbook.Worksheets(\"Data\").Sort.SortFields.Add2 Key:=Range(\"B5:B24\"), _",
+      "        SortOn:=xlSortOnValues, Order:=xlDescending",
+      "    With ActiveWorkbook.Worksheets(\"Data\").Sort",
+      "        .SetRange Range(\"A4:E24\")",
+      "        .Header = xlYes",
+      "        .MatchCase = False",
+      "        .Orientation = xlTopToBottom",
+      "        .SortMethod = xlPinYin",
+      "        .Apply",
+      "    End With",
+  };
+  const QStringList out = Split(excel::SortObjectToRangeSort(Lines(recorded)));
+  ASSERT_EQ(out.size(), recorded.size() + 1);
+  for (int i = 0; i < 11; ++i) EXPECT_EQ(out[i].trimmed(), "") << i;
+  // Excel sorts A4:E24 below its header by Region, then by Amount descending.
+  EXPECT_EQ(out[11],
+            "        Range(\"A4:E24\").Sort Key1:=Range(\"D5:D24\"), Order1:=xlAscending, DataOption1:=xlSortNormal, "
+            "Key2:=Range(\"B5:B24\"), Order2:=xlDescending, Header:=xlYes, MatchCase:=False, "
+            "Orientation:=xlTopToBottom, SortMethod:=xlPinYin");
+  EXPECT_EQ(out[12].trimmed(), "");
+
+  // Sorting by cell colour, a fourth key or a custom list has no Range.Sort form.
+  const auto untouched = [](const QStringList& lines) {
+    return excel::SortObjectToRangeSort(Lines(lines)) == Lines(lines);
+  };
+  QStringList by_colour = recorded;
+  by_colour[2] = "        SortOn:=xlSortOnCellColor, Order:=xlAscending, DataOption:=xlSortNormal";
+  EXPECT_TRUE(untouched(by_colour));
+  QStringList custom = recorded;
+  custom[4] = "        SortOn:=xlSortOnValues, Order:=xlDescending, CustomOrder:=\"Low,High\"";
+  EXPECT_TRUE(untouched(custom));
+  QStringList four_keys = recorded;
+  for (int k = 0; k < 2; ++k) four_keys.insert(1, recorded[1].section(',', 0, 0));
+  EXPECT_TRUE(untouched(four_keys));
+  QStringList other_sheet = recorded;
+  other_sheet[5] = "    With ActiveWorkbook.Worksheets(\"Summary\").Sort";
+  EXPECT_TRUE(untouched(other_sheet)) << "the fields were added to another sheet's sort";
+  QStringList extra = recorded;
+  extra[10] = "        MsgBox \"sorting\"";
+  EXPECT_TRUE(untouched(extra));
+}
+
+TEST(MacroTranslations, RecorderFontBlockThemePropertiesMeanTheDefaultTheme) {
+  const QStringList recorded = {
+      "    With Selection.Font",
+      "        .Name = \"Calibri\"",
+      "        .Size = 11",
+      "        .Superscript = False",
+      "        .Subscript = False",
+      "        .ThemeColor = xlThemeColorLight1",
+      "        .TintAndShade = 0",
+      "        .ThemeFont = xlThemeFontMinor",
+      "    End With",
+      "    With Range(\"A4\").Font",
+      "        .Name = \"Arial\"",
+      "        .ThemeFont = xlThemeFontMinor",
+      "        .TintAndShade = -0.25",
+      "        .ThemeFont = xlThemeFontNone",
+      "        .Superscript = True",
+      "    End With",
+      "    .TintAndShade = 0",
+  };
+  QString source = Lines(recorded);
+  for (auto rule : {excel::FontTextColorAsBlack, excel::DropFontTintAndShadeZero, excel::DropFontThemeFontOfItsName,
+                    excel::DropFontScriptOff})
+    source = rule(source);
+  const QStringList out = Split(source);
+  ASSERT_EQ(out.size(), recorded.size() + 1);
+  for (int kept : {0, 1, 2, 8, 9, 10, 16}) EXPECT_EQ(out[kept], recorded[kept]) << kept;
+  // Under the Office theme, Text 1 is black and the body font is Calibri.
+  EXPECT_EQ(out[5], "        .Color = 0");
+  for (int dropped : {3, 4, 6, 7, 13}) EXPECT_EQ(out[dropped], "        ") << dropped;
+  EXPECT_EQ(out[11], recorded[11]) << "the body font would replace Arial";
+  EXPECT_EQ(out[12], recorded[12]) << "a real tint changes the colour";
+  EXPECT_EQ(out[14], recorded[14]) << "the office has no superscript to switch on";
+}
