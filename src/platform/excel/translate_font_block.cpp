@@ -1,14 +1,16 @@
 // The recorder writes every Font property into its With ... .Font block,
-// changed or not. Those naming Excel's theme (Office theme: Text 1 is black,
-// the body font is Calibri) or cell-level super- and subscript, which the
-// office lacks, become what they mean.
+// changed or not; some macros set them one by one (Selection.Font.X = ...).
+// Those naming Excel's theme (Office theme: Text 1 is black, the body font
+// is Calibri) or cell-level super- and subscript, which the office lacks,
+// become what they mean.
 #include "platform/excel/macro_translation_rules.h"
 #include "platform/excel/vba_source_lines.h"
 
 namespace excel {
 namespace {
 
-// The statements directly inside one With ... .Font block.
+// The statements directly inside one With ... .Font block; a statement
+// setting a font's property outside a block is a block of its own.
 using FontBlock = std::vector<LogicalLine>;
 
 bool Matches(const char* pattern, const QString& mask) {
@@ -18,6 +20,10 @@ bool Matches(const char* pattern, const QString& mask) {
 std::vector<FontBlock> FontBlocks(const std::vector<LogicalLine>& statements) {
   std::vector<FontBlock> blocks;
   for (std::size_t i = 0; i < statements.size(); ++i) {
+    if (Matches(R"(^\s*(?!.*\b(?:Then|Else)\b)[^\s:][^:]*\.\s*Font\s*\.\s*\w+\s*=[^:]*$)", statements[i].mask)) {
+      blocks.push_back({statements[i]});
+      continue;
+    }
     if (!Matches(R"(^\s*With\s+\S.*\.\s*Font\s*$)", statements[i].mask)) continue;
     FontBlock block;
     int depth = 1;
@@ -31,24 +37,33 @@ std::vector<FontBlock> FontBlocks(const std::vector<LogicalLine>& statements) {
   return blocks;
 }
 
-// Rewrites, in every font block, the statements `pattern` matches: `rewrite`
-// gets the block and the line to change.
-QString RewriteInFontBlocks(const QString& source, const char* pattern,
-                            const std::function<void(const FontBlock&, SourceLines&, const LogicalLine&)>& rewrite) {
+// Rewrites, in every font block, the statements setting a property as
+// `assignment` says ("TintAndShade\s*=\s*0"): `rewrite` gets the block, the
+// lines and the statement, and where in its code the property's name starts.
+using FontRewrite = std::function<void(const FontBlock&, SourceLines&, const LogicalLine&, qsizetype property)>;
+
+QString RewriteFontProperty(const QString& source, const char* assignment, const FontRewrite& rewrite) {
   SourceLines lines = SplitSource(source);
-  const QRegularExpression statement_pattern = VbaPattern(QString::fromLatin1(pattern));
+  const QString property = QString::fromLatin1(assignment);
+  const QRegularExpression in_block = VbaPattern(QStringLiteral(R"(^\s*\.\s*(%1)\s*$)").arg(property));
+  const QRegularExpression alone = VbaPattern(QStringLiteral(R"(^\s*(?!.*\b(?:Then|Else)\b)[^\s:][^:]*\.\s*Font\s*\.\s*(%1)\s*$)").arg(property));
   for (const FontBlock& block : FontBlocks(LogicalLines(lines))) {
     for (const LogicalLine& statement : block) {
-      if (statement_pattern.match(statement.mask).hasMatch()) rewrite(block, lines, statement);
+      auto match = in_block.match(statement.mask);
+      if (!match.hasMatch()) match = alone.match(statement.mask);
+      if (match.hasMatch()) rewrite(block, lines, statement, match.capturedStart(1));
     }
   }
   return JoinSource(lines);
 }
 
-void Blank(const FontBlock&, SourceLines& lines, const LogicalLine& statement) { BlankStatement(lines, statement); }
+void Blank(const FontBlock&, SourceLines& lines, const LogicalLine& statement, qsizetype) {
+  BlankStatement(lines, statement);
+}
 
 bool BlockSetsName(const FontBlock& block, const QString& name) {
-  static const QRegularExpression name_statement = VbaPattern(QStringLiteral(R"re(^\s*\.\s*Name\s*=\s*"(.*)"\s*$)re"));
+  static const QRegularExpression name_statement =
+      VbaPattern(QStringLiteral(R"re(^\s*\.\s*Name\s*=\s*"(.*)"\s*$)re"));
   for (const LogicalLine& statement : block) {
     const auto match = name_statement.match(statement.mask);
     if (match.hasMatch() &&
@@ -61,27 +76,23 @@ bool BlockSetsName(const FontBlock& block, const QString& name) {
 }  // namespace
 
 QString FontTextColorAsBlack(const QString& source) {
-  return RewriteInFontBlocks(source, R"(^\s*\.\s*ThemeColor\s*=\s*(?:xlThemeColorLight1|2)\s*$)",
-                             [](const FontBlock&, SourceLines& lines, const LogicalLine& statement) {
+  return RewriteFontProperty(source, R"(ThemeColor\s*=\s*(?:xlThemeColorLight1|2))",
+                             [](const FontBlock&, SourceLines& lines, const LogicalLine& statement, qsizetype at) {
                                BlankStatement(lines, statement);
-                               SourceLine& line = lines[statement.first];
-                               const QString code = statement.code;
-                               const qsizetype dot = code.indexOf(QLatin1Char('.'));
-                               line.SetCode(code.left(dot) + QStringLiteral(".Color = 0"));
+                               lines[statement.first].SetCode(statement.code.left(at) + QStringLiteral("Color = 0"));
                              });
 }
 
 // A tint of 0 leaves the colour as it is.
 QString DropFontTintAndShadeZero(const QString& source) {
-  return RewriteInFontBlocks(source, R"(^\s*\.\s*TintAndShade\s*=\s*0\s*$)", Blank);
+  return RewriteFontProperty(source, R"(TintAndShade\s*=\s*0)", Blank);
 }
 
 // No theme font, or the theme's body font in a block that names it.
 QString DropFontThemeFontOfItsName(const QString& source) {
-  const QString none_dropped =
-      RewriteInFontBlocks(source, R"(^\s*\.\s*ThemeFont\s*=\s*(?:xlThemeFontNone|0)\s*$)", Blank);
-  return RewriteInFontBlocks(none_dropped, R"(^\s*\.\s*ThemeFont\s*=\s*(?:xlThemeFontMinor|2)\s*$)",
-                             [](const FontBlock& block, SourceLines& lines, const LogicalLine& statement) {
+  const QString none_dropped = RewriteFontProperty(source, R"(ThemeFont\s*=\s*(?:xlThemeFontNone|0))", Blank);
+  return RewriteFontProperty(none_dropped, R"(ThemeFont\s*=\s*(?:xlThemeFontMinor|2))",
+                             [](const FontBlock& block, SourceLines& lines, const LogicalLine& statement, qsizetype) {
                                if (BlockSetsName(block, QStringLiteral("Calibri"))) BlankStatement(lines, statement);
                              });
 }
@@ -89,7 +100,7 @@ QString DropFontThemeFontOfItsName(const QString& source) {
 // The office has no cell-level super- or subscript, so no cell is in one
 // and switching it off changes nothing.
 QString DropFontScriptOff(const QString& source) {
-  return RewriteInFontBlocks(source, R"(^\s*\.\s*(?:Superscript|Subscript)\s*=\s*False\s*$)", Blank);
+  return RewriteFontProperty(source, R"((?:Superscript|Subscript)\s*=\s*False)", Blank);
 }
 
 }  // namespace excel

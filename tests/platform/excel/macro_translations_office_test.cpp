@@ -83,7 +83,23 @@ Sub FormatHeader()
         .TintAndShade = 0
         .ThemeFont = xlThemeFontMinor
     End With
+    Selection.Font.TintAndShade = 0
+    Selection.Font.Subscript = False
     Sheets("Summary").Range("A5").Value = "formatted"
+End Sub
+
+Sub SortByIdAgain()
+    ActiveSheet.Sort.SortFields.Clear
+    ActiveSheet.Sort.SortFields.Add2 Key:=Range("A5"), SortOn:=xlSortOnValues, Order:=xlAscending, DataOption _
+        :=xlSortNormal
+    With ActiveSheet.Sort
+        .SetRange Range("A4:E24")
+        .Header = xlYes
+        .MatchCase = False
+        .Orientation = xlTopToBottom
+        .SortMethod = xlPinYin
+        .Apply
+    End With
 End Sub
 )";
 
@@ -156,6 +172,8 @@ TEST(MacroTranslations, RecorderOutputRunsAsInExcelFromTheLoadedCopyOnly) {
     EXPECT_EQ(data.Cells(5 + r, 2).Value(), QVariant(sorted[r].amount)) << r;
     EXPECT_EQ(data.Cells(5 + r, 5).Value(), QVariant(sorted[r].amount / 2)) << "whole rows move " << r;
   }
+  EXPECT_EQ(ErrorNumberOf([&] { app->Run(QStringLiteral("SortByIdAgain")); }), 0);
+  for (int r = 0; r < int(rows.size()); ++r) EXPECT_EQ(data.Cells(5 + r, 1).Value(), QVariant(rows[r].id)) << r;
 
   // The font block ran to its end: bold, and Text 1 of Excel's theme is black.
   EXPECT_EQ(summary.Cells(5, 1).Value(), QVariant(QStringLiteral("formatted")));

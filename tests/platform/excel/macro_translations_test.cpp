@@ -155,6 +155,11 @@ TEST(MacroTranslations, RecorderFontBlockThemePropertiesMeanTheDefaultTheme) {
       "        .Superscript = True",
       "    End With",
       "    .TintAndShade = 0",
+      "Range(\"A4:E4\").Font.ThemeColor = xlThemeColorLight1: Selection.Font.TintAndShade = 0 ' black",
+      "Selection.Font.TintAndShade = 0",
+      "ws.Cells(4, 1).Font.Subscript = False",
+      "Selection.Font.ThemeFont = xlThemeFontMinor",
+      "If n > 0 Then x = 1 Else Selection.Font.TintAndShade = 0",
   };
   QString source = Lines(recorded);
   for (auto rule : {excel::FontTextColorAsBlack, excel::DropFontTintAndShadeZero, excel::DropFontThemeFontOfItsName,
@@ -162,11 +167,17 @@ TEST(MacroTranslations, RecorderFontBlockThemePropertiesMeanTheDefaultTheme) {
     source = rule(source);
   const QStringList out = Split(source);
   ASSERT_EQ(out.size(), recorded.size() + 1);
-  for (int kept : {0, 1, 2, 8, 9, 10, 16}) EXPECT_EQ(out[kept], recorded[kept]) << kept;
+  for (int kept : {0, 1, 2, 8, 9, 10, 15, 16}) EXPECT_EQ(out[kept], recorded[kept]) << kept;
   // Under the Office theme, Text 1 is black and the body font is Calibri.
   EXPECT_EQ(out[5], "        .Color = 0");
   for (int dropped : {3, 4, 6, 7, 13}) EXPECT_EQ(out[dropped], "        ") << dropped;
   EXPECT_EQ(out[11], recorded[11]) << "the body font would replace Arial";
   EXPECT_EQ(out[12], recorded[12]) << "a real tint changes the colour";
   EXPECT_EQ(out[14], recorded[14]) << "the office has no superscript to switch on";
+  // The same properties set one by one.
+  EXPECT_EQ(out[17], recorded[17]) << "two statements on a line";
+  EXPECT_EQ(out[18], "");
+  EXPECT_EQ(out[19], "");
+  EXPECT_EQ(out[20], recorded[20]) << "no font name says the body font is meant";
+  EXPECT_EQ(out[21], recorded[21]) << "part of a one-line If";
 }
