@@ -11,7 +11,7 @@ namespace excel {
 QString DropPrintCommunication(const QString& source);
 // The Immediate window exists only in Excel's editor.
 QString DropDebugPrint(const QString& source);
-QString ReadValue2AsValue(const QString& source);
+QString Value2AsValue(const QString& source);
 QString LastCellFromUsedRange(const QString& source);
 QString SortObjectToRangeSort(const QString& source);
 

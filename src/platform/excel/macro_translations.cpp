@@ -7,7 +7,7 @@ const std::vector<MacroSourceRule>& MacroTranslations() {
   static const std::vector<MacroSourceRule> rules = {
       {"Application.PrintCommunication does nothing", DropPrintCommunication},
       {"Debug.Print does nothing", DropDebugPrint},
-      {"Range.Value2 is read and written as Range.Value", ReadValue2AsValue},
+      {"Range.Value2 is Range.Value where that comes out the same", Value2AsValue},
       {"SpecialCells(xlCellTypeLastCell) is the used range's last cell", LastCellFromUsedRange},
       {"the Worksheet.Sort block is one Range.Sort", SortObjectToRangeSort},
       {"Font.ThemeColor = xlThemeColorLight1 is black", FontTextColorAsBlack},

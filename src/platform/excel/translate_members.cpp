@@ -1,4 +1,5 @@
-// Range members the office lacks, written as the members it has.
+// SpecialCells(xlCellTypeLastCell), which the office lacks, written with the
+// members it has.
 #include "platform/excel/macro_translation_rules.h"
 #include "platform/excel/vba_source_lines.h"
 
@@ -12,17 +13,6 @@ QString ForEachLine(const QString& source, const std::function<void(SourceLine&)
 }
 
 }  // namespace
-
-// The office's Value is Excel's Value2: a date cell reads as its serial
-// number. A module declaring a Value2 of its own (a Type's field) keeps it.
-QString ReadValue2AsValue(const QString& source) {
-  static const QRegularExpression value2 = VbaPattern(QStringLiteral(R"(\.\s*Value2\b)"));
-  static const QRegularExpression declared = VbaPattern(QStringLiteral(R"(\bValue2\s+As\b)"));
-  if (declared.match(source).hasMatch()) return source;
-  return ForEachLine(source, [](SourceLine& line) {
-    ReplaceInCode(line, value2, [](const QRegularExpressionMatch&, const SourceLine&) { return QStringLiteral(".Value"); });
-  });
-}
 
 // Excel's last cell is the bottom right cell of the sheet's used range,
 // whatever range SpecialCells is asked on.

@@ -42,8 +42,11 @@ Sub PrintProgress()
 End Sub
 
 Sub Values2()
-    Sheets("Summary").Range("A3").Value2 = Range("B5").Value2 * 2
+    amount = Range("B5").Value2
+    Sheets("Summary").Range("A3").Value2 = amount * 2
     Sheets("Summary").Range("B3").Value2 = Range("C5").Value2
+    opened = Cells(5, 3).Value2
+    Sheets("Summary").Range("C3").Value = TypeName(opened)
 End Sub
 
 Sub MarkLastCell()
@@ -95,9 +98,6 @@ Sub SortByIdAgain()
     With ActiveSheet.Sort
         .SetRange Range("A4:E24")
         .Header = xlYes
-        .MatchCase = False
-        .Orientation = xlTopToBottom
-        .SortMethod = xlPinYin
         .Apply
     End With
 End Sub
@@ -156,6 +156,7 @@ TEST(MacroTranslations, RecorderOutputRunsAsInExcelFromTheLoadedCopyOnly) {
   EXPECT_EQ(summary.Cells(3, 1).Value(), QVariant(rows[0].amount * 2));
   EXPECT_EQ(summary.Cells(3, 2).Value(), QVariant(45292.0)) << "1 January 2024";
   EXPECT_EQ(summary.Cells(3, 2).Text(), "45292") << "Value2 carries no date, so Excel writes a plain number";
+  EXPECT_EQ(summary.Cells(3, 3).Value(), QVariant(QStringLiteral("Double")));
 
   // The last cell closes the used range A4:E24, whatever range asked.
   EXPECT_EQ(summary.Cells(4, 1).Value(), QVariant(24.0));

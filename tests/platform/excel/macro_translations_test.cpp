@@ -33,8 +33,8 @@ TEST(MacroTranslations, EveryRuleKeepsTheLinesLiteralsAndCommentsOfAModule) {
   EXPECT_EQ(lines[1], "  ' .Value2") << "Excel prints to the Immediate window only";
   EXPECT_EQ(lines[2], "  ");
   EXPECT_EQ(lines[3], "  MsgBox \"Debug.Print x: Range(\"\"A1\"\").Value2\" ' Debug.Print") << "literal and comment kept";
-  EXPECT_EQ(lines[4], "  x = Range(\"A1\").Value + _");
-  EXPECT_EQ(lines[5], "      Range(\"A2\").Value");
+  EXPECT_EQ(lines[4], "  x = Range(\"A1\").Value2 + _") << "a statement over two lines is not translated";
+  EXPECT_EQ(lines[5], "      Range(\"A2\").Value2");
   EXPECT_EQ(lines[7], "  Rem .TintAndShade = 0 _");
   EXPECT_EQ(lines[8], "  Debug.Print 1") << "a comment ending in \" _\" goes on over the next line in VBA";
   EXPECT_EQ(excel::RewriteMacroSource(out), out) << "a second pass changes nothing";
@@ -59,17 +59,26 @@ TEST(MacroTranslations, StatementsWithoutEffectOutsideExcelsWindowsAreDropped) {
   EXPECT_EQ(out[5], "x = Application.PrintCommunication");
 }
 
-TEST(MacroTranslations, Value2IsTheCellsValue) {
-  const QStringList out = Split(excel::ReadValue2AsValue(Lines({
-      "arr = ws.Range(\"A5:E24\").VALUE2",
-      "Cells(r, 2).Value2 = Cells(r, 1).value2 * 2 ' .Value2",
+// Value2 reads a date cell as its serial number where Value reads a date.
+TEST(MacroTranslations, Value2IsValueWhereBothGiveTheSameCells) {
+  const QStringList out = Split(excel::Value2AsValue(Lines({
+      "ws.Range(\"A5:E24\").VALUE2 = arr",
+      "Cells(r, 2).Value2 = Cells(r, 1).value2 ' .Value2",
+      "n = Cells(r, 3).Value2",
+      "  total = ws.Range(\"$C$5\").Value2",
+      "arr = Range(\"A5:E24\").Value2",
+      "Cells(r, 2).Value2 = \"On \" & Cells(r, 3).Value2",
+      "If ok Then Cells(r, 2).Value2 = 1",
       "x = rng.Value2Total",
   })));
-  EXPECT_EQ(out[0], "arr = ws.Range(\"A5:E24\").Value");
-  EXPECT_EQ(out[1], "Cells(r, 2).Value = Cells(r, 1).Value * 2 ' .Value2");
-  EXPECT_EQ(out[2], "x = rng.Value2Total") << "another member";
-  const QString own_field = Lines({"Type Reading", "  Value2 As Double", "End Type", "x = r.Value2"});
-  EXPECT_EQ(excel::ReadValue2AsValue(own_field), own_field) << "a Type's own Value2 is not the range's";
+  EXPECT_EQ(out[0], "ws.Range(\"A5:E24\").Value = arr") << "Value2 and Value write the same";
+  EXPECT_EQ(out[1], "Cells(r, 2).Value = Cells(r, 1).Value ' .Value2") << "a date copied as a serial number";
+  EXPECT_EQ(out[2], "n = Cells(r, 3).Value: If VarType(n) = vbDate Then n = CDbl(n)");
+  EXPECT_EQ(out[3], "  total = ws.Range(\"$C$5\").Value: If VarType(total) = vbDate Then total = CDbl(total)");
+  // Dates inside a block's array, or a date in text ("On 45292"), are not Value's.
+  for (int kept : {4, 5, 6, 7}) EXPECT_TRUE(out[kept].contains("Value2")) << kept;
+  const QString own_field = Lines({"Type Reading", "  Value2 As Double", "End Type", "r.Value2 = 1"});
+  EXPECT_EQ(excel::Value2AsValue(own_field), own_field) << "a Type's own Value2 is not the range's";
 }
 
 TEST(MacroTranslations, LastCellIsTheBottomRightCellOfTheSheetsUsedRange) {
