@@ -45,8 +45,9 @@ std::optional<QString> WriteThroughValue2(const QString& code, const QString& ma
   return code.left(match.capturedEnd(1)) + QStringLiteral(".Value") + match.captured(2) + value;
 }
 
-// `name = cell.Value2`, then a date made its serial number on the same line.
-std::optional<QString> ReadCellValue2(const QString& code, const QString& mask) {
+// `name = cell.Value2`, then a date (or an amount of money) made a plain
+// number on the same line.
+std::optional<QString> ReadCellValue2(const QString& source, const QString& code, const QString& mask) {
   static const QRegularExpression read = VbaPattern(QStringLiteral(R"(^(\s*)(\w+)\s*=\s*([^:]*)\.\s*Value2\s*$)"));
   const auto match = read.match(mask);
   if (!match.hasMatch()) return std::nullopt;
@@ -55,7 +56,11 @@ std::optional<QString> ReadCellValue2(const QString& code, const QString& mask) 
   if (ObjectExpressionStart(object_mask, object_mask.size()) != 0 || !IsSingleCell(object, object_mask))
     return std::nullopt;
   const QString name = match.captured(2);
-  return QStringLiteral("%1%2 = %3.Value: If VarType(%2) = vbDate Then %2 = CDbl(%2)")
+  // A date put into a String reads as a date's text, not as the serial number.
+  const QRegularExpression text_variable =
+      VbaPattern(QStringLiteral(R"(\b%1(?:\$|\s+As\s+String\b))").arg(QRegularExpression::escape(name)));
+  if (text_variable.match(source).hasMatch()) return std::nullopt;
+  return QStringLiteral("%1%2 = %3.Value: If VarType(%2) = vbDate Or VarType(%2) = vbCurrency Then %2 = CDbl(%2)")
       .arg(match.captured(1), name, object);
 }
 
@@ -69,7 +74,7 @@ QString Value2AsValue(const QString& source) {
   for (const LogicalLine& statement : LogicalLines(lines)) {
     if (statement.first != statement.last) continue;
     auto rewritten = WriteThroughValue2(statement.code, statement.mask);
-    if (!rewritten) rewritten = ReadCellValue2(statement.code, statement.mask);
+    if (!rewritten) rewritten = ReadCellValue2(source, statement.code, statement.mask);
     if (rewritten) lines[statement.first].SetCode(*rewritten);
   }
   return JoinSource(lines);

@@ -126,6 +126,13 @@ QString MakeTemplate(excel::Application& app, const OutputFolder& folder) {
     data.Cells(5 + r, 5).SetValue(rows[r].amount / 2);
   }
   book.AddCodeModule(QStringLiteral("Recorded"), QString::fromLatin1(kRecordedModule));
+  // What a translation writes compiles where every variable must be declared.
+  book.AddCodeModule(QStringLiteral("Strict"), QStringLiteral("Option Explicit\n"
+                                                              "Sub StrictRead()\n"
+                                                              "    Dim amount As Variant\n"
+                                                              "    amount = Cells(5, 2).Value2\n"
+                                                              "    Sheets(\"Summary\").Range(\"A6\").Value = amount\n"
+                                                              "End Sub\n"));
   data.Activate();
   const QString file = folder.File("recorded.xls");
   book.SaveAs(file);
@@ -143,7 +150,7 @@ TEST(MacroTranslations, RecorderOutputRunsAsInExcelFromTheLoadedCopyOnly) {
   auto book = app->Workbooks().Add(template_file);
   auto data = book.Worksheets().Item(QStringLiteral("Data"));
   auto summary = book.Worksheets().Item(QStringLiteral("Summary"));
-  for (const char* macro : {"PageSetupBlock", "PrintProgress", "Values2", "MarkLastCell", "FormatHeader",
+  for (const char* macro : {"StrictRead", "PageSetupBlock", "PrintProgress", "Values2", "MarkLastCell", "FormatHeader",
                             "SortByRegionThenAmount"})
     EXPECT_EQ(ErrorNumberOf([&] { app->Run(QString::fromLatin1(macro)); }), 0) << macro;
 
@@ -157,6 +164,7 @@ TEST(MacroTranslations, RecorderOutputRunsAsInExcelFromTheLoadedCopyOnly) {
   EXPECT_EQ(summary.Cells(3, 2).Value(), QVariant(45292.0)) << "1 January 2024";
   EXPECT_EQ(summary.Cells(3, 2).Text(), "45292") << "Value2 carries no date, so Excel writes a plain number";
   EXPECT_EQ(summary.Cells(3, 3).Value(), QVariant(QStringLiteral("Double")));
+  EXPECT_EQ(summary.Cells(6, 1).Value(), QVariant(rows[0].amount));
 
   // The last cell closes the used range A4:E24, whatever range asked.
   EXPECT_EQ(summary.Cells(4, 1).Value(), QVariant(24.0));
