@@ -94,7 +94,9 @@ void ShowRunError(const platform::AppError& error) {
     case kErrTemplateOrTarget:
       return Show(TemplateOrTargetText(), platform::vbExclamation, RunOutcome::kWorkbookFailed);
     case kErrMacro:
-      return Show(MacroText(), platform::vbExclamation, RunOutcome::kMacroFailed);
+      // Which macro stopped, where and why follow the family's words.
+      return Show(error.Description().isEmpty() ? MacroText() : MacroText() + kCrLf + kCrLf + error.Description(),
+                  platform::vbExclamation, RunOutcome::kMacroFailed);
     case kErrBadInstruction:
       return Show(QStringLiteral("Export incomplete.  Invalid instruction encountered during export.  Ensure template "
                                  "is in the expected directory, and that the worksheet name for the template was "

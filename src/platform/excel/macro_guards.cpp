@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/excel/macro_source.h"
+#include "platform/excel/macro_stop_trap.h"
 #include "platform/excel/vba_code.h"
 
 namespace excel {
@@ -124,6 +125,7 @@ const std::vector<MacroSourceRule>& MacroGuards() {
       {"Application.Quit ends the macro with a message instead of the office", GuardQuit},
       {"Closing the workbook or its window ends the macro with a message", GuardClose},
       {"Saving the workbook, or a copy of it, ends the macro with a message", GuardSave},
+      {"Every procedure's error carries the procedure's name and line", TrapProcedureErrors},
   };
   return rules;
 }

@@ -1,6 +1,5 @@
 #include "platform/excel/macro_runner.h"
 
-#include <QRegularExpression>
 #include <optional>
 
 #include <com/sun/star/container/XNameContainer.hpp>
@@ -9,9 +8,12 @@
 #include <com/sun/star/script/provider/XScriptProviderSupplier.hpp>
 
 #include "platform/excel/excel_errors.h"
+#include "platform/excel/macro_failure.h"
 #include "platform/excel/macro_source.h"
+#include "platform/excel/macro_stop_trap.h"
 #include "platform/excel/uno_objects.h"
 #include "platform/excel/uno_text.h"
+#include "platform/excel/vba_code.h"
 
 namespace excel {
 namespace {
@@ -30,14 +32,6 @@ css::uno::Reference<css::script::XLibraryContainer> BasicLibraries(WorkbookState
   auto libraries = scripts->getBasicLibraries();
   if (!libraries.is()) RaiseApplicationDefined(QStringLiteral("the workbook has no macros"));
   return css::uno::Reference<css::script::XLibraryContainer>(libraries, css::uno::UNO_QUERY_THROW);
-}
-
-bool DefinesProcedure(const QString& source, const QString& procedure) {
-  const QRegularExpression definition(
-      QStringLiteral(R"(^[ \t]*(?:(?:Public|Private|Static)[ \t]+)*(?:Sub|Function)[ \t]+%1\b)")
-          .arg(QRegularExpression::escape(procedure)),
-      QRegularExpression::CaseInsensitiveOption | QRegularExpression::MultilineOption);
-  return definition.match(source).hasMatch();
 }
 
 std::optional<MacroHome> FindMacro(WorkbookState& book, const MacroName& name) {
@@ -69,10 +63,22 @@ QString ProbeSource(const MacroHome& home, const MacroName& name) {
                 "  %1 = \"%3\"\n"
                 "  Exit Function\n"
                 "Failed:\n"
-                "  %1 = \"Error \" & Err.Number & \": \" & Err.Description\n"
+                "  %1 = %4\n"
                 "End Function\n")
-                .arg(QLatin1String(kProbeName), name.procedure, QLatin1String(kSucceeded));
+                .arg(QLatin1String(kProbeName), name.procedure, QLatin1String(kSucceeded), ProbeStopAnswer());
   return source;
+}
+
+std::vector<ModuleText> LibraryModules(WorkbookState& book, const QString& library) {
+  css::uno::Reference<css::container::XNameContainer> modules(BasicLibraries(book)->getByName(ToOUString(library)),
+                                                              css::uno::UNO_QUERY_THROW);
+  std::vector<ModuleText> texts;
+  for (const auto& module : modules->getElementNames()) {
+    rtl::OUString source;
+    modules->getByName(module) >>= source;
+    texts.push_back({ToQString(module), ToQString(source)});
+  }
+  return texts;
 }
 
 QString CallProbe(WorkbookState& book, const MacroHome& home) {
@@ -99,10 +105,11 @@ bool HasMacro(WorkbookState& book, const MacroName& name) {
 }
 
 void RunMacro(WorkbookState& book, const MacroName& name) {
+  std::optional<MacroHome> home;
   const QString answer = OfficeCall(*book.session, [&] {
     RequireOpen(book);
     RewriteLoadedMacros(book);
-    const auto home = FindMacro(book, name);
+    home = FindMacro(book, name);
     if (!home)
       RaiseApplicationDefined(QStringLiteral("The macro '%1' cannot be found.").arg(name.procedure));
     const auto libraries = BasicLibraries(book);
@@ -114,7 +121,11 @@ void RunMacro(WorkbookState& book, const MacroName& name) {
     QString result;
     try {
       result = CallProbe(book, *home);
-    } catch (...) {
+    } catch (const css::uno::Exception&) {
+      if (!book.session->IsAlive())
+        throw platform::AppError(kApplicationDefined,
+                                 DescribeOfficeLoss(name.procedure, home->module, book.session->Watchdog().Fired()),
+                                 OfficeErrorSource());
       modules->removeByName(probe);
       throw;
     }
@@ -128,7 +139,18 @@ void RunMacro(WorkbookState& book, const MacroName& name) {
     RaiseApplicationDefined(
         QStringLiteral("The macro '%1' cannot be run: the workbook's macro project does not compile.")
             .arg(name.procedure));
-  RaiseApplicationDefined(QStringLiteral("The macro '%1' failed. %2").arg(name.procedure, answer));
+  const auto stop = ParseStopAnswer(answer);
+  if (!stop) RaiseApplicationDefined(QStringLiteral("The macro '%1' failed. %2").arg(name.procedure, answer));
+  const auto trapped = ReadTrappedError(stop->text);
+  std::optional<StopPlace> place;
+  if (trapped)
+    place = OfficeCall(*book.session, [&] {
+      return PlaceOfStop(LibraryModules(book, home->library), home->module, trapped->procedure, trapped->office_line);
+    });
+  throw platform::AppError(kApplicationDefined,
+                           DescribeStop(name.procedure, home->module, place, stop->number,
+                                        trapped ? trapped->text : stop->text),
+                           OfficeErrorSource());
 }
 
 }  // namespace excel

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -73,7 +74,15 @@ pid_t OfficeProcess::Spawn() {
     ::setpgid(0, 0);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != parent) ::_exit(127);
-    // Nothing of the office may reach the user's screen while it works.
+    // Nothing of the office may reach the user's screen while it works, nor
+    // our standard error: its warnings and, should it die, its crash report
+    // are not the program's messages.
+    if (const int null = ::open("/dev/null", O_RDWR); null >= 0) {
+      ::dup2(null, STDIN_FILENO);
+      ::dup2(null, STDOUT_FILENO);
+      ::dup2(null, STDERR_FILENO);
+      if (null > STDERR_FILENO) ::close(null);
+    }
     ::unsetenv("DISPLAY");
     ::unsetenv("WAYLAND_DISPLAY");
     ::execv(argv[0], argv.data());

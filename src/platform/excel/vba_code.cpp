@@ -99,4 +99,18 @@ QString ReplaceKeepingLines(const QString& source, qsizetype from, qsizetype to,
   return result + source.mid(to);
 }
 
+const QRegularExpression& ProcedureStart() {
+  static const QRegularExpression start(
+      QStringLiteral(R"(^[ \t]*(?:(?:Public|Private|Friend|Static)[ \t]+)*(Sub|Function|Property)[ \t]+)"
+                     R"((?:(?:Get|Let|Set)[ \t]+)?(\w+))"),
+      QRegularExpression::CaseInsensitiveOption | QRegularExpression::MultilineOption);
+  return start;
+}
+
+bool DefinesProcedure(const QString& source, const QString& procedure) {
+  for (auto it = ProcedureStart().globalMatch(source); it.hasNext();)
+    if (it.next().captured(2).compare(procedure, Qt::CaseInsensitive) == 0) return true;
+  return false;
+}
+
 }  // namespace excel

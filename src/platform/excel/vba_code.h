@@ -2,6 +2,7 @@
 // search, and where a statement ends.
 #pragma once
 
+#include <QRegularExpression>
 #include <QString>
 
 namespace excel {
@@ -18,5 +19,11 @@ qsizetype StatementEnd(const QString& code, qsizetype from);
 // `text` in place of source[from, to), with as many line breaks after it as
 // the replaced part held, so every later line keeps its number.
 QString ReplaceKeepingLines(const QString& source, qsizetype from, qsizetype to, const QString& text);
+
+// The first line of a Sub, Function or Property: captures 1 (Sub, Function
+// or Property) and 2 (its name); case-insensitive, one match per line.
+const QRegularExpression& ProcedureStart();
+// The source has a Sub, Function or Property of that name.
+bool DefinesProcedure(const QString& source, const QString& procedure);
 
 }  // namespace excel

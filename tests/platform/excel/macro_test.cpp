@@ -1,6 +1,7 @@
 #include <QFile>
 #include <gtest/gtest.h>
 
+#include "macro_template.h"
 #include "office_test_support.h"
 #include "platform/excel/application.h"
 #include "platform/excel/excel_errors.h"
@@ -8,15 +9,7 @@
 
 namespace {
 
-QString RunError(excel::Application& app, const QString& macro) {
-  try {
-    app.Run(macro);
-  } catch (const platform::AppError& e) {
-    EXPECT_EQ(e.Number(), excel::kApplicationDefined) << e.Description().toStdString();
-    return e.Description();
-  }
-  return QString();
-}
+QString RunError(excel::Application& app, const QString& macro) { return MacroRunError(app, macro); }
 
 }  // namespace
 

@@ -1,0 +1,75 @@
+#include "platform/excel/macro_stop_trap.h"
+
+#include <QRegularExpression>
+#include <vector>
+
+#include "platform/excel/vba_code.h"
+
+namespace excel {
+namespace {
+
+constexpr char kLabel[] = "TabulonStopped";
+constexpr char kMark[] = "TabulonStopped|";
+
+struct ProcedureLines {
+  QString name;
+  QString kind;  // Sub, Function or Property
+  qsizetype header = 0;  // where its first line starts
+  qsizetype end = 0;     // where its End line starts
+};
+
+std::vector<ProcedureLines> FindProcedures(const QString& code) {
+  static const QRegularExpression end(QStringLiteral(R"(^[ \t]*End[ \t]+(Sub|Function|Property)\b)"),
+                                      QRegularExpression::CaseInsensitiveOption | QRegularExpression::MultilineOption);
+  std::vector<ProcedureLines> found;
+  for (auto it = ProcedureStart().globalMatch(code); it.hasNext();) {
+    const auto header = it.next();
+    const auto closing = end.match(code, header.capturedEnd());
+    if (!closing.hasMatch() || closing.captured(1).compare(header.captured(1), Qt::CaseInsensitive) != 0) continue;
+    // A procedure written on one line has no End line of its own to hold the handler.
+    if (code.mid(header.capturedStart(), closing.capturedStart() - header.capturedStart()).count('\n') == 0) continue;
+    found.push_back({header.captured(2), header.captured(1), header.capturedStart(), closing.capturedStart()});
+  }
+  return found;
+}
+
+// Runs only when the procedure's own errors jump here; a stale error left by
+// the macro's own "On Error Resume Next" is raised under that same Resume
+// Next, so it goes nowhere, and Exit Do ends the loop then.
+QString Handler(const ProcedureLines& procedure) {
+  return QStringLiteral(
+             "%1: Do While Err.Number <> 0: Err.Raise Err.Number, , IIf(Left(Err.Description, %2) = \"%3\", "
+             "Err.Description, \"%3%4|\" & Erl & \"|\" & Err.Description): Exit Do: Loop: ")
+      .arg(QLatin1String(kLabel))
+      .arg(QLatin1String(kMark).size())
+      .arg(QLatin1String(kMark), procedure.name);
+}
+
+}  // namespace
+
+QString TrapProcedureErrors(const QString& source) {
+  if (!source.contains(QStringLiteral("Option VBASupport 1"), Qt::CaseInsensitive)) return source;
+  if (source.contains(QLatin1String(kMark))) return source;
+  const QString code = CodeOnly(source);
+  const auto procedures = FindProcedures(code);
+  QString result = source;
+  // From the last, so earlier positions stay valid.
+  for (auto it = procedures.rbegin(); it != procedures.rend(); ++it) {
+    qsizetype indent = it->end;
+    while (result[indent] == QLatin1Char(' ') || result[indent] == QLatin1Char('\t')) ++indent;
+    result = result.left(it->end) + Handler(*it) + result.mid(indent);
+    const qsizetype header_end = StatementEnd(code, it->header);
+    result.insert(header_end, QStringLiteral(": On Error GoTo %1").arg(QLatin1String(kLabel)));
+  }
+  return result;
+}
+
+std::optional<TrappedError> ReadTrappedError(const QString& description) {
+  static const QRegularExpression shape(QStringLiteral(R"(^%1(\w+)\|(\d+)\|(.*)$)").arg(QRegularExpression::escape(kMark)),
+                                        QRegularExpression::DotMatchesEverythingOption);
+  const auto match = shape.match(description);
+  if (!match.hasMatch()) return std::nullopt;
+  return TrappedError{match.captured(1), match.captured(2).toInt(), match.captured(3)};
+}
+
+}  // namespace excel
