@@ -10,7 +10,7 @@ namespace excel {
 // Page setup batching only speeds Excel's printer driver up.
 QString DropPrintCommunication(const QString& source);
 // The Immediate window exists only in Excel's editor.
-QString DropDebugPrint(const QString& source);
+QString DebugPrintWorksOutItsItems(const QString& source);
 QString Value2AsValue(const QString& source);
 QString LastCellFromUsedRange(const QString& source);
 QString SortObjectToRangeSort(const QString& source);

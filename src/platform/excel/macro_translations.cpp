@@ -6,7 +6,7 @@ namespace excel {
 const std::vector<MacroSourceRule>& MacroTranslations() {
   static const std::vector<MacroSourceRule> rules = {
       {"Application.PrintCommunication does nothing", DropPrintCommunication},
-      {"Debug.Print does nothing", DropDebugPrint},
+      {"Debug.Print prints nowhere but works out its items", DebugPrintWorksOutItsItems},
       {"Range.Value2 is Range.Value where that comes out the same", Value2AsValue},
       {"SpecialCells(xlCellTypeLastCell) is the used range's last cell", LastCellFromUsedRange},
       {"the Worksheet.Sort block is one Range.Sort", SortObjectToRangeSort},

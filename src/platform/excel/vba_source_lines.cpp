@@ -56,8 +56,9 @@ bool SourceLine::Continues() const { return EndsWithContinuation(Code()); }
 
 void SourceLine::SetCode(const QString& code) {
   const QString comment = text.mid(comment_at);
-  text = code + comment;
-  comment_at = code.size();
+  const bool spaced = code.isEmpty() || comment.isEmpty() || code.back().isSpace();
+  text = code + (spaced ? QString() : QStringLiteral(" ")) + comment;
+  comment_at = text.size() - comment.size();
   // Code put in by a rule holds no literal the rules should skip later on
   // when it copies the user's: remasking keeps literals masked.
   bool goes_on = false;

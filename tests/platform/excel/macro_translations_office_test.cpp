@@ -41,6 +41,10 @@ Sub PrintProgress()
     Sheets("Summary").Range("A2").Value = "printed"
 End Sub
 
+Sub PrintMissingSheet()
+    Debug.Print "rows: "; Sheets("No such sheet").UsedRange.Rows.Count
+End Sub
+
 Sub Values2()
     amount = Range("B5").Value2
     Sheets("Summary").Range("A3").Value2 = amount * 2
@@ -154,6 +158,8 @@ TEST(MacroTranslations, RecorderOutputRunsAsInExcelFromTheLoadedCopyOnly) {
                             "SortByRegionThenAmount"})
     EXPECT_EQ(ErrorNumberOf([&] { app->Run(QString::fromLatin1(macro)); }), 0) << macro;
 
+  EXPECT_NE(ErrorNumberOf([&] { app->Run(QStringLiteral("PrintMissingSheet")); }), 0)
+      << "Excel works out what it would print, and there is no such sheet";
   // The page setup block and Debug.Print leave the macro running on.
   EXPECT_EQ(summary.Cells(1, 1).Value(), QVariant(QStringLiteral("page set")));
   EXPECT_EQ(summary.Cells(2, 1).Value(), QVariant(QStringLiteral("printed")));

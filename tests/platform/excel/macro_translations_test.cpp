@@ -30,7 +30,7 @@ TEST(MacroTranslations, EveryRuleKeepsTheLinesLiteralsAndCommentsOfAModule) {
   const QString out = excel::RewriteMacroSource(module);
   const QStringList lines = Split(out);
   ASSERT_EQ(lines.size(), Split(module).size());
-  EXPECT_EQ(lines[1], "  ' .Value2") << "Excel prints to the Immediate window only";
+  EXPECT_EQ(lines[1], "  If IsNull(Array(\"Application.PrintCommunication = False\")) Then Beep ' .Value2");
   EXPECT_EQ(lines[2], "  ");
   EXPECT_EQ(lines[3], "  MsgBox \"Debug.Print x: Range(\"\"A1\"\").Value2\" ' Debug.Print") << "literal and comment kept";
   EXPECT_EQ(lines[4], "  x = Range(\"A1\").Value2 + _") << "a statement over two lines is not translated";
@@ -40,19 +40,26 @@ TEST(MacroTranslations, EveryRuleKeepsTheLinesLiteralsAndCommentsOfAModule) {
   EXPECT_EQ(excel::RewriteMacroSource(out), out) << "a second pass changes nothing";
 }
 
-TEST(MacroTranslations, StatementsWithoutEffectOutsideExcelsWindowsAreDropped) {
+// Excel prints to its editor's Immediate window only, and sends page
+// settings to the printer at once when nothing else runs.
+TEST(MacroTranslations, StatementsTalkingToExcelsOwnWindowsOrPrinterDoNothingMore) {
   const QString module = Lines({
       "application.printcommunication = TRUE",
       "    Debug.Print \"rows\"; n, _",
-      "        Now",
+      "        Now;",
       "If done Then Debug.Print \"x\"",
       "Debug.Print 1: n = 2",
       "x = Application.PrintCommunication",
+      "  debug.print",
+      "Debug.Print Tab(2); \"a;b\", Spc(n + 1); Tab; Cells(1, 1).Value",
   });
-  const QStringList out = Split(excel::DropDebugPrint(excel::DropPrintCommunication(module)));
+  const QStringList out = Split(excel::DebugPrintWorksOutItsItems(excel::DropPrintCommunication(module)));
   EXPECT_EQ(out[0], "") << "VBA is case-insensitive";
-  EXPECT_EQ(out[1], "    ");
+  // Excel still works out the items, with the errors and calls that brings.
+  EXPECT_EQ(out[1], "    If IsNull(Array(\"rows\", n, Now)) Then Beep") << "never Null: Beep never runs";
   EXPECT_EQ(out[2], "        ");
+  EXPECT_EQ(out[6], "  ");
+  EXPECT_EQ(out[7], "If IsNull(Array((2), \"a;b\", (n + 1), Cells(1, 1).Value)) Then Beep");
   // A statement sharing its line is not ours to cut out of it.
   EXPECT_EQ(out[3], "If done Then Debug.Print \"x\"");
   EXPECT_EQ(out[4], "Debug.Print 1: n = 2");
