@@ -30,6 +30,16 @@ struct RecorderSort {
   std::size_t end_with = 0;
 };
 
+// Only the values the office's Range.Sort was seen to take as Excel does:
+// Excel's header guess, sorting columns left to right and numbers stored as
+// text are left to the macro check.
+bool IsOneOf(const QString& value, std::initializer_list<const char*> allowed) {
+  for (const char* one : allowed) {
+    if (value.compare(QLatin1String(one), Qt::CaseInsensitive) == 0) return true;
+  }
+  return false;
+}
+
 // The object whose .Sort the statement uses, spaces removed and lower-cased,
 // when the statement is `<object>.Sort<tail>`.
 std::optional<QString> SortObjectOf(const LogicalLine& statement, const char* head, const char* tail,
@@ -57,7 +67,7 @@ std::optional<SortKey> ParseSortField(const QString& code, const QString& mask) 
     const QString value = code.mid(span.from + match.capturedEnd(), span.to - span.from - match.capturedEnd());
     if (name == QLatin1String("key")) field.key = value;
     else if (name == QLatin1String("order")) field.order = value;
-    else if (name == QLatin1String("dataoption")) field.data_option = value;
+    else if (name == QLatin1String("dataoption") && IsOneOf(value, {"xlSortNormal", "0"})) field.data_option = value;
     else if (!(name == QLatin1String("sorton") && on_values.match(value).hasMatch()))
       return std::nullopt;  // colour sorts and custom lists have no Range.Sort form
   }
@@ -83,8 +93,9 @@ bool ParseSortWith(const std::vector<LogicalLine>& statements, std::size_t from,
     const bool assigned = match.capturedLength(2) > 0;
     if (name == QLatin1String("setrange") && !assigned) sort.range = value;
     else if (name == QLatin1String("apply") && !assigned && value.isEmpty()) sort.apply = i;
-    else if (assigned && (name == QLatin1String("header") || name == QLatin1String("matchcase") ||
-                          name == QLatin1String("orientation") || name == QLatin1String("sortmethod")))
+    else if (assigned && (name == QLatin1String("matchcase") || name == QLatin1String("sortmethod") ||
+                          (name == QLatin1String("header") && IsOneOf(value, {"xlYes", "xlNo", "1", "2"})) ||
+                          (name == QLatin1String("orientation") && IsOneOf(value, {"xlTopToBottom", "1"}))))
       sort.options.emplace_back(match.captured(1), value);
     else
       return false;

@@ -133,7 +133,9 @@ TEST(MacroTranslations, RecorderSortBlockIsOneRangeSortOnItsApplyLine) {
             "Orientation:=xlTopToBottom, SortMethod:=xlPinYin");
   EXPECT_EQ(out[12].trimmed(), "");
 
-  // Sorting by cell colour, a fourth key or a custom list has no Range.Sort form.
+  // Sorting by cell colour, a fourth key or a custom list has no Range.Sort
+  // form; a guessed header, a left-to-right sort and text read as numbers
+  // are not known to come out as in Excel.
   const auto untouched = [](const QStringList& lines) {
     return excel::SortObjectToRangeSort(Lines(lines)) == Lines(lines);
   };
@@ -146,6 +148,14 @@ TEST(MacroTranslations, RecorderSortBlockIsOneRangeSortOnItsApplyLine) {
   QStringList four_keys = recorded;
   for (int k = 0; k < 2; ++k) four_keys.insert(1, recorded[1].section(',', 0, 0));
   EXPECT_TRUE(untouched(four_keys));
+  for (const auto& [line, setting] : std::vector<std::pair<int, const char*>>{
+           {7, "        .Header = xlGuess"},
+           {9, "        .Orientation = xlLeftToRight"},
+           {2, "        SortOn:=xlSortOnValues, Order:=xlAscending, DataOption:=xlSortTextAsNumbers"}}) {
+    QStringList other = recorded;
+    other[line] = QString::fromLatin1(setting);
+    EXPECT_TRUE(untouched(other)) << setting;
+  }
   QStringList other_sheet = recorded;
   other_sheet[5] = "    With ActiveWorkbook.Worksheets(\"Summary\").Sort";
   EXPECT_TRUE(untouched(other_sheet)) << "the fields were added to another sheet's sort";
