@@ -75,6 +75,17 @@ std::optional<SortKey> ParseSortField(const QString& code, const QString& mask) 
   return field;
 }
 
+// Excel's sort object keeps the header, case and direction settings of the
+// sheet's last sort; Range.Sort starts from its defaults. So the block must
+// set all three, as the recorder does.
+bool SetsEverySheetSetting(const RecorderSort& sort) {
+  int set = 0;
+  for (const auto& option : sort.options) {
+    if (IsOneOf(option.first, {"Header", "MatchCase", "Orientation"})) ++set;
+  }
+  return set == 3;
+}
+
 // The With ... End With block's statements, into `sort`; false on anything
 // Range.Sort cannot say.
 bool ParseSortWith(const std::vector<LogicalLine>& statements, std::size_t from, RecorderSort& sort) {
@@ -84,7 +95,7 @@ bool ParseSortWith(const std::vector<LogicalLine>& statements, std::size_t from,
     const LogicalLine& statement = statements[i];
     if (end_with.match(statement.mask).hasMatch()) {
       sort.end_with = i;
-      return sort.apply != 0 && sort.apply == i - 1 && !sort.range.isEmpty();
+      return sort.apply != 0 && sort.apply == i - 1 && !sort.range.isEmpty() && SetsEverySheetSetting(sort);
     }
     const auto match = member.match(statement.mask);
     if (!match.hasMatch()) return false;

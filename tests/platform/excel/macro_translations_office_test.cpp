@@ -102,6 +102,8 @@ Sub SortByIdAgain()
     With ActiveSheet.Sort
         .SetRange Range("A4:E24")
         .Header = xlYes
+        .MatchCase = False
+        .Orientation = xlTopToBottom
         .Apply
     End With
 End Sub

@@ -156,6 +156,11 @@ TEST(MacroTranslations, RecorderSortBlockIsOneRangeSortOnItsApplyLine) {
     other[line] = QString::fromLatin1(setting);
     EXPECT_TRUE(untouched(other)) << setting;
   }
+  for (int setting : {7, 8, 9}) {
+    QStringList unset = recorded;
+    unset.removeAt(setting);
+    EXPECT_TRUE(untouched(unset)) << "Excel would keep the sheet's last " << recorded[setting].toStdString();
+  }
   QStringList other_sheet = recorded;
   other_sheet[5] = "    With ActiveWorkbook.Worksheets(\"Summary\").Sort";
   EXPECT_TRUE(untouched(other_sheet)) << "the fields were added to another sheet's sort";
