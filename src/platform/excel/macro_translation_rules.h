@@ -15,7 +15,7 @@ QString Value2AsValue(const QString& source);
 QString LastCellFromUsedRange(const QString& source);
 QString SortObjectToRangeSort(const QString& source);
 
-// The recorder's With ... .Font block.
+// A font's properties, in the recorder's With ... .Font block or one by one.
 QString FontTextColorAsBlack(const QString& source);
 QString DropFontTintAndShadeZero(const QString& source);
 QString DropFontThemeFontOfItsName(const QString& source);

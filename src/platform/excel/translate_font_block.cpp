@@ -3,6 +3,8 @@
 // Those naming Excel's theme (Office theme: Text 1 is black, the body font
 // is Calibri) or cell-level super- and subscript, which the office lacks,
 // become what they mean.
+#include <functional>
+
 #include "platform/excel/macro_translation_rules.h"
 #include "platform/excel/vba_source_lines.h"
 

@@ -130,20 +130,6 @@ void BlankStatement(SourceLines& lines, const LogicalLine& statement) {
   for (std::size_t i = statement.first; i <= statement.last; ++i) lines[i].BlankCode();
 }
 
-void ReplaceInCode(SourceLine& line, const QRegularExpression& pattern,
-                   const std::function<QString(const QRegularExpressionMatch&, const SourceLine&)>& replacement) {
-  std::vector<QRegularExpressionMatch> matches;
-  for (auto it = pattern.globalMatch(line.CodeMask()); it.hasNext();) matches.push_back(it.next());
-  if (matches.empty()) return;
-  QString code = line.Code();
-  // From the last match back, so that earlier matches keep their offsets.
-  for (auto match = matches.rbegin(); match != matches.rend(); ++match) {
-    const QString with = replacement(*match, line);
-    code.replace(match->capturedStart(), match->capturedLength(), with);
-  }
-  line.SetCode(code);
-}
-
 qsizetype ObjectExpressionStart(const QString& mask, qsizetype member_dot) {
   qsizetype at = member_dot;
   while (at > 0) {

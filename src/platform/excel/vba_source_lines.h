@@ -5,7 +5,6 @@
 
 #include <QRegularExpression>
 #include <QString>
-#include <functional>
 #include <vector>
 
 namespace excel {
@@ -46,13 +45,6 @@ std::vector<LogicalLine> LogicalLines(const SourceLines& lines);
 
 // Blanks the code of every line of the statement.
 void BlankStatement(SourceLines& lines, const LogicalLine& statement);
-
-// Replaces each match of `pattern` in the code of a line (matched on its
-// mask, so a literal or comment never matches) by what `replacement` makes of
-// the match's written text and its start in the line.
-void ReplaceInCode(SourceLine& line, const QRegularExpression& pattern,
-                   const std::function<QString(const QRegularExpressionMatch& on_mask, const SourceLine& line)>&
-                       replacement);
 
 // Start of the object expression that ends where `member_dot` is (the "." of
 // ".Member"): names, dots and bracketed arguments, such as

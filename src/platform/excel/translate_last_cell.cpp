@@ -4,22 +4,14 @@
 #include "platform/excel/vba_source_lines.h"
 
 namespace excel {
-namespace {
-
-QString ForEachLine(const QString& source, const std::function<void(SourceLine&)>& rewrite) {
-  SourceLines lines = SplitSource(source);
-  for (SourceLine& line : lines) rewrite(line);
-  return JoinSource(lines);
-}
-
-}  // namespace
 
 // Excel's last cell is the bottom right cell of the sheet's used range,
 // whatever range SpecialCells is asked on.
 QString LastCellFromUsedRange(const QString& source) {
   static const QRegularExpression last_cell =
       VbaPattern(QStringLiteral(R"(\.SpecialCells\s*\(\s*(?:xlCellTypeLastCell|xlLastCell|11)\s*\))"));
-  return ForEachLine(source, [](SourceLine& line) {
+  SourceLines lines = SplitSource(source);
+  for (SourceLine& line : lines) {
     const QString mask = line.CodeMask();
     const QString code = line.Code();
     QString rewritten = code;
@@ -33,7 +25,8 @@ QString LastCellFromUsedRange(const QString& source) {
                         QStringLiteral("%1.Cells(%1.Rows.Count, %1.Columns.Count)").arg(used));
     }
     if (rewritten != code) line.SetCode(rewritten);
-  });
+  }
+  return JoinSource(lines);
 }
 
 }  // namespace excel
