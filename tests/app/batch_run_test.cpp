@@ -10,7 +10,12 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <QThread>
+#include <csignal>
+
+#include "macro_template.h"
 #include "platform/dao/dao.h"
+#include "platform/excel/application.h"
 #include "xls_reader.h"
 
 namespace {
@@ -42,12 +47,18 @@ class BatchRunTest : public ::testing::Test {
   // runtime folder, no session.
   Result Tabulon(const QStringList& arguments) const {
     QProcess process;
+    Start(process, arguments);
+    return Finish(process);
+  }
+  void Start(QProcess& process, const QStringList& arguments) const {
     QProcessEnvironment environment;
     environment.insert(QStringLiteral("HOME"), temp_.filePath(QStringLiteral("home")));
     environment.insert(QStringLiteral("PATH"), QStringLiteral("/usr/bin:/bin"));
     process.setProcessEnvironment(environment);
     process.setWorkingDirectory(temp_.path());
     process.start(QStringLiteral(TABULON_PROGRAM), arguments);
+  }
+  static Result Finish(QProcess& process) {
     EXPECT_TRUE(process.waitForFinished(180000));
     return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
             QString::fromUtf8(process.readAllStandardError())};
@@ -179,6 +190,75 @@ TEST_F(BatchRunTest, EachKindOfFailureHasItsOwnStatusAndLeavesNoFile) {
   EXPECT_EQ(failed.status, 6) << failed.err.toStdString();
   EXPECT_TRUE(failed.err.startsWith(QStringLiteral("tabulon: Excel Exporter: Cannot execute a macro")));
   EXPECT_FALSE(QFile::exists(Path(QStringLiteral("weekly.xls"))));
+}
+
+// The office of a process: its child running soffice.bin.
+pid_t OfficeOf(qint64 parent) {
+  for (const QString& entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(entry));
+    if (!stat.open(QIODevice::ReadOnly)) continue;
+    const QString text = QString::fromLatin1(stat.readAll());
+    const auto fields = text.mid(text.lastIndexOf(QLatin1Char(')')) + 2).split(QLatin1Char(' '));
+    if (text.contains(QStringLiteral("(soffice.bin)")) && fields.value(1).toLongLong() == parent) return entry.toInt();
+  }
+  return -1;
+}
+
+TEST_F(BatchRunTest, AMacroThatStopsOrTakesTheOfficeWithItIsToldOnStandardErrorAlone) {
+  const QString stops = Path(QStringLiteral("Stops.xls"));
+  const QString looping = Path(QStringLiteral("looping"));
+  {
+    auto app = excel::Application::Create();
+    MacroModules modules = FailingReportModule();
+    modules.append({QStringLiteral("Loops"), QStringLiteral("Sub Spins()\n"
+                                                            "  Open \"%1\" For Output As #1\n"
+                                                            "  Close #1\n"
+                                                            "  Do\n"
+                                                            "    DoEvents\n"
+                                                            "  Loop\n"
+                                                            "End Sub\n")
+                                                 .arg(looping)});
+    modules.append({QStringLiteral("Marking"), QStringLiteral("Sub Marks()\n"
+                                                              "  ThisWorkbook.Worksheets(\"Data\").Range(\"A1\").Value = \"ran\"\n"
+                                                              "End Sub\n")});
+    MakeMacroTemplate(*app, stops, modules);
+  }
+  const auto useMacro = [&](const QString& macro) {
+    Execute(sample_, QStringLiteral("UPDATE tblUserQueries SET ExcelTemplate = '%1', ExcelSheetName = 'Data', "
+                                    "ExcelMacros = '%2' WHERE QueryID = 1")
+                         .arg(stops, macro));
+  };
+  const QStringList run = {QStringLiteral("--run"), QStringLiteral("Weekly catch"), QStringLiteral("--output"),
+                           QStringLiteral("weekly.xls"), QStringLiteral("--database"), sample_};
+  const QString macroMessage = QStringLiteral(
+      "tabulon: Excel Exporter: Cannot execute a macro in the Excel file.  Ensure that the Excel Macro exists.  \n\n"
+      "Alternatively, the default settings for the template in the applicaton's database may be incorrect.\n\n");
+
+  useMacro(QStringLiteral("Fails"));
+  Result failed = Tabulon(run);
+  EXPECT_EQ(failed.status, 6);
+  EXPECT_EQ(failed.err, macroMessage + QLatin1String(kFailingReportStop) + QLatin1Char('\n'));
+
+  // The office aborts while the macro runs, as a crashing office does.
+  useMacro(QStringLiteral("Spins"));
+  QProcess process;
+  Start(process, run);
+  for (int waited = 0; !QFile::exists(looping) && waited < 1200; ++waited) QThread::msleep(100);
+  ASSERT_TRUE(QFile::exists(looping)) << "the macro never started";
+  const pid_t office = OfficeOf(process.processId());
+  ASSERT_GT(office, 0);
+  ::kill(office, SIGABRT);
+  failed = Finish(process);
+  EXPECT_EQ(failed.status, 6);
+  EXPECT_EQ(failed.err, macroMessage + QStringLiteral("The macro 'Spins' (module Loops) did not finish: the office "
+                                                      "ended while it ran. The next run starts a new office.\n"));
+  EXPECT_EQ(QDir(Path(QString())).entryList({QStringLiteral(".~lock*")}, QDir::Hidden | QDir::Files), QStringList())
+      << "the dead office's lock on the workbook goes with it";
+
+  useMacro(QStringLiteral("Marks"));
+  const Result next = Tabulon(run + QStringList{QStringLiteral("--overwrite")});
+  EXPECT_EQ(next.status, 0) << next.err.toStdString();
+  EXPECT_EQ(ReadXls(Path(QStringLiteral("weekly.xls"))).Sheet(QStringLiteral("Data")).Text(1, 1), QStringLiteral("ran"));
 }
 
 }  // namespace

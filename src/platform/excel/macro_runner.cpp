@@ -11,6 +11,7 @@
 #include "platform/excel/macro_failure.h"
 #include "platform/excel/macro_source.h"
 #include "platform/excel/macro_stop_trap.h"
+#include "platform/excel/office_process.h"
 #include "platform/excel/uno_objects.h"
 #include "platform/excel/uno_text.h"
 #include "platform/excel/vba_code.h"
@@ -122,10 +123,12 @@ void RunMacro(WorkbookState& book, const MacroName& name) {
     try {
       result = CallProbe(book, *home);
     } catch (const css::uno::Exception&) {
-      if (!book.session->IsAlive())
+      if (!book.session->IsAlive()) {
+        RemoveLockLeftFor(book.file_name);
         throw platform::AppError(kApplicationDefined,
                                  DescribeOfficeLoss(name.procedure, home->module, book.session->Watchdog().Fired()),
                                  OfficeErrorSource());
+      }
       modules->removeByName(probe);
       throw;
     }

@@ -116,4 +116,10 @@ void OfficeProcess::Kill() {
   pid_ = -1;  // the group is gone; never signal a number the system may reuse
 }
 
+void RemoveLockLeftFor(const QString& document) {
+  if (document.isEmpty()) return;
+  const QFileInfo info(document);
+  QFile::remove(info.absolutePath() + QStringLiteral("/.~lock.") + info.fileName() + QStringLiteral("#"));
+}
+
 }  // namespace excel

@@ -47,4 +47,8 @@ class OfficeProcess {
   std::optional<int> exit_code_;
 };
 
+// The office marks a document it has open with a lock file beside it; an
+// office that was killed leaves it behind, for the user to trip over.
+void RemoveLockLeftFor(const QString& document);
+
 }  // namespace excel

@@ -18,6 +18,7 @@ QString MacroRunError(excel::Application& app, const QString& macro) {
 void MakeMacroTemplate(excel::Application& app, const QString& path, const MacroModules& modules) {
   auto book = app.Workbooks().Add();
   book.Worksheets().Item(1).SetName(QStringLiteral("Data"));
+  book.Worksheets().Item(2).SetName(QStringLiteral("Summary"));
   for (const auto& [name, source] : modules) book.AddCodeModule(name, source);
   book.SaveAs(path);
   book.Close();

@@ -1,5 +1,6 @@
 // Template workbooks with VBA modules, made in the office for a test as
-// Excel users keep theirs: a "Data" sheet and the given modules, saved as .xls.
+// Excel users keep theirs: "Data" and "Summary" sheets (where the sample's
+// reports place their blocks) and the given modules, saved as .xls.
 #pragma once
 
 #include <QList>
