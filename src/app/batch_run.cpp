@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "app/lock_wait_setting.h"
+#include "app/macro_check_command.h"
 #include "app/mglobals.h"
 #include "export/bas_exporter.h"
 #include "export/excel_slots.h"
@@ -60,6 +61,7 @@ class BatchDialogs : public platform::Dialogs {
 
 struct BatchOptions {
   bool list = false;
+  bool check_macros = false;
   QString report;
   QString output;
   QString database;
@@ -73,18 +75,22 @@ std::optional<BatchOptions> ParseOptions(const QStringList& arguments) {
   const QCommandLineOption output(QStringLiteral("output"), QStringLiteral("Workbook to write"), QStringLiteral("FILE"));
   const QCommandLineOption database(QStringLiteral("database"), QStringLiteral("Database"), QStringLiteral("FILE"));
   const QCommandLineOption overwrite(QStringLiteral("overwrite"), QStringLiteral("Replace an existing FILE"));
-  parser.addOptions({run, list, output, database, overwrite});
+  const QCommandLineOption check(QStringLiteral("check-macros"), QStringLiteral("Check the macros of [REPORT]"));
+  parser.addOptions({run, list, output, database, overwrite, check});
   if (!parser.parse(arguments)) {
     PrintError(parser.errorText());
     return std::nullopt;
   }
-  BatchOptions options{parser.isSet(list), parser.value(run), parser.value(output), parser.value(database),
-                       parser.isSet(overwrite)};
-  if (parser.isSet(run) == options.list || (!options.list && options.output.isEmpty()) ||
-      !parser.positionalArguments().isEmpty()) {
+  BatchOptions options{parser.isSet(list), parser.isSet(check), parser.value(run), parser.value(output),
+                       parser.value(database), parser.isSet(overwrite)};
+  if (options.check_macros && parser.positionalArguments().size() == 1) options.report = parser.positionalArguments()[0];
+  const int modes = int(parser.isSet(run)) + int(options.list) + int(options.check_macros);
+  if (modes != 1 || (parser.isSet(run) && options.output.isEmpty()) ||
+      parser.positionalArguments().size() > (options.check_macros ? 1 : 0)) {
     PrintError(QStringLiteral(
         "usage: tabulon --run \"REPORT\" --output FILE [--database FILE] [--overwrite]\n"
-        "       tabulon --list [--database FILE]"));
+        "       tabulon --list [--database FILE]\n"
+        "       tabulon --check-macros [\"REPORT\"] [--database FILE]"));
     return std::nullopt;
   }
   return options;
@@ -123,17 +129,32 @@ int StatusOf(basExporter::RunOutcome outcome) {
   return kBatchFailed;
 }
 
-int RunReport(dao::Database& database, const QString& databasePath, const BatchOptions& options) {
-  std::optional<std::int32_t> outputId;
-  for (const auto& [name, key] : Reports(database)) {
+// The reports named `name`, told on standard error when there is none.
+QVector<std::pair<QString, std::int32_t>> ReportsNamed(dao::Database& database, const QString& name,
+                                                      const QString& databasePath) {
+  QVector<std::pair<QString, std::int32_t>> named;
+  for (const auto& report : Reports(database)) {
     // Report names compare as Jet compares them: case does not count.
-    if (name.compare(options.report, Qt::CaseInsensitive) == 0) outputId = key;
+    if (report.first.compare(name, Qt::CaseInsensitive) == 0) named = {report};
   }
-  if (!outputId) {
-    PrintError(QStringLiteral("There is no report named '") + options.report + QStringLiteral("' in ") +
-               databasePath + QLatin1Char('.'));
-    return kBatchReportNotFound;
-  }
+  if (named.isEmpty())
+    PrintError(QStringLiteral("There is no report named '") + name + QStringLiteral("' in ") + databasePath +
+               QLatin1Char('.'));
+  return named;
+}
+
+int CheckMacros(dao::Database& database, const QString& databasePath, const BatchOptions& options) {
+  const auto reports = options.report.isEmpty() ? Reports(database) : ReportsNamed(database, options.report, databasePath);
+  if (reports.isEmpty() && !options.report.isEmpty()) return kBatchReportNotFound;
+  excel::Application::SetDesktopOpener([](const QString&) {});
+  gTemplateSearch.database_folder = QFileInfo(databasePath).absolutePath() + QLatin1Char('/');
+  return CheckReportMacros(database, reports);
+}
+
+int RunReport(dao::Database& database, const QString& databasePath, const BatchOptions& options) {
+  const auto named = ReportsNamed(database, options.report, databasePath);
+  if (named.isEmpty()) return kBatchReportNotFound;
+  const std::int32_t outputId = named.first().second;
   const QString output = QFileInfo(options.output).absoluteFilePath();
   const bool existed = QFileInfo::exists(output);
   if (existed && !options.overwrite) {
@@ -146,7 +167,7 @@ int RunReport(dao::Database& database, const QString& databasePath, const BatchO
   excel::Application::SetDesktopOpener([](const QString&) {});
   gTemplateSearch.database_folder = QFileInfo(databasePath).absolutePath() + QLatin1Char('/');
   basExporter::RunContext context{database, databasePath, [](const QString&) {}};
-  basExporter::ExportReport(options.report, *outputId, context);
+  basExporter::ExportReport(options.report, outputId, context);
   platform::setDialogs(nullptr);
   const int status = StatusOf(basExporter::LastRunOutcome());
   // A failed run leaves nothing half-written where none was before.
@@ -162,6 +183,7 @@ int RunReport(dao::Database& database, const QString& databasePath, const BatchO
 
 bool IsBatchInvocation(const QStringList& arguments) {
   return arguments.contains(QStringLiteral("--run")) || arguments.contains(QStringLiteral("--list")) ||
+         arguments.contains(QStringLiteral("--check-macros")) ||
          std::any_of(arguments.begin(), arguments.end(),
                      [](const QString& a) { return a.startsWith(QStringLiteral("--run=")); });
 }
@@ -188,7 +210,8 @@ int RunBatch(const QStringList& arguments) {
     PrintError(databasePath + QStringLiteral(": ") + error.Description());
     return kBatchDatabase;
   }
-  const int status = RunReport(*database, databasePath, *options);
+  const int status = options->check_macros ? CheckMacros(*database, databasePath, *options)
+                                            : RunReport(*database, databasePath, *options);
   ReleaseExcelSlots();
   return status;
 }

@@ -1,6 +1,7 @@
 // Runs without a window, for scheduled jobs:
 //   tabulon --run "REPORT" --output FILE [--database FILE] [--overwrite]
 //   tabulon --list [--database FILE]
+//   tabulon --check-macros [REPORT] [--database FILE]
 // A run is the main window's run with nobody at the screen: the report's
 // stored parameters, templates and macros, no question asked, every message
 // printed on standard error, and an exit status that says what failed.
@@ -23,10 +24,11 @@ enum BatchStatus : int {
   kBatchFailed = 8,
 };
 
-// True when the arguments (the program's own first) ask for --run or --list.
+// True when the arguments (the program's own first) ask for --run, --list or
+// --check-macros.
 bool IsBatchInvocation(const QStringList& arguments);
 
-// Carries out --run or --list; needs the core application object only (no
+// Carries out --run, --list or --check-macros; needs the core application object only (no
 // window is shown). Returns the exit status.
 int RunBatch(const QStringList& arguments);
 

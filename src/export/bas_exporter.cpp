@@ -8,6 +8,7 @@
 
 #include "export/cexcel_exporter.h"
 #include "export/excel_slots.h"
+#include "export/report_macros.h"
 #include "export/run_progress.h"
 #include "export/bas_exporter_messages.h"
 #include "platform/dao/dao.h"
@@ -187,6 +188,8 @@ Next ExportRun::ExportQuery(const QVariant& queryId) {
     // Refusing to overwrite leaves this query unwritten; the run goes on.
     if (!exporter_->CreateExcelFile(fileName, destination_.templatePath, gNewExcelInstance)) return Next::kNextQuery;
     outputFile_ = fileName;
+    // What cannot run is refused before any record is placed.
+    CheckMacrosBeforeRun(*gExcelWorkbook, ReadReportMacros(context_.database, outputId_).macros);
   }
   return WriteRecords(query, userQuery->Value(6));
 }

@@ -104,8 +104,23 @@ const ProjectModule& ModuleNamed(const std::vector<ProjectModule>& project, cons
   return *std::find_if(project.begin(), project.end(), [&](const ProjectModule& m) { return m.name == name; });
 }
 
+// The lines of the named macro that every run of it reaches, read in the
+// source as the user wrote it: the rewriting adds error handling of its
+// own, which does not keep a failing call from failing.
+std::set<int> LinesAlwaysReached(const ProjectModule& module, const QString& procedure) {
+  std::set<int> lines;
+  for (const VbaProcedure& written : ProceduresOf(module.name, module.written)) {
+    if (written.name.compare(procedure, Qt::CaseInsensitive) != 0) continue;
+    for (const VbaStatement& statement : written.body) {
+      if (statement.always_reached) lines.insert(statement.line);
+    }
+  }
+  return lines;
+}
+
 void AddCallFindings(const QString& macro, const VbaProcedure& start, const std::vector<VbaProcedure>& procedures,
                      const std::vector<ProjectModule>& project, std::vector<MacroFinding>& findings) {
+  const std::set<int> certain_lines = LinesAlwaysReached(ModuleNamed(project, start.module), start.name);
   for (const VbaProcedure* procedure : ReachableFrom(procedures, start)) {
     const ProjectModule& module = ModuleNamed(project, procedure->module);
     for (const VbaStatement& statement : procedure->body) {
@@ -118,7 +133,7 @@ void AddCallFindings(const QString& macro, const VbaProcedure& start, const std:
         finding.code = LineOf(module.written, statement.line);
         finding.call = call.call;
         finding.advice = call.advice;
-        finding.certain = procedure == &start && statement.always_reached;
+        finding.certain = procedure == &start && certain_lines.count(statement.line) > 0;
         findings.push_back(finding);
       }
     }

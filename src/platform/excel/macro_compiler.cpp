@@ -39,14 +39,22 @@ bool IsOption(const VbaStatement& statement) {
   return option.match(statement.code).hasMatch();
 }
 
-// The first of `statements` whose removal from `lines` lets them compile.
+// The first line of `statements` whose removal from `lines` lets them
+// compile; a statement continued over lines goes as a whole.
 std::optional<int> CulpritLine(MacroCompiler& compiler, const QStringList& lines,
                                const std::vector<VbaStatement>& statements, int next_line_after) {
   for (std::size_t i = 0; i < statements.size(); ++i) {
-    const VbaStatement& statement = statements[i];
-    if (statement.code.trimmed().isEmpty() || IsOption(statement)) continue;
-    const int last = i + 1 < statements.size() ? statements[i + 1].line - 1 : next_line_after - 1;
-    if (compiler.Compiles(Blanked(lines, statement.line, last).join(QLatin1Char('\n')))) return statement.line;
+    const int first = statements[i].line;
+    bool code = false;
+    bool option = false;
+    for (; i < statements.size() && statements[i].line == first; ++i) {
+      code = code || !statements[i].code.isEmpty();
+      option = option || IsOption(statements[i]);
+    }
+    const int last = i < statements.size() ? statements[i].line - 1 : next_line_after - 1;
+    --i;
+    if (!code || option) continue;
+    if (compiler.Compiles(Blanked(lines, first, last).join(QLatin1Char('\n')))) return first;
   }
   return std::nullopt;
 }

@@ -70,7 +70,7 @@ class BlockTracker {
     static const QRegularExpression on_error = Pattern(R"(^On\s+Error\b)");
     static const QRegularExpression exit = Pattern(R"(^(Exit\s+(Sub|Function|Property)|End)\s*$)");
     const bool one_line = one_line_if.match(code).hasMatch();
-    statement.always_reached = depth_ == 0 && !leaves_ && !one_line;
+    statement.always_reached = depth_ == 0 && !leaves_ && !one_line && !statement.in_one_line_branch;
     if (const auto with = with_start.match(statement.resolved); with.hasMatch()) {
       withs_.push_back(with.captured(1).trimmed());
     } else if (with_end.match(code).hasMatch()) {
@@ -122,6 +122,28 @@ std::vector<const VbaProcedure*> Callees(const std::vector<VbaProcedure>& projec
   return callees;
 }
 
+// A line's statements, split at each ":" that ends one (not ":=" and not
+// inside a literal). What follows a one-line If's Then is in its branch.
+void SplitAtColons(const VbaStatement& line, std::vector<VbaStatement>& statements) {
+  static const QRegularExpression branch = Pattern(R"(^(If\b.*\bThen\s+\S|Else\b))");
+  bool in_branch = false;
+  qsizetype from = 0;
+  for (qsizetype at = 0; at <= line.mask.size(); ++at) {
+    const bool ends = at == line.mask.size() ||
+                      (line.mask[at] == QLatin1Char(':') && (at + 1 >= line.mask.size() || line.mask[at + 1] != QLatin1Char('=')));
+    if (!ends) continue;
+    VbaStatement piece;
+    piece.line = line.line;
+    piece.code = line.code.mid(from, at - from).trimmed();
+    piece.mask = line.mask.mid(from, at - from).trimmed();
+    piece.resolved = piece.mask;
+    piece.in_one_line_branch = in_branch;
+    in_branch = in_branch || branch.match(piece.mask).hasMatch();
+    statements.push_back(piece);
+    from = at + 1;
+  }
+}
+
 }  // namespace
 
 std::vector<VbaStatement> StatementsOf(const QString& source) {
@@ -140,8 +162,7 @@ std::vector<VbaStatement> StatementsOf(const QString& source) {
     }
     pending.code += masked.code;
     pending.mask += masked.mask;
-    pending.resolved = pending.mask.trimmed();
-    statements.push_back(pending);
+    SplitAtColons(pending, statements);
     pending = VbaStatement();
   }
   return statements;

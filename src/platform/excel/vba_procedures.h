@@ -9,7 +9,7 @@
 namespace excel {
 
 struct VbaStatement {
-  int line = 0;   // where it starts, 1-based in the module's source
+  int line = 0;   // the line it is on (or starts on), 1-based in the module's source
   QString code;   // continued lines joined, the comment left out
   QString mask;   // code with string literals' contents blanked
   // With the object of each enclosing With block written out before each
@@ -18,6 +18,7 @@ struct VbaStatement {
   // Reached on every run of its procedure: in no If, loop or Select
   // block, after no On Error and no Exit.
   bool always_reached = false;
+  bool in_one_line_branch = false;  // after the Then or Else of a one-line If
 };
 
 struct VbaProcedure {
@@ -28,7 +29,8 @@ struct VbaProcedure {
   std::vector<VbaStatement> body;  // between the header and the End line
 };
 
-// Every logical line of the source, numbered from 1.
+// Every statement of the source: lines joined where they continue, split
+// where a ":" separates statements.
 std::vector<VbaStatement> StatementsOf(const QString& source);
 std::vector<VbaProcedure> ProceduresOf(const QString& module, const QString& source);
 
