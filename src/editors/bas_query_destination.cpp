@@ -12,6 +12,7 @@
 #include "editors/field_colours.h"
 #include "editors/flex_grid.h"
 #include "editors/frm_query_destination.h"
+#include "editors/macro_warning.h"
 #include "editors/query_grids.h"
 #include "export/excel_slots.h"
 #include "platform/dao/dao.h"
@@ -129,7 +130,9 @@ bool frmQueryDestination_ShowQuery(frmQueryDestination& form, std::int32_t query
         const bool placed = !row->Fields(QStringLiteral("ExcelTargetColumn")).Value().isNull();
         form.txtTargetRow->setText(placed ? FieldText(*row, "ExcelTargetRow") : QStringLiteral("1"));
         form.txtTargetColumn->setText(placed ? FieldText(*row, "ExcelTargetColumn") : QStringLiteral("1"));
-        UpdateContentsMacroGrid(form, reportdb::ReadExcelMacros(row->Fields(QStringLiteral("ExcelMacros")).Value()));
+        form.storedTemplate = form.txtTemplate->text();
+        form.storedMacros = reportdb::ReadExcelMacros(row->Fields(QStringLiteral("ExcelMacros")).Value());
+        UpdateContentsMacroGrid(form, form.storedMacros);
         ClearRefusals(form);
         form.shownQueryId = queryId;
         form.changed = false;
@@ -182,6 +185,8 @@ std::optional<QueryDestination> frmQueryDestination_UpdateUDT(frmQueryDestinatio
 bool frmQueryDestination_Save(frmQueryDestination& form) {
   const std::optional<QueryDestination> destination = frmQueryDestination_UpdateUDT(form);
   if (!destination) return false;
+  editors::WarnAboutAddedMacros(form, form.storedTemplate, form.storedMacros, destination->templatePath,
+                                destination->macros);
   const bool saved = app::Guarded(
       [&] {
         const reportdb::ReportStore::RaiseErrorsInstead raise(Store());

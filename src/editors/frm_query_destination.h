@@ -3,6 +3,8 @@
 // macros run after them. The handlers only pass on to basQueryDestination.
 #pragma once
 
+#include <QStringList>
+
 #include "editors/query_settings_dialog.h"
 
 class QComboBox;
@@ -28,6 +30,9 @@ class frmQueryDestination : public editors::QuerySettingsDialog {
   QLineEdit* txtTargetColumn = nullptr;
   QLabel* lblColumnLetter = nullptr;
   editors::FlexGrid* msflxExcelMacros = nullptr;
+  // The template and macros as last read: macros added since are checked.
+  QString storedTemplate;
+  QStringList storedMacros;
   QPushButton* cmdAddMacro = nullptr;
   QPushButton* cmdRemoveMacro = nullptr;
 

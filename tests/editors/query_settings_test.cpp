@@ -143,7 +143,16 @@ TEST_F(QuerySettingsTest, DestinationShowsTheStoredSettingsAndSavesWhatIsTypedWi
     QTest::mouseClick(form.cmdRemoveMacro, Qt::LeftButton);
     EXPECT_EQ(Column(macros, 0), (QStringList{QStringLiteral("1"), QStringLiteral("2")}));
     EXPECT_EQ(Column(macros, 1), (QStringList{QStringLiteral("Totals.AddTotals"), QStringLiteral("Extra.Tidy")}));
+    // The template in the office has no Extra.Tidy: a warning, and the
+    // destination is saved all the same.
+    script.AnswerMessageBox(platform::vbOK);
     QTest::mouseClick(form.cmdOK, Qt::LeftButton);
+    ASSERT_FALSE(script.MessageBoxes().isEmpty());
+    EXPECT_EQ(script.MessageBoxes().last().prompt,
+              QStringLiteral("The office will not run all of the macros added:\r\n\r\n"
+                             "The macro 'Extra.Tidy' does not exist in the template.\r\n\r\n"
+                             "The destination is saved as it is; a report run stops at what cannot run."));
+    EXPECT_EQ(script.MessageBoxes().last().style, platform::vbExclamation);
     EXPECT_FALSE(form.isVisible());
   });
   editors::ShowQueryDestinationEditor(kCatchByWeek);
