@@ -9,6 +9,8 @@ namespace excel {
 
 constexpr int kSubscriptOutOfRange = 9;
 constexpr int kApplicationDefined = 1004;
+// Excel's code when its automation server is gone ("The remote procedure call failed.").
+constexpr int kRemoteCallFailed = static_cast<int>(0x800706BEu);
 
 // The source the errors of the office carry, as Excel's carry its name.
 inline QString OfficeErrorSource() { return QStringLiteral("LibreOffice Calc"); }

@@ -36,6 +36,12 @@ QString DescribeStop(const QString& macro, const QString& module, const std::opt
   return MacroAndModule(macro, module) + where + text.trimmed() + QStringLiteral(" (error %1)").arg(number);
 }
 
+QString DescribeRefusal(const QString& macro, const QString& module, bool closing_workbook) {
+  return MacroAndModule(macro, module) +
+         (closing_workbook ? QStringLiteral(" tried to close the workbook; it stays open for the run.")
+                           : QStringLiteral(" tried to end the office; it keeps running for the run."));
+}
+
 QString DescribeOfficeLoss(const QString& macro, const QString& module, bool stopped_for_time) {
   return MacroAndModule(macro, module) +
          (stopped_for_time ? QStringLiteral(" did not finish in time, so the office was stopped.")

@@ -26,6 +26,9 @@ std::optional<MacroStop> ParseStopAnswer(const QString& answer);
 // place, only the text.
 QString DescribeStop(const QString& macro, const QString& module, const std::optional<StopPlace>& place,
                      int number, const QString& text);
+// What is said when the office refused a close of one of our workbooks, or
+// its own end, while the macro ran.
+QString DescribeRefusal(const QString& macro, const QString& module, bool closing_workbook);
 // What is said when the office ended, or was stopped, during the macro.
 QString DescribeOfficeLoss(const QString& macro, const QString& module, bool stopped_for_time);
 

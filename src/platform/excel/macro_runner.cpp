@@ -82,6 +82,19 @@ std::vector<ModuleText> LibraryModules(WorkbookState& book, const QString& libra
   return texts;
 }
 
+void ForgetRefusals(WorkbookState& book) {
+  if (book.close_refuser.is()) book.close_refuser->Take();
+  book.session->QuitRefusals().Take();
+}
+
+// Whatever else the macro did, reaching a refused close or end is what it is told by.
+void RaiseOnRefusal(WorkbookState& book, const MacroName& name, const MacroHome& home) {
+  const bool closing = book.close_refuser.is() && book.close_refuser->Take();
+  if (!closing && !book.session->QuitRefusals().Take()) return;
+  throw platform::AppError(kApplicationDefined, DescribeRefusal(name.procedure, home.module, closing),
+                           OfficeErrorSource());
+}
+
 QString CallProbe(WorkbookState& book, const MacroHome& home) {
   css::uno::Reference<css::script::provider::XScriptProviderSupplier> supplier(book.document,
                                                                                 css::uno::UNO_QUERY_THROW);
@@ -120,12 +133,13 @@ void RunMacro(WorkbookState& book, const MacroName& name) {
     if (modules->hasByName(probe)) modules->removeByName(probe);
     modules->insertByName(probe, css::uno::Any(ToOUString(ProbeSource(*home, name))));
     QString result;
+    ForgetRefusals(book);
     try {
       result = CallProbe(book, *home);
     } catch (const css::uno::Exception&) {
       if (!book.session->IsAlive()) {
         RemoveLockLeftFor(book.file_name);
-        throw platform::AppError(kApplicationDefined,
+        throw platform::AppError(kRemoteCallFailed,
                                  DescribeOfficeLoss(name.procedure, home->module, book.session->Watchdog().Fired()),
                                  OfficeErrorSource());
       }
@@ -137,6 +151,7 @@ void RunMacro(WorkbookState& book, const MacroName& name) {
     book.view_changed = true;
     return result;
   });
+  RaiseOnRefusal(book, name, *home);
   if (answer == QLatin1String(kSucceeded)) return;
   if (answer.isEmpty())
     RaiseApplicationDefined(

@@ -22,8 +22,6 @@ namespace {
 
 // The office asks for one restart after it has set up a new profile.
 constexpr int kRestartRequested = 81;
-// Excel's code when its automation server is gone ("The remote procedure call failed.").
-constexpr int kRemoteCallFailed = static_cast<int>(0x800706BEu);
 
 // One office serves every run of the program, as one Excel does. Never
 // destroyed: at exit the UNO runtime may already be gone, so releasing remote
@@ -115,6 +113,7 @@ void OfficeSession::Connect() {
       WatchedCall watched(watchdog_, CallLimit());
       remote_context_.set(resolver->resolve(url), css::uno::UNO_QUERY_THROW);
       desktop_ = css::frame::Desktop::create(remote_context_);
+      desktop_->addTerminateListener(css::uno::Reference<css::frame::XTerminateListener>(terminate_refuser_.get()));
       return;
     } catch (const css::connection::NoConnectException&) {
       QThread::msleep(100);

@@ -10,6 +10,7 @@
 #include <com/sun/star/uno/XComponentContext.hpp>
 
 #include "platform/excel/call_watchdog.h"
+#include "platform/excel/office_vetoes.h"
 
 namespace excel {
 
@@ -33,6 +34,8 @@ class OfficeSession {
   css::uno::Reference<css::uno::XComponentContext> Context() const { return remote_context_; }
   css::uno::Reference<css::frame::XDesktop2> Desktop() const { return desktop_; }
   CallWatchdog& Watchdog() { return watchdog_; }
+  // Notes each end of the office it refused.
+  RefusalNote& QuitRefusals() { return *terminate_refuser_; }
   // Office operations made so far (each may be a few UNO calls, never one per row).
   long CallCount() const { return calls_; }
   void CountCall() { ++calls_; }
@@ -48,6 +51,7 @@ class OfficeSession {
   CallWatchdog watchdog_;
   css::uno::Reference<css::uno::XComponentContext> remote_context_;
   css::uno::Reference<css::frame::XDesktop2> desktop_;
+  rtl::Reference<TerminateRefuser> terminate_refuser_ = new TerminateRefuser;
   long calls_ = 0;
 };
 

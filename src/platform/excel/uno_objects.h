@@ -10,6 +10,7 @@
 #include <com/sun/star/sheet/XSpreadsheetDocument.hpp>
 
 #include "platform/excel/office_session.h"
+#include "platform/excel/office_vetoes.h"
 #include "platform/excel/file_format.h"
 
 namespace excel {
@@ -35,6 +36,7 @@ struct WorkbookState {
   bool view_changed = false;  // the active sheet moved since the last save
   bool view_locked = false;   // its controllers are locked (ScreenUpdating = False)
   bool macros_rewritten = false;  // its modules went through RewriteLoadedMacros
+  rtl::Reference<CloseRefuser> close_refuser;  // keeps it open until our own Close
 };
 
 struct SheetState {

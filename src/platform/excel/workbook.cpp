@@ -166,6 +166,7 @@ Worksheet Workbook::ActiveSheet() const {
 void Workbook::Close() {
   if (state_->closed) return;
   OfficeCall(*state_->session, [&] {
+    if (state_->close_refuser.is()) state_->close_refuser->Release();
     css::uno::Reference<css::util::XCloseable>(state_->document, css::uno::UNO_QUERY_THROW)->close(true);
   });
   state_->closed = true;

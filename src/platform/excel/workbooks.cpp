@@ -50,6 +50,7 @@ std::shared_ptr<WorkbookState> Register(const std::shared_ptr<ApplicationState>&
   book->app = app;
   book->session = app->session;
   book->document = document;
+  book->close_refuser = CloseRefuser::Keep(document);
   book->has_macros = has_macros;
   LockViews(*book, !app->screen_updating);
   app->workbooks.push_back(book);
