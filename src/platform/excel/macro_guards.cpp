@@ -53,10 +53,25 @@ std::optional<qsizetype> StatementStart(const QString& code, qsizetype at) {
   return std::nullopt;
 }
 
-QString RaiseStatement(const QString& refusal, const QString& call) {
-  QString quoted = call.simplified();
-  quoted.replace(QLatin1String("\""), QLatin1String("\"\""));
-  return QStringLiteral("On Error GoTo 0 : Err.Raise 1004, , \"%1: %2\"").arg(refusal, quoted);
+// The procedure around `at`, if any.
+QString ProcedureBefore(const QString& code, qsizetype at) {
+  QString name;
+  for (auto it = ProcedureStart().globalMatch(code); it.hasNext();) {
+    const auto match = it.next();
+    if (match.capturedStart() > at) break;
+    name = match.captured(2);
+  }
+  return name;
+}
+
+// The raise carries the statement's place, which no handler of the macro's
+// own sees: the run names it as it names any other stop.
+QString RaiseStatement(const QString& code, qsizetype at, const QString& refusal, const QString& call) {
+  QString text = refusal + QStringLiteral(": ") + call.simplified();
+  const QString procedure = ProcedureBefore(code, at);
+  if (!procedure.isEmpty()) text = TrappedErrorText(procedure, static_cast<int>(code.left(at).count('\n')) + 1, text);
+  text.replace(QLatin1String("\""), QLatin1String("\"\""));
+  return QStringLiteral("On Error GoTo 0 : Err.Raise 1004, , \"%1\"").arg(text);
 }
 
 // One pass over the source: With blocks are followed, so that ".Close" in
@@ -94,7 +109,7 @@ QString Guard(const QString& source, const Forbidden& forbidden) {
     if (!start) continue;
     const QString call = (on_with_target ? with_targets.back() : QString()) +
                          source.mid(at, match.capturedLength(QStringLiteral("call")));
-    changes.push_back({*start, StatementEnd(code, at), RaiseStatement(forbidden.refusal, call)});
+    changes.push_back({*start, StatementEnd(code, at), RaiseStatement(code, *start, forbidden.refusal, call)});
   }
   QString result = source;
   for (auto change = changes.rbegin(); change != changes.rend(); ++change)

@@ -49,7 +49,7 @@ QString Handler(const ProcedureLines& procedure) {
 
 QString TrapProcedureErrors(const QString& source) {
   if (!source.contains(QStringLiteral("Option VBASupport 1"), Qt::CaseInsensitive)) return source;
-  if (source.contains(QLatin1String(kMark))) return source;
+  if (source.contains(QLatin1String(kLabel) + QStringLiteral(": Do While"))) return source;
   const QString code = CodeOnly(source);
   const auto procedures = FindProcedures(code);
   QString result = source;
@@ -62,6 +62,10 @@ QString TrapProcedureErrors(const QString& source) {
     result.insert(header_end, QStringLiteral(": On Error GoTo %1").arg(QLatin1String(kLabel)));
   }
   return result;
+}
+
+QString TrappedErrorText(const QString& procedure, int office_line, const QString& text) {
+  return QLatin1String(kMark) + procedure + QLatin1Char('|') + QString::number(office_line) + QLatin1Char('|') + text;
 }
 
 std::optional<TrappedError> ReadTrappedError(const QString& description) {

@@ -20,6 +20,8 @@ struct TrappedError {
   QString text;         // the error's own text
 };
 
+// An error's text with its place in front, as the trap raises it again.
+QString TrappedErrorText(const QString& procedure, int office_line, const QString& text);
 // Reads the place back from an error's text; nullopt when it has none.
 std::optional<TrappedError> ReadTrappedError(const QString& description);
 

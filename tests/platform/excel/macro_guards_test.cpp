@@ -11,8 +11,10 @@ QString Guarded(const QString& source) {
   return text;
 }
 
-QString Raise(const QString& message) {
-  return QStringLiteral("On Error GoTo 0 : Err.Raise 1004, , \"") + message + QLatin1Char('"');
+// The raise of a guarded statement at that line of Sub Test.
+QString Raise(const QString& message, int line) {
+  return QStringLiteral("On Error GoTo 0 : Err.Raise 1004, , \"TabulonStopped|Test|%1|").arg(line) + message +
+         QLatin1Char('"');
 }
 
 }  // namespace
@@ -36,7 +38,7 @@ TEST(MacroGuards, EachCallThatEndsTheOfficeClosesOrSavesTheWorkbookBecomesARaise
     const QString source = QStringLiteral("Sub Test()\n  Range(\"A1\").Value = 1\n%1\nEnd Sub\n").arg(QLatin1String(line));
     const QStringList lines = Guarded(source).split(QLatin1Char('\n'));
     ASSERT_EQ(lines.size(), 5) << line;
-    EXPECT_EQ(lines[2].trimmed(), Raise(QLatin1String(message))) << line;
+    EXPECT_EQ(lines[2].trimmed(), Raise(QLatin1String(message), 3)) << line;
     EXPECT_EQ(lines[1], QStringLiteral("  Range(\"A1\").Value = 1"));
   }
 }
@@ -58,13 +60,13 @@ TEST(MacroGuards, WithBlocksOneLineIfsAndContinuedLinesKeepEveryLineWhereItWas) 
   const QStringList lines = Guarded(source).split(QLatin1Char('\n'));
   ASSERT_EQ(lines.size(), source.count(QLatin1Char('\n')) + 1);
   EXPECT_EQ(lines[2], QStringLiteral("    .Sheets(1).Name = \"Data\""));
-  EXPECT_EQ(lines[3], QStringLiteral("    ") + Raise(QStringLiteral("The macro cannot close the workbook: ThisWorkbook.Close")) +
+  EXPECT_EQ(lines[3], QStringLiteral("    ") + Raise(QStringLiteral("The macro cannot close the workbook: ThisWorkbook.Close"), 4) +
                           QStringLiteral(" ' done"));
   EXPECT_EQ(lines[6], QStringLiteral("    .Close")) << "a With on something else is left alone";
   EXPECT_EQ(lines[8], QStringLiteral("  If x > 1 Then ") +
-                          Raise(QStringLiteral("The macro cannot save the workbook: ActiveWorkbook.Save")) +
+                          Raise(QStringLiteral("The macro cannot save the workbook: ActiveWorkbook.Save"), 9) +
                           QStringLiteral(" Else x = 2"));
-  EXPECT_EQ(lines[9], QStringLiteral("  n = 1: ") + Raise(QStringLiteral("The macro cannot save the workbook: ThisWorkbook.SaveAs")));
+  EXPECT_EQ(lines[9], QStringLiteral("  n = 1: ") + Raise(QStringLiteral("The macro cannot save the workbook: ThisWorkbook.SaveAs"), 10));
   EXPECT_EQ(lines[10], QStringLiteral(": n = 2"));
 }
 
