@@ -67,6 +67,7 @@ QString LineOf(const QString& source, int line) {
 std::vector<MacroFinding> CompileFindings(const std::shared_ptr<OfficeSession>& session,
                                           const std::vector<ProjectModule>& project) {
   std::vector<MacroFinding> findings;
+  if (project.empty()) return findings;
   MacroCompiler compiler(session);
   for (const ProjectModule& module : project) {
     const auto failure = FindCompileFailure(compiler, module.source);
