@@ -9,11 +9,13 @@
 #include <QPushButton>
 
 #include "editor_fixture.h"
+#include "macro_template.h"
 #include "editors/field_colours.h"
 #include "editors/flex_grid.h"
 #include "editors/frm_query_destination.h"
 #include "editors/frm_query_parameters.h"
 #include "editors/query_editors.h"
+#include "platform/excel/application.h"
 #include "platform/excel/template_sheets.h"
 #include "platform/ui/login_name.h"
 
@@ -175,6 +177,37 @@ TEST_F(QuerySettingsTest, DestinationShowsTheStoredSettingsAndSavesWhatIsTypedWi
   editors::ShowQueryDestinationEditor(kCatchByWeek);
   EXPECT_EQ(StoredDestination(kCatchByWeek),
             QStringLiteral("|Summary|12|28||") + platform::LoginName().trimmed());
+}
+
+TEST_F(QuerySettingsTest, MacrosOfANewTemplateAreCheckedOnSavingAndWhatWillNotRunIsToldThenSaved) {
+  const QString pivot = TempPath(QStringLiteral("pivot.xls"));
+  MakeMacroTemplate(*excel::Application::Create(), pivot,
+                    {{QStringLiteral("Summary"),
+                      QStringLiteral("Sub BuildPivot()\n"
+                                     "  Range(\"D1\").Value = \"Catch by site\"\n"
+                                     "  ActiveWorkbook.PivotCaches.Create(1, \"Data!A1:B9\").CreatePivotTable \"Data!D2\"\n"
+                                     "End Sub\n")}});
+  WhenShown<frmQueryDestination>([&](frmQueryDestination& form) {
+    Retype(form.txtTemplate, pivot);
+    Retype(form.cboSheetName->lineEdit(), QStringLiteral("Data"));
+    QTest::mouseClick(form.cmdAddMacro, Qt::LeftButton);
+    QTest::keyClicks(form.msflxExcelMacros, QStringLiteral("BuildPivot"));
+    QTest::keyClick(form.msflxExcelMacros, Qt::Key_Return);
+    script.AnswerMessageBox(platform::vbOK);
+    QTest::mouseClick(form.cmdOK, Qt::LeftButton);
+    ASSERT_FALSE(script.MessageBoxes().isEmpty());
+    // A new template: the query's earlier macros are checked as well.
+    const QString warning = script.MessageBoxes().last().prompt;
+    EXPECT_TRUE(warning.contains(QStringLiteral("The macro 'Formatting.FormatCatchBlock' does not exist in the template.")))
+        << warning.toStdString();
+    EXPECT_TRUE(warning.contains(QStringLiteral("Macro 'BuildPivot', module Summary, line 3: \u201CActiveWorkbook.PivotCaches")))
+        << warning.toStdString();
+    EXPECT_TRUE(warning.contains(QStringLiteral("the macro will fail here. There are no pivot tables")));
+    EXPECT_FALSE(form.isVisible());
+  });
+  editors::ShowQueryDestinationEditor(kCatchByWeek);
+  EXPECT_TRUE(StoredDestination(kCatchByWeek)
+                  .startsWith(pivot + QStringLiteral("|Data|4|1|Formatting.FormatCatchBlock/Totals.AddTotals/BuildPivot|")));
 }
 
 TEST_F(QuerySettingsTest, DestinationRefusesWhatTheRunCouldNotUseAndWritesNothing) {
