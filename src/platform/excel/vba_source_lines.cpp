@@ -1,5 +1,8 @@
 #include "platform/excel/vba_source_lines.h"
 
+#include <QHash>
+#include <QMutex>
+
 namespace excel {
 namespace {
 
@@ -180,7 +183,15 @@ std::vector<TextSpan> ArgumentSpans(const QString& mask) {
 }
 
 QRegularExpression VbaPattern(const QString& pattern) {
-  return QRegularExpression(pattern, QRegularExpression::CaseInsensitiveOption);
+  // The rules ask for the same patterns line after line and module after
+  // module; copies share the compiled pattern, so each is compiled once.
+  static QMutex mutex;
+  static QHash<QString, QRegularExpression> compiled;
+  const QMutexLocker lock(&mutex);
+  auto known = compiled.constFind(pattern);
+  if (known == compiled.cend())
+    known = compiled.insert(pattern, QRegularExpression(pattern, QRegularExpression::CaseInsensitiveOption));
+  return *known;
 }
 
 }  // namespace excel
