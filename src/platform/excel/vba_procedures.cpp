@@ -68,7 +68,7 @@ class BlockTracker {
     static const QRegularExpression closes = Pattern(R"(^(End\s+If|End\s+Select|Next|Loop|Wend)\b)");
     static const QRegularExpression one_line_if = Pattern(R"(^(If\b.*\bThen\s+\S|ElseIf\b|Else\b|Case\b))");
     static const QRegularExpression on_error = Pattern(R"(^On\s+Error\b)");
-    static const QRegularExpression exit = Pattern(R"(^(Exit\s+(Sub|Function|Property)|End)\s*$)");
+    static const QRegularExpression jump = Pattern(R"(^(Exit\s+(Sub|Function|Property)|End|GoTo\s+\w+)\s*$)");
     const bool one_line = one_line_if.match(code).hasMatch();
     statement.always_reached = depth_ == 0 && !leaves_ && !one_line && !statement.in_one_line_branch;
     if (const auto with = with_start.match(statement.resolved); with.hasMatch()) {
@@ -80,13 +80,14 @@ class BlockTracker {
     } else if (opens.match(code).hasMatch() && !one_line) {
       ++depth_;
     }
-    if (on_error.match(code).hasMatch() || (depth_ == 0 && exit.match(code).hasMatch())) leaves_ = true;
+    // Wherever an exit or a jump sits, what follows may be skipped.
+    if (on_error.match(code).hasMatch() || jump.match(code).hasMatch()) leaves_ = true;
   }
 
  private:
   std::vector<QString> withs_;
   int depth_ = 0;
-  bool leaves_ = false;  // an error handler or an exit may skip what follows
+  bool leaves_ = false;  // an error handler, an exit or a jump came before
 };
 
 const VbaProcedure* Find(const std::vector<VbaProcedure>& project, const QString& module, const QString& name,

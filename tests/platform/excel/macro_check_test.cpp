@@ -95,6 +95,10 @@ TEST(MacroCheck, UnsupportedCallsOfANamedMacroAndWhatItCallsAreListedWithLineAnd
                        "Sub NewChart()\n"                                           // 14
                        "  Charts.Add\n"                                             // 15
                        "  ActiveChart.SetSourceData Source:=Range(\"A4:B24\")\n"    // 16
+                       "End Sub\n"                                                  // 17
+                       "Sub ChartIfAny()\n"                                         // 18
+                       "  On Error Resume Next\n"                                   // 19
+                       "  Charts.Add\n"                                             // 20
                        "End Sub\n")}});
   const auto findings = Check(path, {QStringLiteral("FormatBlock"), QStringLiteral("Report.FormatReport")});
   ASSERT_EQ(findings.size(), 2u) << excel::FindingsText(findings).toStdString();
@@ -119,6 +123,11 @@ TEST(MacroCheck, UnsupportedCallsOfANamedMacroAndWhatItCallsAreListedWithLineAnd
   EXPECT_TRUE(excel::AnyCannotRun(chart)) << "Charts.Add on every run of the named macro: it will fail";
   EXPECT_TRUE(chart[0].Text().contains(QStringLiteral("the macro will fail here")));
   EXPECT_TRUE(chart[0].Text().contains(QStringLiteral("ChartObjects.Add")));
+
+  const auto handled = Check(path, {QStringLiteral("ChartIfAny")});
+  ASSERT_EQ(handled.size(), 1u);
+  EXPECT_EQ(handled[0].line, 20);
+  EXPECT_FALSE(excel::AnyCannotRun(handled)) << "the macro's own error handler may go on past it";
 }
 
 TEST(MacroCheck, ACleanTemplateHasNoFindingsAndAMissingMacroCannotRun) {
