@@ -1,6 +1,8 @@
 #include "platform/excel/macro_runner.h"
 
+#include <chrono>
 #include <optional>
+#include <thread>
 
 #include <com/sun/star/container/XNameContainer.hpp>
 #include <com/sun/star/document/XEmbeddedScripts.hpp>
@@ -87,10 +89,31 @@ void ForgetRefusals(WorkbookState& book) {
   book.session->QuitRefusals().Take();
 }
 
+// Application.Quit stops Basic at once, so the probe answers nothing, and
+// asks the office to end only afterwards, from its event loop; once refused,
+// the office may ask again after a later macro. So only a macro whose probe
+// was stopped can have quit: it waits a moment for the request.
+bool QuitWasRefused(OfficeSession& session, bool basic_stopped) {
+  using namespace std::chrono_literals;
+  if (!basic_stopped) {
+    session.QuitRefusals().Take();
+    return false;
+  }
+  const auto deadline = std::chrono::steady_clock::now() + 1s;
+  while (!session.QuitRefusals().Take()) {
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    std::this_thread::sleep_for(50ms);
+  }
+  // The refused end leaves the office's Basic half way out: later macros
+  // there find no active workbook. The next run gets a new office.
+  session.Retire();
+  return true;
+}
+
 // Whatever else the macro did, reaching a refused close or end is what it is told by.
-void RaiseOnRefusal(WorkbookState& book, const MacroName& name, const MacroHome& home) {
+void RaiseOnRefusal(WorkbookState& book, const MacroName& name, const MacroHome& home, bool basic_stopped) {
   const bool closing = book.close_refuser.is() && book.close_refuser->Take();
-  if (!closing && !book.session->QuitRefusals().Take()) return;
+  if (!closing && !QuitWasRefused(*book.session, basic_stopped)) return;
   throw platform::AppError(kApplicationDefined, DescribeRefusal(name.procedure, home.module, closing),
                            OfficeErrorSource());
 }
@@ -151,7 +174,7 @@ void RunMacro(WorkbookState& book, const MacroName& name) {
     book.view_changed = true;
     return result;
   });
-  RaiseOnRefusal(book, name, *home);
+  RaiseOnRefusal(book, name, *home, answer.isEmpty());
   if (answer == QLatin1String(kSucceeded)) return;
   if (answer.isEmpty())
     RaiseApplicationDefined(

@@ -87,7 +87,7 @@ pid_t OfficeSession::Pid() const { return process_ ? process_->Pid() : -1; }
 bool OfficeSession::HasView() const { return process_ && process_->CanShowViews(); }
 
 bool OfficeSession::IsAlive() const {
-  if (!process_ || !process_->IsRunning() || watchdog_.Fired()) return false;
+  if (retired_ || !process_ || !process_->IsRunning() || watchdog_.Fired()) return false;
   try {
     // A cheap round trip: a dead bridge throws DisposedException.
     desktop_->getComponents();

@@ -36,6 +36,9 @@ class OfficeSession {
   CallWatchdog& Watchdog() { return watchdog_; }
   // Notes each end of the office it refused.
   RefusalNote& QuitRefusals() { return *terminate_refuser_; }
+  // Keeps serving those that hold it but counts as dead, so the next
+  // Shared() starts a new office: this one's macros are not to be trusted.
+  void Retire() { retired_ = true; }
   // Office operations made so far (each may be a few UNO calls, never one per row).
   long CallCount() const { return calls_; }
   void CountCall() { ++calls_; }
@@ -53,6 +56,7 @@ class OfficeSession {
   css::uno::Reference<css::frame::XDesktop2> desktop_;
   rtl::Reference<TerminateRefuser> terminate_refuser_ = new TerminateRefuser;
   long calls_ = 0;
+  bool retired_ = false;
 };
 
 // Turns office failures into the errors Excel would raise, under the watchdog.
