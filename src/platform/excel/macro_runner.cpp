@@ -104,9 +104,6 @@ bool QuitWasRefused(OfficeSession& session, bool basic_stopped) {
     if (std::chrono::steady_clock::now() >= deadline) return false;
     std::this_thread::sleep_for(50ms);
   }
-  // The refused end leaves the office's Basic half way out: later macros
-  // there find no active workbook. The next run gets a new office.
-  session.Retire();
   return true;
 }
 
@@ -114,6 +111,9 @@ bool QuitWasRefused(OfficeSession& session, bool basic_stopped) {
 void RaiseOnRefusal(WorkbookState& book, const MacroName& name, const MacroHome& home, bool basic_stopped) {
   const bool closing = book.close_refuser.is() && book.close_refuser->Take();
   if (!closing && !QuitWasRefused(*book.session, basic_stopped)) return;
+  // A refused close or end leaves the office's Basic without its active
+  // workbook: later macros there fail. The next run gets a new office.
+  book.session->Retire();
   throw platform::AppError(kApplicationDefined, DescribeRefusal(name.procedure, home.module, closing),
                            OfficeErrorSource());
 }
