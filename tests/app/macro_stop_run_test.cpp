@@ -45,15 +45,19 @@ TEST_F(MacroStopRun, TheMessageNamesTheMacroItsModuleTheLineAndTheOfficesText) {
   EXPECT_EQ(box.style, 48);
 }
 
+// A module whose Marks writes "ran" in A1 of the Data sheet, beside `module`.
+MacroModules WithMarks(const std::pair<QString, QString>& module) {
+  return {module, {QStringLiteral("Marking"), QStringLiteral("Sub Marks()\n"
+                                                             "  ThisWorkbook.Worksheets(\"Data\").Range(\"A1\").Value = \"ran\"\n"
+                                                             "End Sub\n")}};
+}
+
 TEST_F(MacroStopRun, AnOfficeKilledDuringTheMacroIsToldAndTheNextRunWorks) {
-  MacroModules modules = {{QStringLiteral("Loops"), QStringLiteral("Sub Spins()\n"
-                                                                   "  Do\n"
-                                                                   "    DoEvents\n"
-                                                                   "  Loop\n"
-                                                                   "End Sub\n")},
-                          {QStringLiteral("Marking"), QStringLiteral("Sub Marks()\n"
-                                                                     "  ThisWorkbook.Worksheets(\"Data\").Range(\"A1\").Value = \"ran\"\n"
-                                                                     "End Sub\n")}};
+  const MacroModules modules = WithMarks({QStringLiteral("Loops"), QStringLiteral("Sub Spins()\n"
+                                                                                  "  Do\n"
+                                                                                  "    DoEvents\n"
+                                                                                  "  Loop\n"
+                                                                                  "End Sub\n")});
   const long office = excel::Application::Create()->OfficePid();
   std::thread killer([office] {
     std::this_thread::sleep_for(std::chrono::seconds(3));
@@ -69,4 +73,21 @@ TEST_F(MacroStopRun, AnOfficeKilledDuringTheMacroIsToldAndTheNextRunWorks) {
   EXPECT_EQ(script.MessageBoxes().size(), 1) << script.MessageBoxes().last().prompt.toStdString();
   EXPECT_EQ(ReadXls(OutputFile(QStringLiteral("next.xls"))).Sheet(QStringLiteral("Data")).Text(1, 1),
             QStringLiteral("ran"));
+}
+
+TEST_F(MacroStopRun, AMacroQuittingTheOfficeThroughAVariableIsToldAndTheNextRunHasAFreshOffice) {
+  const MacroModules modules = WithMarks({QStringLiteral("Ends"), QStringLiteral("Sub QuitsHeld()\n"
+                                                                                 "  Dim office As Object\n"
+                                                                                 "  Set office = Application\n"
+                                                                                 "  office.Quit\n"
+                                                                                 "End Sub\n")});
+  const long office = excel::Application::Create()->OfficePid();
+  RunInto(modules, QStringLiteral("QuitsHeld"), QStringLiteral("quit.xls"));
+  EXPECT_EQ(OnlyBox().prompt, kMacroMessage + QStringLiteral("The macro 'QuitsHeld' (module Ends) tried to end the "
+                                                             "office; it keeps running for the run."));
+  RunInto(modules, QStringLiteral("Marks"), QStringLiteral("next.xls"));
+  EXPECT_EQ(script.MessageBoxes().size(), 1) << script.MessageBoxes().last().prompt.toStdString();
+  EXPECT_EQ(ReadXls(OutputFile(QStringLiteral("next.xls"))).Sheet(QStringLiteral("Data")).Text(1, 1),
+            QStringLiteral("ran"));
+  EXPECT_NE(gExcelApp->OfficePid(), office);
 }
