@@ -33,14 +33,14 @@ std::vector<ProcedureLines> FindProcedures(const QString& code) {
   return found;
 }
 
-// Runs only when the procedure's own errors jump here; a stale error left by
-// the macro's own "On Error Resume Next" is raised under that same Resume
-// Next, so it goes nowhere, and Exit Do ends the loop then.
+// Reached only by the procedure's own errors: running on to its end, as after
+// a handler of the macro's own, leaves by the Exit first. The label follows
+// that Exit on the same line, which the office accepts, to keep the lines.
 QString Handler(const ProcedureLines& procedure) {
   return QStringLiteral(
-             "%1: Do While Err.Number <> 0: Err.Raise Err.Number, , IIf(Left(Err.Description, %2) = \"%3\", "
-             "Err.Description, \"%3%4|\" & Erl & \"|\" & Err.Description): Exit Do: Loop: ")
-      .arg(QLatin1String(kLabel))
+             "Exit %1: %2: Err.Raise Err.Number, , IIf(Left(Err.Description, %3) = \"%4\", Err.Description, "
+             "\"%4%5|\" & Erl & \"|\" & Err.Description): ")
+      .arg(procedure.kind, QLatin1String(kLabel))
       .arg(QLatin1String(kMark).size())
       .arg(QLatin1String(kMark), procedure.name);
 }
@@ -49,7 +49,7 @@ QString Handler(const ProcedureLines& procedure) {
 
 QString TrapProcedureErrors(const QString& source) {
   if (!source.contains(QStringLiteral("Option VBASupport 1"), Qt::CaseInsensitive)) return source;
-  if (source.contains(QLatin1String(kLabel) + QStringLiteral(": Do While"))) return source;
+  if (source.contains(QLatin1String(kLabel) + QStringLiteral(": Err.Raise"))) return source;
   const QString code = CodeOnly(source);
   const auto procedures = FindProcedures(code);
   QString result = source;
@@ -57,7 +57,7 @@ QString TrapProcedureErrors(const QString& source) {
   for (auto it = procedures.rbegin(); it != procedures.rend(); ++it) {
     qsizetype indent = it->end;
     while (result[indent] == QLatin1Char(' ') || result[indent] == QLatin1Char('\t')) ++indent;
-    result = result.left(it->end) + Handler(*it) + result.mid(indent);
+    result.insert(indent, Handler(*it));
     const qsizetype header_end = StatementEnd(code, it->header);
     result.insert(header_end, QStringLiteral(": On Error GoTo %1").arg(QLatin1String(kLabel)));
   }

@@ -45,7 +45,13 @@ TEST_F(MacroStopTest, AFailingMacroIsNamedWithTheModuleTheLineAsTheEditorCountsI
                                       "  On Error Resume Next\n"
                                       "  Range(\"A1\").NoSuchMember = 2\n"
                                       "  Range(\"B1\").Value = 7\n"
-                                      "End Sub\n");
+                                      "End Sub\n"
+                                      "Function Handled() As Long\n"
+                                      "  On Error GoTo Failed\n"
+                                      "  Range(\"A1\").NoSuchMember = 2\n"
+                                      "Failed:\n"
+                                      "  Range(\"C1\").Value = 8\n"
+                                      "End Function\n");
   modules.append({QStringLiteral("Helpers"), QStringLiteral("Function Helper() As Long\n"
                                                             "  Helper = 1\n"
                                                             "  Err.Raise 5, , \"Helper failed\"\n"
@@ -56,9 +62,11 @@ TEST_F(MacroStopTest, AFailingMacroIsNamedWithTheModuleTheLineAsTheEditorCountsI
   EXPECT_EQ(RunError(*app, QStringLiteral("CallsHelper")),
             QStringLiteral("The macro 'CallsHelper' (module Report) stopped in Helper (module Helpers) at line 3: "
                            "Helper failed (error 5)"));
-  // An error the macro passes over itself is no stop, and leaves nothing behind.
+  // An error the macro handles itself is no stop, and leaves nothing behind.
   EXPECT_EQ(RunError(*app, QStringLiteral("Tolerant")), QString());
   EXPECT_EQ(book.Worksheets().Item(1).Cells(1, 2).Value(), QVariant(7.0));
+  EXPECT_EQ(RunError(*app, QStringLiteral("Handled")), QString()) << "a handler of its own that runs on to the end";
+  EXPECT_EQ(book.Worksheets().Item(1).Cells(1, 3).Value(), QVariant(8.0));
   book.Close();
 }
 
