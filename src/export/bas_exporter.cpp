@@ -185,11 +185,11 @@ Next ExportRun::ExportQuery(const QVariant& queryId) {
     const QString fileName = ChooseOutputFileName(reportName_, QStringLiteral("xls"), QStringLiteral("Excel"));
     if (fileName.isEmpty()) return Next::kFinish;
     sheet_ = excel::SheetSizeOf(excel::FormatOfFile(fileName));
+    // What cannot run is refused before anything is made.
+    CheckMacrosBeforeRun(ReadReportMacros(context_.database, outputId_));
     // Refusing to overwrite leaves this query unwritten; the run goes on.
     if (!exporter_->CreateExcelFile(fileName, destination_.templatePath, gNewExcelInstance)) return Next::kNextQuery;
     outputFile_ = fileName;
-    // What cannot run is refused before any record is placed.
-    CheckMacrosBeforeRun(*gExcelWorkbook, ReadReportMacros(context_.database, outputId_).macros);
   }
   return WriteRecords(query, userQuery->Value(6));
 }

@@ -1,9 +1,12 @@
 #include "export/report_macros.h"
 
+#include <QFileInfo>
+
 #include "export/cexcel_exporter.h"
 #include "export/excel_slots.h"
 #include "platform/dao/dao.h"
 #include "platform/errors/app_error.h"
+#include "platform/excel/application.h"
 #include "platform/excel/macro_check.h"
 #include "platform/excel/template_path.h"
 #include "platform/ui/dialogs.h"
@@ -40,8 +43,10 @@ ReportMacros ReadReportMacros(dao::Database& database, std::int32_t outputId) {
 // fails for certain, after the records were placed for nothing. A call in
 // a branch, a loop or a macro called from it may never be reached, and
 // refusing it would refuse runs that work.
-void CheckMacrosBeforeRun(excel::Workbook& book, const QStringList& macros) {
-  const auto findings = excel::CheckMacros(book, macros);
+void CheckMacrosBeforeRun(const ReportMacros& report) {
+  // A template that is not there is the workbook step's to tell.
+  if (report.macros.isEmpty() || (!report.templatePath.isEmpty() && !QFileInfo::exists(report.templatePath))) return;
+  const auto findings = excel::CheckTemplateMacros(*excel::Application::Create(), report.templatePath, report.macros);
   if (findings.empty()) return;
   const QString text = excel::FindingsText(findings);
   if (excel::AnyCannotRun(findings))

@@ -9,10 +9,6 @@
 namespace dao {
 class Database;
 }
-namespace excel {
-class Workbook;
-}
-
 namespace basExporter {
 
 struct ReportMacros {
@@ -25,9 +21,12 @@ struct ReportMacros {
 
 ReportMacros ReadReportMacros(dao::Database& database, std::int32_t outputId);
 
-// Before the first record is placed: raises the macro error, naming what
-// cannot run, when a module does not compile, a macro is missing or a call
-// is certain to fail. Calls that may fail are told, and the run goes on.
-void CheckMacrosBeforeRun(excel::Workbook& book, const QStringList& macros);
+// Before the run's workbook is made, on the template file: raises the macro
+// error, naming what cannot run, when a module does not compile, a macro is
+// missing or a call is certain to fail. Calls that may fail are told, and
+// the run goes on. (Checked before, not in, the run's workbook: the check's
+// scratch document becomes the office's current one, and the macros'
+// ActiveSheet and unqualified Range follow the current document.)
+void CheckMacrosBeforeRun(const ReportMacros& report);
 
 }  // namespace basExporter

@@ -1,6 +1,7 @@
 // A report run whose template macro stops, or takes the office with it, as
 // the main window runs it: the one message names the macro, its module, the
-// line and the office's text, and the next run has an office again.
+// line and the office's text, and the next run has an office again; and
+// macros reach the run's workbook through the active sheet.
 #include <QFile>
 #include <csignal>
 #include <thread>
@@ -93,4 +94,19 @@ TEST_F(MacroStopRun, AMacroQuittingTheOfficeThroughAVariableIsToldAndTheNextRunH
                                                              "office; it keeps running for the run."));
   ExpectTheNextRunMarks(modules);
   EXPECT_NE(gExcelApp->OfficePid(), office);
+}
+
+// The macro check before the run uses a scratch document of its own; the
+// macros that run after it still find the run's workbook through the
+// current sheet, as the recorder writes them.
+TEST_F(MacroStopRun, MacrosAfterTheCheckReachTheRunsWorkbookThroughTheActiveSheet) {
+  RunInto({{QStringLiteral("Plainly"), QStringLiteral("Sub Plain()\n"
+                                                       "  Range(\"A1\").Value = \"plain\"\n"
+                                                       "  ActiveSheet.Range(\"B1\").Value = ActiveSheet.Name\n"
+                                                       "End Sub\n")}},
+          QStringLiteral("Plain"), QStringLiteral("plain.xls"));
+  EXPECT_TRUE(script.MessageBoxes().isEmpty()) << script.MessageBoxes().value(0).prompt.toStdString();
+  const auto data = ReadXls(OutputFile(QStringLiteral("plain.xls"))).Sheet(QStringLiteral("Data"));
+  EXPECT_EQ(data.Text(1, 1), QStringLiteral("plain"));
+  EXPECT_EQ(data.Text(1, 2), QStringLiteral("Data"));
 }
