@@ -30,5 +30,10 @@ QString RewriteMacroSource(const QString& source);
 
 // Rewrites every Basic module of the loaded workbook, once.
 void RewriteLoadedMacros(WorkbookState& book);
+// Puts back the modules as the user wrote them, before the workbook is
+// saved: the saved workbook's macros are the template's, not our rewriting
+// (whose error traps Excel's editor would not take). The next macro run
+// rewrites them again.
+void RestoreWrittenMacros(WorkbookState& book);
 
 }  // namespace excel

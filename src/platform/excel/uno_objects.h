@@ -37,6 +37,12 @@ struct WorkbookState {
   bool view_locked = false;   // its controllers are locked (ScreenUpdating = False)
   bool macros_rewritten = false;  // its modules went through RewriteLoadedMacros
   rtl::Reference<CloseRefuser> close_refuser;  // keeps it open until our own Close
+  // Each module the rewriting changed, with the text the user wrote, put
+  // back before every save.
+  struct WrittenModule {
+    QString library, module, source;
+  };
+  std::vector<WrittenModule> written_modules;
 };
 
 struct SheetState {

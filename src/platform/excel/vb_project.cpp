@@ -1,4 +1,5 @@
-// Workbook::AddCodeModule: VBA modules written into a workbook's project.
+// Workbook::AddCodeModule and CodeModuleText: VBA modules written into, and
+// read from, a workbook's project.
 // The office saves a project into an .xls only when the document is in VBA
 // mode, the project has a name, a library of that name holds the modules and
 // each module is registered as a standard module.
@@ -51,6 +52,25 @@ void Workbook::AddCodeModule(const QString& name, const QString& source) {
       text.prepend(QStringLiteral("Option VBASupport 1\n"));
     modules->insertByName(module_name, css::uno::Any(ToOUString(text)));
     state_->has_macros = true;
+  });
+}
+
+QString Workbook::CodeModuleText(const QString& name) const {
+  return OfficeCall(*state_->session, [&] {
+    RequireOpen(*state_);
+    css::uno::Reference<css::document::XEmbeddedScripts> scripts(state_->document, css::uno::UNO_QUERY_THROW);
+    css::uno::Reference<css::script::XLibraryContainer> libraries(scripts->getBasicLibraries(),
+                                                                  css::uno::UNO_QUERY_THROW);
+    for (const auto& library : libraries->getElementNames()) {
+      libraries->loadLibrary(library);
+      css::uno::Reference<css::container::XNameContainer> modules(libraries->getByName(library), css::uno::UNO_QUERY);
+      if (!modules.is() || !modules->hasByName(ToOUString(name))) continue;
+      rtl::OUString text;
+      modules->getByName(ToOUString(name)) >>= text;
+      return ToQString(text);
+    }
+    RaiseApplicationDefined(QStringLiteral("There is no module named '%1'.").arg(name));
+    return QString();
   });
 }
 

@@ -15,6 +15,7 @@
 
 #include "platform/excel/excel_errors.h"
 #include "platform/excel/file_format.h"
+#include "platform/excel/macro_source.h"
 #include "platform/excel/uno_objects.h"
 #include "platform/excel/uno_text.h"
 
@@ -120,6 +121,7 @@ void Workbook::SaveAs(const QString& file_name) {
     if (!QFileInfo(QFileInfo(absolute).absolutePath()).isDir())
       RaiseApplicationDefined(QStringLiteral("'%1' cannot be written: its folder does not exist").arg(file_name));
     css::uno::Reference<css::frame::XStorable> storable(state_->document, css::uno::UNO_QUERY_THROW);
+    RestoreWrittenMacros(*state_);
     try {
       storable->storeAsURL(ToOUString(QUrl::fromLocalFile(absolute).toString(QUrl::FullyEncoded)),
                            SequenceOf({Property("FilterName", css::uno::Any(rtl::OUString::createFromAscii(
@@ -137,6 +139,7 @@ void Workbook::Save() {
   OfficeCall(*state_->session, [&] {
     RequireOpen(*state_);
     if (state_->file_name.isEmpty()) RaiseApplicationDefined(QStringLiteral("the workbook has no file name yet"));
+    RestoreWrittenMacros(*state_);
     try {
       css::uno::Reference<css::frame::XStorable>(state_->document, css::uno::UNO_QUERY_THROW)->store();
     } catch (const css::uno::Exception& e) {

@@ -43,6 +43,9 @@ class Workbook {
   // a VBA module in the workbook's project, saved with it into the .xls.
   // 1004 when a module of that name exists.
   void AddCodeModule(const QString& name, const QString& source);
+  // VBComponents(name).CodeModule's text as the office holds it; 1004 when
+  // the project has no module of that name.
+  QString CodeModuleText(const QString& name) const;
 
   const std::shared_ptr<WorkbookState>& State() const { return state_; }
 
