@@ -15,7 +15,7 @@ constexpr double kFirstSerial = -657434.0;
 constexpr double kSerialAfterLast = 2958466.0;
 
 // Days since 1899-12-30, time as the (sign-magnitude) fraction.
-QDateTime FromSerial(double serial, Qt::TimeSpec spec) {
+QDateTime FromSerial(double serial, Qt::TimeSpec zone) {
   const double day = std::trunc(serial);
   qint64 ms = std::llround(std::fabs(serial - day) * kMillisPerDay);
   qint64 days = static_cast<qint64>(day);
@@ -24,7 +24,7 @@ QDateTime FromSerial(double serial, Qt::TimeSpec spec) {
     days += serial < 0 ? -1 : 1;
   }
   const QDate date = QDate(1899, 12, 30).addDays(days);
-  return QDateTime(date, QTime(0, 0).addMSecs(static_cast<int>(ms)), spec);
+  return QDateTime(date, QTime(0, 0).addMSecs(static_cast<int>(ms)), zone);
 }
 
 }  // namespace
@@ -32,7 +32,7 @@ QDateTime FromSerial(double serial, Qt::TimeSpec spec) {
 QVariant ToVariant(const jet::Value& v, Qt::TimeSpec dates) {
   if (v.is_null()) return QVariant();
   struct Visitor {
-    Qt::TimeSpec spec;
+    Qt::TimeSpec zone;
     QVariant operator()(std::monostate) const { return QVariant(); }
     QVariant operator()(bool b) const { return b; }
     QVariant operator()(int64_t i) const {
@@ -50,7 +50,7 @@ QVariant ToVariant(const jet::Value& v, Qt::TimeSpec dates) {
                                                 "and 31 December 9999."),
                                  QStringLiteral("DAO.Field"));
       }
-      return FromSerial(dt.serial, spec);
+      return FromSerial(dt.serial, zone);
     }
     QVariant operator()(const jet::Decimal& d) const { return std::stod(jet::FormatDecimal(d)); }
     QVariant operator()(const std::string& s) const { return QString::fromStdString(s); }
