@@ -10,6 +10,7 @@
 #include <com/sun/star/script/XLibraryContainer.hpp>
 
 #include "platform/excel/application.h"
+#include "platform/excel/basic_modules.h"
 #include "platform/excel/macro_compiler.h"
 #include "platform/excel/macro_name.h"
 #include "platform/excel/macro_source.h"
@@ -40,23 +41,13 @@ int ImportHeaderLines(const QString& source) {
 
 std::vector<ProjectModule> ReadModules(WorkbookState& book) {
   std::vector<ProjectModule> project;
-  css::uno::Reference<css::document::XEmbeddedScripts> scripts(book.document, css::uno::UNO_QUERY);
-  if (!scripts.is() || !scripts->getBasicLibraries().is()) return project;
-  css::uno::Reference<css::script::XLibraryContainer> libraries(scripts->getBasicLibraries(), css::uno::UNO_QUERY_THROW);
-  for (const auto& library : libraries->getElementNames()) {
-    libraries->loadLibrary(library);
-    css::uno::Reference<css::container::XNameContainer> modules(libraries->getByName(library), css::uno::UNO_QUERY);
-    if (!modules.is()) continue;
-    for (const auto& name : modules->getElementNames()) {
-      rtl::OUString text;
-      modules->getByName(name) >>= text;
-      ProjectModule module{ToQString(name), ToQString(text), QString(), 0};
-      // The loaded copy may have been rewritten already, by a macro run.
-      module.source = book.macros_rewritten ? module.written : RewriteMacroSource(module.written);
-      module.hidden_lines = ImportHeaderLines(module.written);
-      project.push_back(std::move(module));
-    }
-  }
+  ForEachBasicModule(book, [&](const BasicModule& basic) {
+    ProjectModule module{basic.name, basic.source, QString(), 0};
+    // The loaded copy may have been rewritten already, by a macro run.
+    module.source = book.macros_rewritten ? module.written : RewriteMacroSource(module.written);
+    module.hidden_lines = ImportHeaderLines(module.written);
+    project.push_back(std::move(module));
+  });
   return project;
 }
 

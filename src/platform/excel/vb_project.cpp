@@ -3,6 +3,8 @@
 // The office saves a project into an .xls only when the document is in VBA
 // mode, the project has a name, a library of that name holds the modules and
 // each module is registered as a standard module.
+#include <optional>
+
 #include <com/sun/star/container/XNameContainer.hpp>
 #include <com/sun/star/document/XEmbeddedScripts.hpp>
 #include <com/sun/star/script/ModuleInfo.hpp>
@@ -11,6 +13,7 @@
 #include <com/sun/star/script/vba/XVBACompatibility.hpp>
 #include <com/sun/star/script/vba/XVBAModuleInfo.hpp>
 
+#include "platform/excel/basic_modules.h"
 #include "platform/excel/excel_errors.h"
 #include "platform/excel/uno_objects.h"
 #include "platform/excel/uno_text.h"
@@ -58,19 +61,12 @@ void Workbook::AddCodeModule(const QString& name, const QString& source) {
 QString Workbook::CodeModuleText(const QString& name) const {
   return OfficeCall(*state_->session, [&] {
     RequireOpen(*state_);
-    css::uno::Reference<css::document::XEmbeddedScripts> scripts(state_->document, css::uno::UNO_QUERY_THROW);
-    css::uno::Reference<css::script::XLibraryContainer> libraries(scripts->getBasicLibraries(),
-                                                                  css::uno::UNO_QUERY_THROW);
-    for (const auto& library : libraries->getElementNames()) {
-      libraries->loadLibrary(library);
-      css::uno::Reference<css::container::XNameContainer> modules(libraries->getByName(library), css::uno::UNO_QUERY);
-      if (!modules.is() || !modules->hasByName(ToOUString(name))) continue;
-      rtl::OUString text;
-      modules->getByName(ToOUString(name)) >>= text;
-      return ToQString(text);
-    }
-    RaiseApplicationDefined(QStringLiteral("There is no module named '%1'.").arg(name));
-    return QString();
+    std::optional<QString> text;
+    ForEachBasicModule(*state_, [&](const BasicModule& module) {
+      if (!text && module.name == name) text = module.source;
+    });
+    if (!text) RaiseApplicationDefined(QStringLiteral("There is no module named '%1'.").arg(name));
+    return *text;
   });
 }
 
