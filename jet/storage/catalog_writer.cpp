@@ -1,5 +1,7 @@
 #include "storage/catalog_writer.h"
 
+#include <algorithm>
+
 #include "storage/journal.h"
 #include "jet/database.h"
 #include "storage/sharing_locks.h"
@@ -45,6 +47,12 @@ Row NewCatalogRow(const TableDef& def, int64_t id, int64_t parent, const std::st
   SetCatalogValue(def, "Flags", Value(ColumnType::kLong, flags), &row);
   SetCatalogValue(def, "Owner", Value(ColumnType::kBinary, kAdminSid), &row);
   return row;
+}
+
+std::string FoldedName(const std::string& name) {
+  std::string folded = name;
+  std::transform(folded.begin(), folded.end(), folded.begin(), [](unsigned char c) { return std::tolower(c); });
+  return folded;
 }
 
 }  // namespace jet

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "jet/create.h"
 #include "jet/schema.h"
@@ -19,6 +21,7 @@ constexpr int64_t kRelationshipsContainerId = 0x0F000003;
 constexpr int64_t kCatalogTypeTable = 1;
 constexpr int64_t kCatalogTypeDatabase = 2;
 constexpr int64_t kCatalogTypeContainer = 3;
+constexpr int64_t kCatalogTypeOdbcLink = 4;
 constexpr int64_t kCatalogTypeQuery = 5;
 constexpr uint32_t kCatalogTdefPageNumber = 2;
 
@@ -44,5 +47,14 @@ Row NewCatalogRow(const TableDef& def, int64_t id, int64_t parent, const std::st
 
 // Sets one column of a row built by NewCatalogRow, when the column exists.
 void SetCatalogValue(const TableDef& def, const char* column, Value value, Row* row);
+
+// A name as catalogue lookups compare it: object names ignore case.
+std::string FoldedName(const std::string& name);
+
+// Checks a new table's definition, its name against those `taken` (folded).
+Status CheckNewTable(const TableSpec& table, const std::set<std::string>& taken);
+// Writes a new, empty table's definition pages, its usage maps and an empty
+// root per index; `tdef_page` is the definition's page (the catalogue id).
+Status WriteTableDefinition(Pager* pager, const TableSpec& table, uint32_t* tdef_page);
 
 }  // namespace jet

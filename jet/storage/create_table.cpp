@@ -256,6 +256,12 @@ Status AddTables(Pager* pager, FileSystem* fs, const std::string& path, const st
 
 }  // namespace
 
+Status CheckNewTable(const TableSpec& table, const std::set<std::string>& taken) { return CheckSpec(table, taken); }
+
+Status WriteTableDefinition(Pager* pager, const TableSpec& table, uint32_t* tdef_page) {
+  return LayOut(pager, Describe(table), tdef_page);
+}
+
 Status CreateTables(const std::string& path, const std::vector<TableSpec>& tables, const CreateOptions& options) {
   FileSystem* fs = options.file_system ? options.file_system : DefaultFileSystem();
   std::unique_ptr<Pager> pager;

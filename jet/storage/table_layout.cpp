@@ -44,7 +44,8 @@ constexpr uint8_t kIndexTypePrimary = 0x01;
 constexpr uint8_t kIndexTypeForeign = 0x02;
 
 // A TDEF may continue over several pages: join their payloads.
-Status ReadTdefChain(const Pager& pager, uint32_t first_page, std::vector<uint8_t>* bytes) {
+Status ReadTdefChain(const Pager& pager, uint32_t first_page, std::vector<uint8_t>* bytes,
+                     std::vector<uint32_t>* pages) {
   std::unordered_set<uint32_t> seen;
   uint32_t page_no = first_page;
   while (page_no != 0) {
@@ -53,6 +54,7 @@ Status ReadTdefChain(const Pager& pager, uint32_t first_page, std::vector<uint8_
     }
     Page page;
     JET_RETURN_IF_ERROR(pager.ReadPageOfType(page_no, PageType::kTableDef, &page));
+    pages->push_back(page_no);
     if (bytes->empty()) {
       bytes->assign(page.begin(), page.end());
     } else {
@@ -79,7 +81,7 @@ class TdefParser {
   Status ReadName(std::string* name);
   Status ParseColumns(TableDef* def, uint16_t num_cols);
   Status ParseIndexes(TableDef* def, uint32_t num_idx, uint32_t num_real_idx,
-                      const std::vector<uint32_t>& real_counts);
+                      const std::vector<uint32_t>& real_counts, std::vector<uint32_t>* index_maps);
 
   ByteSpan in_;
   const TdefFormat& f_;
@@ -124,7 +126,7 @@ Status TdefParser::Parse(TableLayout* layout) {
     pos_ += f_.real_idx_entry;
   }
   JET_RETURN_IF_ERROR(ParseColumns(def.get(), num_cols));
-  JET_RETURN_IF_ERROR(ParseIndexes(def.get(), num_idx, num_real_idx, real_counts));
+  JET_RETURN_IF_ERROR(ParseIndexes(def.get(), num_idx, num_real_idx, real_counts, &layout->index_maps));
   layout->def = std::move(def);
   return Status::OK();
 }
@@ -179,7 +181,7 @@ Status TdefParser::ParseColumns(TableDef* def, uint16_t num_cols) {
 }
 
 Status TdefParser::ParseIndexes(TableDef* def, uint32_t num_idx, uint32_t num_real_idx,
-                                const std::vector<uint32_t>& real_counts) {
+                                const std::vector<uint32_t>& real_counts, std::vector<uint32_t>* index_maps) {
   struct RealIndex {
     std::vector<IndexColumn> columns;
     uint32_t first_page = 0;
@@ -200,8 +202,8 @@ Status TdefParser::ParseIndexes(TableDef* def, uint32_t num_idx, uint32_t num_re
       }
       r.columns.push_back({static_cast<int>(it - def->columns.begin()), in_.U8(p + 2) == 0x01});
     }
-    p += 4;  // the index's own usage map
-    r.first_page = in_.U32(p);
+    index_maps->push_back(in_.U32(p));  // the index's own usage map
+    r.first_page = in_.U32(p + 4);
     r.flags = in_.U8(pos_ + f_.real_idx_flags);
     pos_ += f_.real_idx_block;
   }
@@ -238,7 +240,9 @@ Status TdefParser::ParseIndexes(TableDef* def, uint32_t num_idx, uint32_t num_re
 Status ReadTableLayout(const Pager& pager, const TextReader& text, uint32_t tdef_page,
                        TableLayout* layout) {
   std::vector<uint8_t> bytes;
-  JET_RETURN_IF_ERROR(ReadTdefChain(pager, tdef_page, &bytes));
+  layout->tdef_pages.clear();
+  layout->index_maps.clear();
+  JET_RETURN_IF_ERROR(ReadTdefChain(pager, tdef_page, &bytes, &layout->tdef_pages));
   TdefParser parser(bytes, pager.is_jet3() ? kJet3Tdef : kJet4Tdef, text, pager.is_jet3());
   Status s = parser.Parse(layout);
   if (!s.ok()) return Status::Corruption(s.message() + " (table definition at page " +

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "jet/schema.h"
 #include "storage/pager.h"
@@ -16,6 +17,8 @@ struct TableLayout {
   uint32_t free_map = 0;    // row pointer of the pages-with-free-space map
   uint16_t max_cols = 0;    // column ids ever used, deleted ones included
   uint16_t var_cols = 0;
+  std::vector<uint32_t> tdef_pages;  // the definition's pages, in chain order
+  std::vector<uint32_t> index_maps;  // row pointer of each physical index's owned-pages map
 };
 
 Status ReadTableLayout(const Pager& pager, const TextReader& text, uint32_t tdef_page,
