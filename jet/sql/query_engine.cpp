@@ -20,6 +20,7 @@
 #include "sql/function_support.h"
 #include "sql/parser.h"
 #include "sql/query_text.h"
+#include "sql/server_table_module.h"
 #include "sql/table_module.h"
 #include "sql/translator.h"
 #include "storage/system_fields.h"
@@ -34,6 +35,7 @@ namespace {
 
 struct CachedTable {
   std::string sqlite_name;
+  bool from_server = false;  // an ODBC link's rows: read afresh by every statement
   std::vector<sql::SourceColumn> columns;
   std::vector<ColumnType> types;
 };
@@ -187,6 +189,7 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
   sqlite3* lite = nullptr;
   std::map<std::string, CachedTable> tables;          // by folded Jet name
   std::map<std::string, sql::InPlaceSource> in_place;  // by SQLite name
+  std::map<std::string, sql::ServerSource> servers;     // by SQLite name
   uint64_t copy_row_limit = kDefaultCopyRowLimit;
   uint64_t rows_read_in_place = 0;
   std::map<std::string, std::string> query_text;      // by folded query name
@@ -211,6 +214,7 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     if (sqlite3_open_v2(":memory:", &lite, flags, nullptr) != SQLITE_OK)
       return Status::IOError("Cannot open the SQLite engine.");
     sql::RegisterTableModule(lite, &in_place);
+    sql::RegisterServerTableModule(lite, &servers);
     sql::RegisterJetFunctions(lite, db->format() == FileFormat::kJet3 ? SortOrderVersion::kGeneral97
                                                                        : SortOrderVersion::kGeneral);
     // A long statement lets a waiting commit through now and then.
@@ -227,6 +231,7 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     for (auto& [name, t] : tables) sqlite3_exec(lite, ("DROP TABLE IF EXISTS " + t.sqlite_name).c_str(), nullptr, nullptr, nullptr);
     tables.clear();
     in_place.clear();
+    servers.clear();
     query_text.clear();
     if (external_files) external_files->Clear();
   }
@@ -293,6 +298,22 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     return Status::OK();
   }
 
+  // An ODBC link: a small table is copied for the statement, so that SQLite
+  // can index it for joins; a large one is asked of the server, with the
+  // conditions the server can answer.
+  Status ReadFromServer(Database& source, const std::string& name, std::shared_ptr<const TableDef> def,
+                        CachedTable* t) {
+    t->from_server = true;
+    uint64_t rows = 0;
+    JET_RETURN_IF_ERROR(source.CountRows(name, &rows));
+    if (rows <= copy_row_limit) return CopyTable(source, name, *def, t);
+    servers[t->sqlite_name] = {&source, name, std::move(def), static_cast<double>(rows)};
+    const std::string create = "CREATE VIRTUAL TABLE " + t->sqlite_name + " USING " + sql::kServerTableModule + "(" +
+                               t->sqlite_name + ")";
+    if (sqlite3_exec(lite, create.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) return SqliteError(lite, name);
+    return Status::OK();
+  }
+
   // The file a source is read from: this one, or another named by IN; `key`
   // tells its tables apart in the cache.
   Status SourceFile(const std::string& database, const std::string& name, Database** source, std::string* key) {
@@ -335,7 +356,8 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
         --table_counter;
         return Status::OK();
       }
-      if (def->stored_row_count > copy_row_limit) JET_RETURN_IF_ERROR(ReadInPlace(*source, name, def, t));
+      if (source->FindTable(name)->kind == ObjectKind::kLinkedOdbc) JET_RETURN_IF_ERROR(ReadFromServer(*source, name, def, &t));
+      else if (def->stored_row_count > copy_row_limit) JET_RETURN_IF_ERROR(ReadInPlace(*source, name, def, t));
       else JET_RETURN_IF_ERROR(CopyTable(*source, name, *def, &t));
       it = tables.emplace(key, std::move(t)).first;
     }
@@ -495,7 +517,22 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     }
   }
 
+  // A server's tables change without the file knowing: what a statement
+  // read of them is never kept for the next.
+  void DropServerTables() {
+    for (auto it = tables.begin(); it != tables.end();) {
+      if (!it->second.from_server) {
+        ++it;
+        continue;
+      }
+      sqlite3_exec(lite, ("DROP TABLE IF EXISTS " + it->second.sqlite_name).c_str(), nullptr, nullptr, nullptr);
+      servers.erase(it->second.sqlite_name);
+      it = tables.erase(it);
+    }
+  }
+
   void CheckCommits(uint64_t noted) {
+    DropServerTables();
     const uint64_t now = noted + db->generation();  // both only grow
     if (now != cached_at) {
       DropCache();
@@ -779,10 +816,12 @@ Status QueryEngine::ForFile(const std::string& path, const OpenOptions& options,
                             std::shared_ptr<QueryEngine>* engine) {
   std::lock_guard<std::mutex> lock(g_registry_mutex);
   std::string key = CanonicalPath(path);
+  OpenOptions with_servers = options;
+  if (!with_servers.server_tables) with_servers.server_tables = MakeOdbcTables(options.odbc_mappings);
   if (auto existing = Registry()[key].lock()) {
     if (options.writable && !existing->impl_->db->writable()) {
       std::unique_ptr<Database> writer;
-      JET_RETURN_IF_ERROR(Database::Open(path, options, &writer));
+      JET_RETURN_IF_ERROR(Database::Open(path, with_servers, &writer));
       existing->impl_->DropCache();
       existing->impl_->db = std::move(writer);
     }
@@ -790,8 +829,8 @@ Status QueryEngine::ForFile(const std::string& path, const OpenOptions& options,
     return Status::OK();
   }
   auto impl = std::make_unique<Impl>();
-  JET_RETURN_IF_ERROR(Database::Open(path, options, &impl->db));
-  JET_RETURN_IF_ERROR(impl->Init(options));
+  JET_RETURN_IF_ERROR(Database::Open(path, with_servers, &impl->db));
+  JET_RETURN_IF_ERROR(impl->Init(with_servers));
   std::shared_ptr<QueryEngine> created(new QueryEngine(std::move(impl)));
   Registry()[key] = created;
   *engine = created;

@@ -7,6 +7,7 @@
 
 #include "jet/text_form.h"
 #include "sql/decimal_math.h"
+#include "sql/virtual_table.h"
 
 namespace jet::sql {
 namespace {
@@ -192,36 +193,6 @@ struct Cursor : sqlite3_vtab_cursor {
 
 const InPlaceSource& SourceOf(sqlite3_vtab_cursor* c) { return *static_cast<Table*>(c->pVtab)->source; }
 
-int Fail(sqlite3_vtab* vtab, const Status& s) {
-  sqlite3_free(vtab->zErrMsg);
-  vtab->zErrMsg = sqlite3_mprintf("%s", s.message().c_str());
-  return SQLITE_ERROR;
-}
-
-int Connect(sqlite3* lite, void* aux, int argc, const char* const* argv, sqlite3_vtab** out, char** error) {
-  const auto* sources = static_cast<const std::map<std::string, InPlaceSource>*>(aux);
-  auto it = argc > 3 ? sources->find(argv[3]) : sources->end();
-  if (it == sources->end()) {
-    *error = sqlite3_mprintf("no Jet table is registered for this virtual table");
-    return SQLITE_ERROR;
-  }
-  std::string schema = "CREATE TABLE x(";
-  const auto& columns = it->second.def->columns;
-  for (size_t i = 0; i < columns.size(); ++i)
-    schema += (i ? ", c" : "c") + std::to_string(i) + " " + DeclaredType(columns[i].type);
-  schema += columns.empty() ? "c0)" : ")";
-  if (int rc = sqlite3_declare_vtab(lite, schema.c_str()); rc != SQLITE_OK) return rc;
-  auto* table = new Table();
-  table->source = &it->second;
-  *out = table;
-  return SQLITE_OK;
-}
-
-int Disconnect(sqlite3_vtab* vtab) {
-  delete static_cast<Table*>(vtab);
-  return SQLITE_OK;
-}
-
 int BestIndex(sqlite3_vtab* vtab, sqlite3_index_info* info) {
   const TableDef& def = *static_cast<Table*>(vtab)->source->def;
   const double table_rows = std::max<double>(def.stored_row_count, 1);
@@ -254,21 +225,11 @@ int BestIndex(sqlite3_vtab* vtab, sqlite3_index_info* info) {
   return SQLITE_OK;
 }
 
-int Open(sqlite3_vtab*, sqlite3_vtab_cursor** out) {
-  *out = new Cursor();
-  return SQLITE_OK;
-}
-
-int Close(sqlite3_vtab_cursor* c) {
-  delete static_cast<Cursor*>(c);
-  return SQLITE_OK;
-}
-
 int Next(sqlite3_vtab_cursor* base) {
   auto* c = static_cast<Cursor*>(base);
   if (!c->from_index) {
     c->at_end = !c->scan->Next();
-    if (c->at_end && !c->scan->status().ok()) return Fail(base->pVtab, c->scan->status());
+    if (c->at_end && !c->scan->status().ok()) return FailVirtualTable(base->pVtab, c->scan->status());
     if (!c->at_end) {
       c->id = c->scan->row_id();
       ++*SourceOf(base).rows_read;
@@ -280,7 +241,7 @@ int Next(sqlite3_vtab_cursor* base) {
   c->id = c->found[c->next_found++];
   ++*SourceOf(base).rows_read;
   Status s = c->reader->Read(c->id, &c->row);
-  return s.ok() ? SQLITE_OK : Fail(base->pVtab, s);
+  return s.ok() ? SQLITE_OK : FailVirtualTable(base->pVtab, s);
 }
 
 // The range a plan seeks, from the constraint values.
@@ -327,7 +288,7 @@ int Filter(sqlite3_vtab_cursor* base, int, const char* idx_str, int argc, sqlite
   if (!c->reader || c->reader_columns != plan.columns) {
     Status s = source.db->OpenReader(source.table, WantedColumns(plan.columns, source.def->columns.size()),
                                      &c->reader);
-    if (!s.ok()) return Fail(base->pVtab, s);
+    if (!s.ok()) return FailVirtualTable(base->pVtab, s);
     c->reader_columns = plan.columns;
   }
   c->from_index = false;
@@ -338,7 +299,7 @@ int Filter(sqlite3_vtab_cursor* base, int, const char* idx_str, int argc, sqlite
     c->found.clear();
     c->next_found = 0;
     Status s = fit == KeyFit::kValue ? c->reader->Find(range, &c->found) : Status::OK();
-    if (!s.ok() && s.code() != Status::Code::kUnsupported) return Fail(base->pVtab, s);
+    if (!s.ok() && s.code() != Status::Code::kUnsupported) return FailVirtualTable(base->pVtab, s);
     // Nothing asks for index order (the plan never consumes an ORDER BY), so
     // the rows are read in file order: each data page once.
     std::sort(c->found.begin(), c->found.end(),
@@ -347,7 +308,7 @@ int Filter(sqlite3_vtab_cursor* base, int, const char* idx_str, int argc, sqlite
   }
   if (!c->from_index) {
     Status s = c->reader->Scan(&c->scan);
-    if (!s.ok()) return Fail(base->pVtab, s);
+    if (!s.ok()) return FailVirtualTable(base->pVtab, s);
   }
   return Next(base);
 }
@@ -361,14 +322,7 @@ int Column(sqlite3_vtab_cursor* base, sqlite3_context* context, int i) {
     sqlite3_result_null(context);
     return SQLITE_OK;
   }
-  const LiteForm f = ToLiteForm(row[i]);
-  switch (f.storage) {
-    case SQLITE_INTEGER: sqlite3_result_int64(context, f.integer); break;
-    case SQLITE_FLOAT: sqlite3_result_double(context, f.real); break;
-    case SQLITE_TEXT: sqlite3_result_text(context, static_cast<const char*>(f.data()), f.size, SQLITE_TRANSIENT); break;
-    case SQLITE_BLOB: sqlite3_result_blob(context, f.data(), f.size, SQLITE_TRANSIENT); break;
-    default: sqlite3_result_null(context);
-  }
+  ResultValue(context, row[i]);
   return SQLITE_OK;
 }
 
@@ -378,30 +332,30 @@ int RowIdOf(sqlite3_vtab_cursor* base, sqlite3_int64* rowid) {
   return SQLITE_OK;
 }
 
-sqlite3_module MakeModule() {
-  sqlite3_module m;
-  std::memset(&m, 0, sizeof m);
-  m.iVersion = 1;
-  m.xCreate = Connect;
-  m.xConnect = Connect;
-  m.xBestIndex = BestIndex;
-  m.xDisconnect = Disconnect;
-  m.xDestroy = Disconnect;
-  m.xOpen = Open;
-  m.xClose = Close;
-  m.xFilter = Filter;
-  m.xNext = Next;
-  m.xEof = Eof;
-  m.xColumn = Column;
-  m.xRowid = RowIdOf;
-  return m;
-}
-
 }  // namespace
 
 void RegisterTableModule(sqlite3* lite, const std::map<std::string, InPlaceSource>* sources) {
-  static const sqlite3_module module = MakeModule();
+  static const sqlite3_module module =
+      ReadOnlyModule<Table, Cursor>(ConnectToSource<Table, InPlaceSource>, BestIndex, Filter, Next, Eof, Column, RowIdOf);
   sqlite3_create_module(lite, kTableModule, &module, const_cast<std::map<std::string, InPlaceSource>*>(sources));
+}
+
+std::string VirtualTableSchema(const TableDef& def) {
+  std::string schema = "CREATE TABLE x(";
+  for (size_t i = 0; i < def.columns.size(); ++i)
+    schema += (i ? ", c" : "c") + std::to_string(i) + " " + DeclaredType(def.columns[i].type);
+  return schema + (def.columns.empty() ? "c0)" : ")");
+}
+
+void ResultValue(sqlite3_context* context, const Value& v) {
+  const LiteForm f = ToLiteForm(v);
+  switch (f.storage) {
+    case SQLITE_INTEGER: sqlite3_result_int64(context, f.integer); break;
+    case SQLITE_FLOAT: sqlite3_result_double(context, f.real); break;
+    case SQLITE_TEXT: sqlite3_result_text(context, static_cast<const char*>(f.data()), f.size, SQLITE_TRANSIENT); break;
+    case SQLITE_BLOB: sqlite3_result_blob(context, f.data(), f.size, SQLITE_TRANSIENT); break;
+    default: sqlite3_result_null(context);
+  }
 }
 
 std::string DeclaredType(ColumnType t) {

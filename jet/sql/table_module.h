@@ -43,4 +43,10 @@ struct LiteForm {
 };
 LiteForm ToLiteForm(const Value& v);
 
+// For a virtual table's xConnect: a table of columns c0, c1, ... of the
+// definition's types.
+std::string VirtualTableSchema(const TableDef& def);
+// For a virtual table's xColumn.
+void ResultValue(sqlite3_context* context, const Value& v);
+
 }  // namespace jet::sql

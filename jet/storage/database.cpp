@@ -14,6 +14,7 @@
 #include "storage/change_watch.h"
 #include "storage/journal.h"
 #include "storage/relationships.h"
+#include "storage/server_link_reader.h"
 #include "storage/sharing_locks.h"
 #include "storage/table_reader.h"
 #include "storage/table_scan.h"
@@ -33,6 +34,7 @@ struct Database::Impl {
   std::deque<std::vector<CatalogEntry>> retired_entries;
   std::map<uint32_t, std::shared_ptr<const TableLayout>> layouts;  // by TDEF page
   std::map<std::string, std::unique_ptr<Database>> linked;         // by resolved path
+  ServerSnapshots server_snapshots;  // ODBC links listed for browsing
   // Writing: the writer works on the pager's pages, so it goes first.
   std::unique_ptr<AccessLockFile> lock_file;
   std::unique_ptr<Writer> writer;
@@ -51,6 +53,13 @@ struct Database::Impl {
   // A readable table by name: its catalogue entry and, for a Jet link, the
   // linked database that holds it (nullptr for a local table).
   Status Locate(const std::string& name, Database* owner, const CatalogEntry** entry, Database** linked);
+  // An ODBC link's columns as the server has them, with the captions,
+  // formats and descriptions the file keeps for the link.
+  Status ServerTableDef(ServerTables& server, const CatalogEntry& link, std::shared_ptr<const TableDef>* def);
+  // What reads `entry` when it is an ODBC link; null for other tables.
+  ServerTables* ServerOf(const CatalogEntry& entry) const {
+    return entry.kind == ObjectKind::kLinkedOdbc ? options.server_tables.get() : nullptr;
+  }
   Status OpenForWriting(FileSystem* fs);
   Status WritableTable(Database* db, const std::string& name, std::shared_ptr<const TableLayout>* layout);
   // Outside a transaction each change is committed (or dropped) on its own.
@@ -386,11 +395,30 @@ Status Database::Impl::Locate(const std::string& name, Database* owner, const Ca
   *entry = owner->FindTable(name);
   *linked = nullptr;
   if (!*entry) return Status::NotFound("no table named '" + name + "'", 3078);
-  if ((*entry)->kind == ObjectKind::kLinkedOdbc) {
+  if ((*entry)->kind == ObjectKind::kLinkedOdbc && !options.server_tables) {
     return Status::Unsupported("'" + name + "' is linked through '" + (*entry)->connect +
                                "', which cannot be read here");
   }
   if ((*entry)->kind == ObjectKind::kLinkedTable) return LinkedDatabase(**entry, linked, owner);
+  return Status::OK();
+}
+
+Status Database::Impl::ServerTableDef(ServerTables& server, const CatalogEntry& link,
+                                      std::shared_ptr<const TableDef>* def) {
+  std::shared_ptr<const TableDef> from_server;
+  JET_RETURN_IF_ERROR(server.GetTableDef(link, &from_server));
+  std::shared_ptr<const TableLayout> kept;
+  if (link.tdef_page() == 0 || !Layout(link, &kept).ok()) {  // a link without a local definition
+    *def = from_server;
+    return Status::OK();
+  }
+  auto merged = std::make_shared<TableDef>(*from_server);
+  merged->properties = kept->def->properties;
+  for (ColumnDef& column : merged->columns) {
+    const int local = kept->def->FindColumn(column.name);
+    if (local >= 0) column.properties = kept->def->columns[local].properties;
+  }
+  *def = merged;
   return Status::OK();
 }
 
@@ -539,6 +567,7 @@ Status Database::GetTableDef(const std::string& name, std::shared_ptr<const Tabl
   Database* linked = nullptr;
   JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
   if (linked) return linked->GetTableDef(entry->foreign_name, def);
+  if (ServerTables* server = impl_->ServerOf(*entry)) return impl_->ServerTableDef(*server, *entry, def);
   std::shared_ptr<const TableLayout> layout;
   JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
   *def = layout->def;
@@ -552,6 +581,7 @@ Status Database::OpenTable(const std::string& name, std::unique_ptr<TableCursor>
   Database* linked = nullptr;
   JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
   if (linked) return linked->OpenTable(entry->foreign_name, cursor);
+  if (ServerTables* server = impl_->ServerOf(*entry)) return server->OpenRows(*entry, {}, cursor);
   std::shared_ptr<const TableLayout> layout;
   JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
   std::unique_ptr<TableScan> scan;
@@ -569,6 +599,7 @@ Status Database::ListRowIdsNow(const std::string& name, std::vector<RowId>* ids)
   Database* linked = nullptr;
   JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
   if (linked) return linked->ListRowIds(entry->foreign_name, ids);
+  if (ServerTables* server = impl_->ServerOf(*entry)) return impl_->server_snapshots.List(*server, *entry, ids);
   std::shared_ptr<const TableLayout> layout;
   JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
   std::unique_ptr<TableScan> scan;
@@ -587,6 +618,7 @@ Status Database::ReadRowAtNow(const std::string& name, RowId id, Row* row) {
   Database* linked = nullptr;
   JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
   if (linked) return linked->ReadRowAt(entry->foreign_name, id, row);
+  if (ServerTables* server = impl_->ServerOf(*entry)) return impl_->server_snapshots.Read(*server, *entry, id, row);
   std::shared_ptr<const TableLayout> layout;
   JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
   return TableScan::ReadAt(*impl_->pager, *impl_->text, *layout, id, row);
@@ -600,10 +632,23 @@ Status Database::OpenReader(const std::string& name, const ColumnSet& wanted,
   Database* linked = nullptr;
   JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
   if (linked) return linked->OpenReader(entry->foreign_name, wanted, reader);
+  if (ServerTables* server = impl_->ServerOf(*entry)) {
+    *reader = std::make_unique<ServerLinkReader>(*server, *entry, wanted);
+    return Status::OK();
+  }
   std::shared_ptr<const TableLayout> layout;
   JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
   *reader = std::make_unique<LocalTableReader>(*impl_->pager, *impl_->text, layout, wanted, impl_->writer.get());
   return Status::OK();
+}
+
+Status Database::OpenServerRows(const std::string& name, const ServerQuery& query,
+                                std::unique_ptr<TableCursor>* cursor) {
+  const CatalogEntry* entry = FindTable(name);
+  if (!entry) return Status::NotFound("no table named '" + name + "'", 3078);
+  ServerTables* server = impl_->ServerOf(*entry);
+  if (!server) return Status::InvalidArgument("'" + name + "' is not linked to a server table");
+  return server->OpenRows(*entry, query, cursor);
 }
 
 Status Database::CountRows(const std::string& name, uint64_t* count) {
@@ -613,6 +658,7 @@ Status Database::CountRows(const std::string& name, uint64_t* count) {
 Status Database::CountRowsNow(const std::string& name, uint64_t* count) {
   const CatalogEntry* entry = FindTable(name);
   if (!entry) return Status::NotFound("no table named '" + name + "'", 3078);
+  if (ServerTables* server = impl_->ServerOf(*entry)) return server->CountRows(*entry, count);
   if (entry->kind != ObjectKind::kTable) {
     std::unique_ptr<TableCursor> cursor;
     JET_RETURN_IF_ERROR(OpenTable(name, &cursor));

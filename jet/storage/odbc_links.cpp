@@ -178,7 +178,19 @@ class LinkWriter {
       const int n = def.FindColumn(column);
       if (n >= 0) row[n] = Value(def.columns[n].type, text);
     }
+    if (p.local) JET_RETURN_IF_ERROR(TakeProperties(*p.local, &row));
     return writer_.Insert(objects_, std::move(row), nullptr);
+  }
+
+  // The replaced table's captions, formats and descriptions stay with the
+  // link, as Access keeps a link's field properties in its own row.
+  Status TakeProperties(const PlacedEntry& table, Row* link_row) {
+    const int n = objects_->def->FindColumn("LvProp");
+    if (n < 0) return Status::OK();
+    Row local_row;
+    JET_RETURN_IF_ERROR(writer_.Read(objects_, table.id, &local_row));
+    (*link_row)[n] = local_row[n];
+    return Status::OK();
   }
 
   Pager* pager_;

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "app/lock_wait_setting.h"
+#include "app/odbc_mapping_setting.h"
 #include "app/macro_check_command.h"
 #include "app/mglobals.h"
 #include "export/bas_exporter.h"
@@ -194,6 +195,7 @@ int RunBatch(const QStringList& arguments) {
   const CRegistry family = FamilySettings();
   // A scheduled job shares the file with people at work in it.
   ApplyLockWaitSetting(family);
+  ApplyOdbcMappingSetting(family);
   const QString databasePath = DatabasePath(*options, family);
   if (databasePath.isEmpty()) {
     PrintError(QStringLiteral("No database is recorded; give one with --database FILE."));

@@ -16,6 +16,7 @@
 #include "app/frm_about_qor.h"
 #include "app/instance_channel.h"
 #include "app/lock_wait_setting.h"
+#include "app/odbc_mapping_setting.h"
 #include "app/mglobals.h"
 #include "app/reread_on_change.h"
 #include "app/run_progress_dialog.h"
@@ -120,6 +121,7 @@ void frmTabulon::Load() {
   gRegistry = std::make_unique<CRegistry>();
   gRegistry->SetRegMainKey(QString::fromLatin1(kFamilyMainKey));
   app::ApplyLockWaitSetting(*gRegistry);
+  app::ApplyOdbcMappingSetting(*gRegistry);
   // Only the family's other programs record this path; a choice made here
   // is asked for again at the next start.
   const QString path = !gCommandLineDatabase.isEmpty()

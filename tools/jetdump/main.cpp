@@ -11,6 +11,7 @@
 #include "query_commands.h"
 #include "schema_printer.h"
 #include "shell_command.h"
+#include "upsize_command.h"
 
 namespace {
 
@@ -35,6 +36,16 @@ const char kUsage[] =
     "                       instead of the code page the file claims\n"
     "  --map WINDIR=DIR     resolve linked files under the Windows folder WINDIR\n"
     "                       in the local folder DIR (may be repeated)\n"
+    "  --odbc-map FROM=TO   read ODBC links that name the Windows driver {FROM}\n"
+    "                       or data source FROM through the local driver {TO}\n"
+    "                       or data source TO; ;KEY=VALUE after TO (a PWD, a\n"
+    "                       SERVER) is used to connect (may be repeated)\n"
+    "  --upsize CONNECT [TABLE...]  move tables (all local data tables but the\n"
+    "                       report tables when none is named) to the PostgreSQL\n"
+    "                       database of the ODBC connect string CONNECT and\n"
+    "                       replace each by an ODBC link; the local table stays\n"
+    "                       as NAME_local\n"
+    "  --drop-local         with --upsize: remove the NAME_local tables\n"
     "  --help               show this help\n"
     "\n"
     "Canonical CSV: fields joined by ',', records ended by '\\n', a header row of\n"
@@ -43,10 +54,11 @@ const char kUsage[] =
 
 struct Options {
   std::string file;
-  enum class Mode { kList, kSchema, kCsv, kQueries, kRun, kSql, kShell } mode = Mode::kList;
+  enum class Mode { kList, kSchema, kCsv, kQueries, kRun, kSql, kShell, kUpsize } mode = Mode::kList;
   std::vector<std::string> arguments;  // --run: query then values; --sql: statements
   std::string table;
   bool system = false;
+  bool drop_local = false;
   jet::OpenOptions open;
 };
 
@@ -92,6 +104,28 @@ bool ParseArgs(int argc, char** argv, Options* o, std::string* error) {
         return false;
       }
       o->open.folder_mappings.push_back({m.substr(0, eq), m.substr(eq + 1)});
+    } else if (a == "--odbc-map") {
+      std::string m;
+      if (!value(&m)) return false;
+      std::optional<jet::OdbcMapping> mapping = jet::ParseOdbcMapping(m);
+      if (!mapping) {
+        *error = "--odbc-map takes FROM=TO, e.g. \"{SQL Server}={ODBC Driver 18 for SQL Server}\"";
+        return false;
+      }
+      o->open.odbc_mappings.push_back(*mapping);
+    } else if (a == "--drop-local") {
+      o->drop_local = true;
+    } else if (a == "--upsize") {
+      o->mode = Options::Mode::kUpsize;
+      while (i + 1 < argc && std::strncmp(argv[i + 1], "--", 2) != 0) o->arguments.push_back(argv[++i]);
+      if (o->arguments.empty()) {
+        *error = "--upsize needs a connect string";
+        return false;
+      }
+      if (positional.empty()) {
+        *error = "give FILE before --upsize";
+        return false;
+      }
     } else if (a == "--run" || a == "--sql") {
       o->mode = a == "--run" ? Options::Mode::kRun : Options::Mode::kSql;
       while (i + 1 < argc && std::strncmp(argv[i + 1], "--", 2) != 0) o->arguments.push_back(argv[++i]);
@@ -142,9 +176,10 @@ int ListTables(jet::Database& db, bool system) {
     std::string rows = "?";
     uint64_t count = 0;
     if (jet::Status s = db.CountRows(e.name, &count); s.ok()) rows = std::to_string(count);
+    else if (e.kind == jet::ObjectKind::kLinkedOdbc) std::fprintf(stderr, "jetdump: %s\n", s.message().c_str());
     out += e.name + "\t" + KindName(e.kind) + (e.system ? " (system)" : "") + "\t" + rows;
     if (e.kind != jet::ObjectKind::kTable) {
-      out += "\t" + e.database + "\t" + e.foreign_name + "\t" + e.connect;
+      out += "\t" + e.database + "\t" + e.foreign_name + "\t" + jet::WithPasswordsHidden(e.connect);
       if (!e.source_file.empty()) out += "\t" + e.source_file;
     }
     out += "\n";
@@ -188,6 +223,11 @@ int main(int argc, char** argv) {
   }
   if (o.mode == Options::Mode::kSql) return jetdump::RunStatements(o.file, o.open, o.arguments);
   if (o.mode == Options::Mode::kShell) return jetdump::RunShell(o.file, o.open);
+  if (o.mode == Options::Mode::kUpsize) {
+    std::vector<std::string> tables(o.arguments.begin() + 1, o.arguments.end());
+    return jetdump::Upsize(o.file, o.arguments[0], tables, o.drop_local, o.open.odbc_mappings);
+  }
+  o.open.server_tables = jet::MakeOdbcTables(o.open.odbc_mappings);
   std::unique_ptr<jet::Database> db;
   if (jet::Status s = jet::Database::Open(o.file, o.open, &db); !s.ok()) return Fail(s.ToString());
   switch (o.mode) {

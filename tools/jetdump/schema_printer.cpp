@@ -59,7 +59,10 @@ int PrintSchema(jet::Database& db, const std::string& table, bool system) {
   if (!table.empty()) return PrintTable(db, table);
   int rc = 0;
   for (const auto& e : db.catalog()) {
-    if (e.kind != jet::ObjectKind::kTable && e.kind != jet::ObjectKind::kLinkedTable) continue;
+    if (e.kind != jet::ObjectKind::kTable && e.kind != jet::ObjectKind::kLinkedTable &&
+        e.kind != jet::ObjectKind::kLinkedOdbc) {
+      continue;
+    }
     if (e.system && !system) continue;
     rc |= PrintTable(db, e.name);
   }

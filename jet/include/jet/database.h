@@ -12,6 +12,7 @@
 #include "jet/file_system.h"
 #include "jet/path_mapping.h"
 #include "jet/schema.h"
+#include "jet/server_tables.h"
 #include "jet/status.h"
 #include "jet/table_cursor.h"
 #include "jet/table_reader.h"
@@ -32,6 +33,11 @@ struct OpenOptions {
   // How long a change waits for another program's change to finish, and a
   // read for another program's commit, before giving up with Busy (3260).
   int lock_wait_ms = 5000;
+  // ODBC links: which local driver or data source stands for each Windows
+  // one, and what reads the server's tables (the query engine supplies
+  // unixODBC's when this is null; without one, ODBC links cannot be read).
+  std::vector<OdbcMapping> odbc_mappings;
+  std::shared_ptr<ServerTables> server_tables;
   // The user name written to the Access lock file.
   std::string user_name = "Admin";
   // Where the writer's files live; the operating system's when null.
@@ -115,6 +121,9 @@ class Database {
   // A reader of the table that decodes only the `wanted` columns (all when
   // empty); valid until the next commit.
   Status OpenReader(const std::string& name, const ColumnSet& wanted, std::unique_ptr<TableReader>* reader);
+
+  // For an ODBC link: the rows the server returns for `query`.
+  Status OpenServerRows(const std::string& name, const ServerQuery& query, std::unique_ptr<TableCursor>* cursor);
 
   // The live row count, counted from the rows (not the stale stored count).
   Status CountRows(const std::string& name, uint64_t* count);

@@ -11,10 +11,12 @@ namespace {
 QString Q(const std::string& s) { return QString::fromStdString(s); }
 
 int gLockWaitMs = jet::OpenOptions{}.lock_wait_ms;
+std::vector<jet::OdbcMapping> gOdbcMappings;
 
 jet::OpenOptions OpenOptionsForThisProgram() {
   jet::OpenOptions options;
   options.lock_wait_ms = gLockWaitMs;
+  options.odbc_mappings = gOdbcMappings;
   return options;
 }
 
@@ -328,5 +330,7 @@ Workspace& DBEngine::Workspaces(int index) {
 void DBEngine::SetLockWait(int milliseconds) { gLockWaitMs = milliseconds; }
 
 int DBEngine::LockWait() { return gLockWaitMs; }
+
+void DBEngine::SetOdbcMappings(std::vector<jet::OdbcMapping> mappings) { gOdbcMappings = std::move(mappings); }
 
 }  // namespace dao

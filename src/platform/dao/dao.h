@@ -10,6 +10,7 @@
 #include <QVector>
 #include <memory>
 
+#include "jet/path_mapping.h"
 #include "jet/query.h"
 #include "platform/dao/recordset.h"
 
@@ -179,6 +180,8 @@ class DBEngine {
   // 3260, in milliseconds. Taken by every database opened after it is set.
   static void SetLockWait(int milliseconds);
   static int LockWait();
+  // Local drivers for the Windows ones ODBC links name.
+  static void SetOdbcMappings(std::vector<jet::OdbcMapping> mappings);
 };
 
 // The QVariant a DAO field value maps to, and back for parameters. A date

@@ -1,0 +1,36 @@
+// A cursor over the rows a server statement returns, read as the link's
+// columns: the wanted ones in the order they were selected, Null elsewhere.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "jet/table_cursor.h"
+#include "odbc/odbc_handles.h"
+
+namespace jet::odbc {
+
+class ServerCursor : public TableCursor {
+ public:
+  // `selected` lists, in select-list order, the positions in `def` of the
+  // statement's result columns.
+  ServerCursor(std::shared_ptr<const TableDef> def, std::shared_ptr<Connection> connection,
+               std::unique_ptr<Statement> statement, std::vector<size_t> selected, std::string table);
+
+  bool Next() override;
+  const Row& row() const override { return row_; }
+  RowId row_id() const override { return {static_cast<uint32_t>(count_ >> 16), static_cast<uint16_t>(count_)}; }
+  Status status() const override { return status_; }
+
+ private:
+  std::shared_ptr<Connection> connection_;  // kept while its statement lives
+  std::unique_ptr<Statement> statement_;
+  std::vector<size_t> selected_;
+  std::string table_;
+  Row row_;
+  uint64_t count_ = 0;
+  bool done_ = false;
+  Status status_;
+};
+
+}  // namespace jet::odbc

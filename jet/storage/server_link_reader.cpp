@@ -1,0 +1,57 @@
+#include "storage/server_link_reader.h"
+
+#include <cctype>
+
+namespace jet {
+namespace {
+
+std::string Folded(const std::string& name) {
+  std::string out = name;
+  for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return out;
+}
+
+uint64_t Index(RowId id) { return (static_cast<uint64_t>(id.page) << 16) | id.row; }
+RowId Place(uint64_t index) { return {static_cast<uint32_t>(index >> 16), static_cast<uint16_t>(index)}; }
+
+}  // namespace
+
+Status ServerLinkReader::Scan(std::unique_ptr<TableCursor>* cursor) {
+  return tables_.OpenRows(link_, ServerQuery{wanted_, {}}, cursor);
+}
+
+Status ServerLinkReader::Find(const IndexRange&, std::vector<RowId>*) {
+  return Status::Unsupported("a linked server table has no index pages to search");
+}
+
+Status ServerLinkReader::Read(RowId, Row*) {
+  return Status::Unsupported("a linked server table's rows have no places to read them by");
+}
+
+Status ServerSnapshots::List(ServerTables& tables, const CatalogEntry& link, std::vector<RowId>* ids) {
+  std::unique_ptr<TableCursor> cursor;
+  JET_RETURN_IF_ERROR(tables.OpenRows(link, {}, &cursor));
+  std::vector<Row> rows;
+  while (cursor->Next()) rows.push_back(cursor->row());
+  JET_RETURN_IF_ERROR(cursor->status());
+  ids->clear();
+  ids->reserve(rows.size());
+  for (uint64_t i = 0; i < rows.size(); ++i) ids->push_back(Place(i));
+  rows_[Folded(link.name)] = std::move(rows);
+  return Status::OK();
+}
+
+Status ServerSnapshots::Read(ServerTables& tables, const CatalogEntry& link, RowId id, Row* row) {
+  auto it = rows_.find(Folded(link.name));
+  if (it == rows_.end()) {
+    std::vector<RowId> ids;
+    JET_RETURN_IF_ERROR(List(tables, link, &ids));
+    it = rows_.find(Folded(link.name));
+  }
+  const uint64_t index = Index(id);
+  if (index >= it->second.size()) return Status::NotFound("no such row in the linked table '" + link.name + "'", 3021);
+  *row = it->second[index];
+  return Status::OK();
+}
+
+}  // namespace jet

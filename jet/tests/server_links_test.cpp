@@ -1,0 +1,272 @@
+// Tables moved to a real PostgreSQL server by jetdump --upsize and read back
+// through their ODBC links: every saved query of the sample survey answers
+// as it did from the file, the server is asked only for what a statement
+// needs, and what goes wrong (a missing driver, a wrong password, a server
+// that stops, a name taken on the server, a value the server cannot hold)
+// is said plainly and changes nothing.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "jet/links.h"
+#include "jet/query.h"
+#include "jet/text_form.h"
+#include "postgres_server.h"
+#include "test_support.h"
+
+namespace jet {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::RunCommand;
+using testing_support::PostgresServer;
+
+std::string Slurp(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream out;
+  out << in.rdbuf();
+  return out.str();
+}
+
+// The sample survey, made afresh in `folder`.
+std::string SampleDatabase(const std::string& folder) {
+  const std::string path = testing::NewDatabase(folder, "survey.mdb");
+  fs::remove(path);
+  int rc = -1;
+  RunCommand(std::string(MKSAMPLE_PATH) + " " + SURVEY_SCRIPT + " " + path + " 2>&1", &rc);
+  EXPECT_EQ(rc, 0);
+  return path;
+}
+
+// A value of each parameter's type that selects some of the sample's rows.
+Value MadeUpValue(const QueryParameterInfo& p) {
+  switch (p.type) {
+    case ColumnType::kDateTime:
+      return Value(ColumnType::kDateTime, DateTime{p.name.find("End") != std::string::npos ? 44470.0 : 44317.0});
+    case ColumnType::kText:
+    case ColumnType::kMemo: return Value(ColumnType::kText, std::string("north "));
+    default: return Value(ColumnType::kLong, int64_t{p.name.find("Year") != std::string::npos ? 2021 : 3});
+  }
+}
+
+// Every saved query that returns rows, run with made-up parameters, as text.
+std::string AllAnswers(const std::string& path, const OpenOptions& options) {
+  std::shared_ptr<QueryEngine> engine;
+  Status s = QueryEngine::ForFile(path, options, &engine);
+  EXPECT_TRUE(s.ok()) << s.ToString();
+  if (!s.ok()) return "";
+  std::vector<SavedQuery> queries;
+  EXPECT_TRUE(engine->ListQueries(&queries).ok());
+  std::string out;
+  for (const SavedQuery& q : queries) {
+    if (QueryEngine::ChangesData(q.sql) || q.type == QueryType::kDataDefinition) continue;
+    std::vector<QueryParameterInfo> parameters;
+    EXPECT_TRUE(engine->QueryParameters(q.name, &parameters).ok()) << q.name;
+    std::vector<Value> values;
+    for (const auto& p : parameters) values.push_back(MadeUpValue(p));
+    QueryResult result;
+    s = engine->RunQuery(q.name, values, &result);
+    out += "== " + q.name + (s.ok() ? "" : " failed: " + s.message()) + "\n";
+    std::vector<std::string> names;
+    for (const auto& c : result.columns) names.push_back(c.name + "|" + c.caption + "|" + std::string(ColumnTypeName(c.type)));
+    AppendCsvHeader(&out, names);
+    for (const auto& row : result.rows) AppendCsvRecord(&out, row);
+  }
+  return out;
+}
+
+class ServerLinks : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    server_ = new PostgresServer();
+    ASSERT_TRUE(server_->Start()) << server_->error();
+  }
+  // Each test starts from an empty server database.
+  void SetUp() override { ServerSql("DROP SCHEMA public CASCADE; CREATE SCHEMA public;"); }
+  static void TearDownTestSuite() {
+    delete server_;
+    server_ = nullptr;
+  }
+  // The links keep no password: ours comes from the mapping, as an office's would.
+  static OpenOptions WithPassword() {
+    OpenOptions options;
+    options.odbc_mappings.push_back(*ParseOdbcMapping("{PostgreSQL Unicode}={PostgreSQL Unicode};PWD=" +
+                                                      server_->password()));
+    return options;
+  }
+  static std::string Upsize(const std::string& path, const std::string& extra, int* rc) {
+    return RunCommand(std::string(JETDUMP_PATH) + " " + path + " --upsize '" + server_->odbc_connect() + "' " + extra +
+                          " 2>&1",
+                      rc);
+  }
+  static std::string ServerSql(const std::string& sql) {
+    std::string out;
+    server_->RunSql(sql, &out);
+    return out;
+  }
+  static PostgresServer* server_;
+};
+
+PostgresServer* ServerLinks::server_ = nullptr;
+
+TEST_F(ServerLinks, UpsizedSampleAnswersEverySavedQueryAsTheFileDid) {
+  const std::string path = SampleDatabase("server_links_sample");
+  const std::string before = AllAnswers(path, {});
+  ASSERT_NE(before.find("== qryCatchByWeek\n"), std::string::npos);
+
+  int rc = -1;
+  const std::string said = Upsize(path, "", &rc);
+  ASSERT_EQ(rc, 0) << said;
+  EXPECT_NE(said.find("tblInterview\t3000 rows"), std::string::npos) << said;
+  EXPECT_EQ(ServerSql("SELECT count(*) FROM \"tblInterview\""), "3000\n");
+  EXPECT_EQ(ServerSql("SELECT to_regclass('\"tblUserQueries\"') IS NULL"), "t\n") << "the report tables stay";
+
+  // Our reader and mdbtools list the links, with the connect string and
+  // without its password; the local tables stay beside them.
+  const std::string listed = RunCommand(std::string(JETDUMP_PATH) + " " + path + " 2>&1");
+  const std::string kept = "ODBC;DRIVER={PostgreSQL Unicode};SERVER=127.0.0.1;PORT=" + std::to_string(server_->port()) +
+                           ";DATABASE=survey;UID=tabulon";
+  EXPECT_NE(listed.find("tblInterview\tlinked-odbc\t"), std::string::npos) << listed;
+  EXPECT_NE(listed.find("\ttblInterview\t" + kept + "\n"), std::string::npos) << listed;
+  EXPECT_NE(listed.find("tblInterview_local\ttable\t3000"), std::string::npos) << listed;
+  EXPECT_EQ(listed.find(server_->password()), std::string::npos);
+  // mdbtools files an ODBC link (catalogue type 4) under "any", not "table".
+  const std::string mdb_tables = RunCommand("mdb-tables -1 -t any " + path);
+  EXPECT_NE(mdb_tables.find("\ntblInterview\n"), std::string::npos);
+  EXPECT_NE(mdb_tables.find("\ntblInterview_local\n"), std::string::npos);
+  const std::string objects = RunCommand("mdb-export " + path + " MSysObjects");
+  EXPECT_NE(objects.find("\"" + kept + "\""), std::string::npos);
+  EXPECT_NE(objects.find("\"tblInterview\""), std::string::npos);
+
+  EXPECT_EQ(AllAnswers(path, WithPassword()), before);
+  // The driver's own means of finding a password serve too.
+  setenv("PGPASSWORD", server_->password().c_str(), 1);
+  EXPECT_EQ(AllAnswers(path, {}), before);
+  unsetenv("PGPASSWORD");
+}
+
+TEST_F(ServerLinks, AsksTheServerOnlyForTheColumnsAndRowsAStatementNeeds) {
+  const std::string path = SampleDatabase("server_links_pushdown");
+  int rc = -1;
+  ASSERT_EQ((Upsize(path, "tblInterview", &rc), rc), 0);
+  ServerSql("ALTER SYSTEM SET log_statement = 'all'; SELECT pg_reload_conf();");
+  std::shared_ptr<QueryEngine> engine;
+  ASSERT_TRUE(QueryEngine::ForFile(path, WithPassword(), &engine).ok());
+  engine->set_copy_row_limit(100);  // the 3,000 rows are then read from the server, not copied
+  const size_t log_start = Slurp(server_->folder() + "/server.log").size();
+  QueryResult result;
+  Status s = engine->RunSql(
+      "SELECT Catch FROM tblInterview WHERE InterviewDate >= #2021-06-01# AND InterviewDate < #2021-06-08# "
+      "AND ManagementUnitID = 2 AND [Soak Time (hrs)] > 1.5",
+      {}, &result);
+  ASSERT_TRUE(s.ok()) << s.ToString();
+  const std::string asked = Slurp(server_->folder() + "/server.log").substr(log_start);
+  // The used columns only, and each number and date condition as a WHERE;
+  // the dates a second wider, since the server keeps fractions Jet rounds.
+  EXPECT_NE(asked.find("SELECT \"InterviewDate\", \"ManagementUnitID\", \"Soak Time (hrs)\", \"Catch\" FROM "
+                       "\"tblInterview\" WHERE"),
+            std::string::npos)
+      << asked;
+  EXPECT_NE(asked.find("\"ManagementUnitID\" = '2'"), std::string::npos) << asked;
+  EXPECT_NE(asked.find("\"InterviewDate\" >= '2021-05-31 23:59:59"), std::string::npos) << asked;
+  EXPECT_EQ(asked.find("\"Year\""), std::string::npos) << asked;
+
+  QueryResult from_file;
+  ASSERT_TRUE(engine->RunSql("SELECT Catch FROM tblInterview_local WHERE InterviewDate >= #2021-06-01# AND "
+                             "InterviewDate < #2021-06-08# AND ManagementUnitID = 2 AND [Soak Time (hrs)] > 1.5",
+                             {}, &from_file)
+                  .ok());
+  EXPECT_EQ(result.rows, from_file.rows);
+  EXPECT_FALSE(result.rows.empty());
+  ServerSql("ALTER SYSTEM RESET log_statement; SELECT pg_reload_conf();");
+}
+
+TEST_F(ServerLinks, ABrokenLinkIsNamedWithItsPasswordHiddenAndTheRestStillReads) {
+  const std::string path = SampleDatabase("server_links_broken");
+  int rc = -1;
+  ASSERT_EQ((Upsize(path, "tblAccessSite tblGearType", &rc), rc), 0);
+  std::string connect = server_->odbc_connect();
+  connect.replace(connect.find("{PostgreSQL Unicode}"), 20, "{Survey SQL Driver}");
+  OdbcLink no_driver{"tblNoDriver", connect, "tblGearType", "", {{"GearTypeID", ColumnType::kLong}}, {}};
+  Status linked = ReplaceTablesByOdbcLinks(path, {no_driver}, {});
+  ASSERT_TRUE(linked.ok()) << linked.ToString();
+
+  auto refusal = [&](const OpenOptions& options, const std::string& sql) {
+    std::shared_ptr<QueryEngine> engine;
+    EXPECT_TRUE(QueryEngine::ForFile(path, options, &engine).ok());
+    QueryResult result;
+    Status s = engine->RunSql(sql, {}, &result);
+    EXPECT_FALSE(s.ok()) << sql;
+    EXPECT_EQ(s.message().find(server_->password()), std::string::npos) << s.message();
+    QueryResult local;
+    EXPECT_TRUE(engine->RunSql("SELECT Count(*) FROM tblInterview", {}, &local).ok()) << "the file still reads";
+    return s.message();
+  };
+  std::string said = refusal(WithPassword(), "SELECT * FROM tblNoDriver");
+  EXPECT_NE(said.find("'tblNoDriver'"), std::string::npos) << said;
+  EXPECT_NE(said.find("DRIVER={Survey SQL Driver}"), std::string::npos) << said;
+  EXPECT_NE(said.find("PWD=***"), std::string::npos) << said;
+
+  OpenOptions wrong;
+  wrong.odbc_mappings.push_back(*ParseOdbcMapping("{PostgreSQL Unicode}={PostgreSQL Unicode};PWD=not-it"));
+  said = refusal(wrong, "SELECT * FROM tblAccessSite");
+  EXPECT_NE(said.find("'tblAccessSite'"), std::string::npos) << said;
+  EXPECT_NE(said.find("password authentication failed"), std::string::npos) << said;
+
+  // A server that goes away mid-session: the next statement says so, and
+  // once it is back the link reads again on a new connection.
+  std::shared_ptr<QueryEngine> engine;
+  ASSERT_TRUE(QueryEngine::ForFile(path, WithPassword(), &engine).ok());
+  QueryResult result;
+  ASSERT_TRUE(engine->RunSql("SELECT * FROM tblAccessSite", {}, &result).ok());
+  ASSERT_TRUE(server_->Stop());
+  Status s = engine->RunSql("SELECT * FROM tblAccessSite", {}, &result);
+  EXPECT_FALSE(s.ok());
+  EXPECT_NE(s.message().find("'tblAccessSite'"), std::string::npos) << s.message();
+  ASSERT_TRUE(server_->Restart()) << server_->error();
+  s = engine->RunSql("SELECT * FROM tblAccessSite", {}, &result);
+  EXPECT_TRUE(s.ok()) << s.ToString();
+  EXPECT_EQ(result.rows.size(), 12u);
+}
+
+TEST_F(ServerLinks, UpsizeRefusalsLeaveTheFileAndTheServerAsTheyWere) {
+  const std::string path = SampleDatabase("server_links_refusals");
+  const std::string file_before = Slurp(path);
+  const std::string tables_before = ServerSql("SELECT string_agg(tablename, ',' ORDER BY tablename) FROM pg_tables "
+                                              "WHERE schemaname = 'public'");
+  int rc = -1;
+  // A name already taken on the server.
+  ServerSql("CREATE TABLE \"tblUser\" (id integer)");
+  std::string said = Upsize(path, "tblTimeBlock tblUser", &rc);
+  EXPECT_NE(rc, 0);
+  EXPECT_NE(said.find("A table named 'tblUser' already exists on the server"), std::string::npos) << said;
+  EXPECT_EQ(Slurp(path), file_before);
+  ServerSql("DROP TABLE \"tblUser\"");
+  EXPECT_EQ(ServerSql("SELECT string_agg(tablename, ',' ORDER BY tablename) FROM pg_tables WHERE schemaname = "
+                      "'public'"),
+            tables_before);
+
+  // A value the server cannot hold: the tables copied before it go too.
+  std::shared_ptr<QueryEngine> engine;
+  OpenOptions writable;
+  writable.writable = true;
+  ASSERT_TRUE(QueryEngine::ForFile(path, writable, &engine).ok());
+  int64_t changed = 0;
+  ASSERT_TRUE(engine->Execute("UPDATE tblUser SET UserName = 'nul' & Chr(0) & 'here' WHERE UserID = 2", {}, &changed).ok());
+  ASSERT_EQ(changed, 1);
+  engine.reset();
+  const std::string file_with_nul = Slurp(path);
+  said = Upsize(path, "tblTimeBlock tblUser", &rc);
+  EXPECT_NE(rc, 0);
+  EXPECT_NE(said.find("the field 'UserName' of the table 'tblUser'"), std::string::npos) << said;
+  EXPECT_EQ(Slurp(path), file_with_nul);
+  EXPECT_EQ(ServerSql("SELECT string_agg(tablename, ',' ORDER BY tablename) FROM pg_tables WHERE schemaname = "
+                      "'public'"),
+            tables_before);
+}
+
+}  // namespace
+}  // namespace jet
