@@ -1,6 +1,7 @@
 // ApplyAutoFilter through the exporter, read back from the saved file's own
 // records: what Excel finds when it opens the workbook.
 #include "biff_records.h"
+#include "biff_sheet_view.h"
 #include "export/excel_slots.h"
 #include "exporter_fixture.h"
 #include "platform/dao/recordset.h"
@@ -45,15 +46,6 @@ Condition ConditionOf(const biff::Record& record) {
   if (c.type == kStringValue) c.text = biff::StringNoCount(record.data, 24, static_cast<uint8_t>(record.data.at(10)));
   if (c.type == kNumberValue) c.number = record.F64(6);
   return c;
-}
-
-// Rows (1-based) the sheet's ROW records mark hidden.
-QList<int> HiddenRows(const biff::Substream& sheet) {
-  constexpr uint32_t kRowHidden = 0x20;
-  QList<int> hidden;
-  for (const auto& row : sheet.All(biff::kRow))
-    if (row.U32(12) & kRowHidden) hidden << row.U16(0) + 1;
-  return hidden;
 }
 
 // The block the workbook names as the sheet's filtered database (the
@@ -106,7 +98,7 @@ TEST_F(AutoFilterTest, ATextCriterionIsSavedWithItsColumnAndHidesTheOtherRows) {
   EXPECT_EQ(condition.text, "Snapper");
 
   EXPECT_EQ(FilterDatabaseOf(book), "2:3,2:7,4") << "the filtered block is Sheet2!B3:D7";
-  EXPECT_EQ(HiddenRows(sheet), QList<int>({5, 7})) << "Bream and Whiting are filtered out";
+  EXPECT_EQ(biff::HiddenRows(sheet), QList<int>({5, 7})) << "Bream and Whiting are filtered out";
   EXPECT_FALSE(book.Sheet(QStringLiteral("Sheet1")).First(biff::kAutoFilterInfo)) << "other sheets keep no filter";
 }
 
@@ -123,7 +115,7 @@ TEST_F(AutoFilterTest, AComparisonIsSavedWithItsOperatorAndOperand) {
   ASSERT_TRUE(condition.type == kNumberValue || condition.type == kStringValue);
   if (condition.type == kNumberValue) EXPECT_DOUBLE_EQ(condition.number, 25);
   else EXPECT_EQ(condition.text, "25");
-  EXPECT_EQ(HiddenRows(sheet), QList<int>({4, 5}));
+  EXPECT_EQ(biff::HiddenRows(sheet), QList<int>({4, 5}));
 }
 
 TEST_F(AutoFilterTest, AMissingSheetOrAFieldOutsideTheBlockIsAnError) {

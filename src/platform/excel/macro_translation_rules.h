@@ -14,6 +14,10 @@ QString DebugPrintWorksOutItsItems(const QString& source);
 QString Value2AsValue(const QString& source);
 QString LastCellFromUsedRange(const QString& source);
 QString SortObjectToRangeSort(const QString& source);
+QString RangeCornersAsRanges(const QString& source);
+QString ContinuousBordersDrawn(const QString& source);
+// The recorder's page settings the office lacks, where they are Excel's defaults.
+QString DropPageSetupDefaults(const QString& source);
 
 // A font's properties, in the recorder's With ... .Font block or one by one.
 QString FontTextColorAsBlack(const QString& source);

@@ -6,10 +6,13 @@ namespace excel {
 const std::vector<MacroSourceRule>& MacroTranslations() {
   static const std::vector<MacroSourceRule> rules = {
       {"Application.PrintCommunication does nothing", DropPrintCommunication},
+      {"page settings the office lacks, at Excel's defaults, do nothing", DropPageSetupDefaults},
       {"Debug.Print prints nowhere but works out its items", DebugPrintWorksOutItsItems},
       {"Range.Value2 is Range.Value where that comes out the same", Value2AsValue},
       {"SpecialCells(xlCellTypeLastCell) is the used range's last cell", LastCellFromUsedRange},
       {"the Worksheet.Sort block is one Range.Sort", SortObjectToRangeSort},
+      {"Range(\"C5\", Cells(n, 3)) takes both corners on the active sheet", RangeCornersAsRanges},
+      {"a continuous border without a line is drawn thin", ContinuousBordersDrawn},
       {"Font.ThemeColor = xlThemeColorLight1 is black", FontTextColorAsBlack},
       {"Font.TintAndShade = 0 does nothing", DropFontTintAndShadeZero},
       {"Font.ThemeFont of the font's own name does nothing", DropFontThemeFontOfItsName},

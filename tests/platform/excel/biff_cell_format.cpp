@@ -11,6 +11,7 @@ namespace {
 constexpr uint16_t kXf = 0x00E0;
 constexpr uint16_t kFont = 0x0031;
 constexpr uint16_t kPalette = 0x0092;
+constexpr uint16_t kFormat = 0x041E;
 constexpr uint16_t kMulRk = 0x00BD;
 constexpr uint16_t kMulBlank = 0x00BE;
 // Records of one cell: row, column, then the cell's XF index.
@@ -45,6 +46,15 @@ QColor PaletteColour(const Workbook& book, int icv) {
   return QColor(uint8_t(palette->data.at(at)), uint8_t(palette->data.at(at + 1)), uint8_t(palette->data.at(at + 2)));
 }
 
+// The format's code: a FORMAT record's, or one of the built-in codes a
+// writer may leave without a record.
+QString NumberFormat(const Workbook& book, int index) {
+  for (const Record& format : book.globals.All(kFormat))
+    if (format.U16(0) == index) return StringNoCount(format.data, 4, format.U16(2));
+  static const char* kBuiltIn[] = {"General", "0", "0.00", "#,##0", "#,##0.00"};
+  return index < 5 ? QString::fromLatin1(kBuiltIn[index]) : QStringLiteral("#%1").arg(index);
+}
+
 }  // namespace
 
 CellFormat FormatOf(const Workbook& book, const Substream& sheet, int row, int column) {
@@ -56,6 +66,12 @@ CellFormat FormatOf(const Workbook& book, const Substream& sheet, int row, int c
   const Record font = book.globals.All(kFont).at(font_index >= 4 ? font_index - 1 : font_index);
   CellFormat format;
   format.bold = font.U16(6) >= kBoldWeight;
+  // From 64 on the colour is the system's window text: black.
+  format.font_colour = font.U16(4) >= 64 ? QColor(Qt::black) : PaletteColour(book, font.U16(4));
+  format.top_border = (xf.U32(10) >> 8) & 0x0F;
+  format.bottom_border = (xf.U32(10) >> 12) & 0x0F;
+  format.horizontal_align = static_cast<uint8_t>(xf.data.at(6)) & 0x07;
+  format.number_format = NumberFormat(book, xf.U16(2));
   if (((xf.U32(14) >> 26) & 0x3F) == kSolidFill) format.fill = PaletteColour(book, xf.U16(18) & 0x7F);
   return format;
 }

@@ -15,10 +15,11 @@ QString MacroRunError(excel::Application& app, const QString& macro) {
   return QString();
 }
 
-void MakeMacroTemplate(excel::Application& app, const QString& path, const MacroModules& modules) {
+void MakeMacroTemplate(excel::Application& app, const QString& path, const MacroModules& modules,
+                       const QStringList& sheets) {
   auto book = app.Workbooks().Add();
-  book.Worksheets().Item(1).SetName(QStringLiteral("Data"));
-  book.Worksheets().Item(2).SetName(QStringLiteral("Summary"));
+  while (book.Worksheets().Count() < sheets.size()) book.Worksheets().Add();
+  for (int i = 0; i < sheets.size(); ++i) book.Worksheets().Item(i + 1).SetName(sheets[i]);
   for (const auto& [name, source] : modules) book.AddCodeModule(name, source);
   book.SaveAs(path);
   book.Close();

@@ -5,6 +5,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <utility>
 
 namespace excel {
@@ -17,7 +18,9 @@ using MacroModules = QList<std::pair<QString, QString>>;  // module name, source
 // when the macro ran.
 QString MacroRunError(excel::Application& app, const QString& macro);
 
-void MakeMacroTemplate(excel::Application& app, const QString& path, const MacroModules& modules);
+// `sheets` names the workbook's sheets in order.
+void MakeMacroTemplate(excel::Application& app, const QString& path, const MacroModules& modules,
+                       const QStringList& sheets = {QStringLiteral("Data"), QStringLiteral("Summary")});
 
 // A module whose macro Fails stops at its third line, on a member the
 // office does not have.

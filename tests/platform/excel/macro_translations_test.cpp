@@ -107,6 +107,78 @@ TEST(MacroTranslations, LastCellIsTheBottomRightCellOfTheSheetsUsedRange) {
   EXPECT_EQ(out[3], "k = Range(\"A4:E24\").SpecialCells(xlCellTypeConstants).Count") << "the office has the others";
 }
 
+// Excel's defaults leave the page as the office has it; any other value,
+// or the same name outside a page setup, stays for the macro check.
+TEST(MacroTranslations, RecorderPageSettingsTheOfficeLacksGoWhereTheyAreExcelsDefaults) {
+  const QStringList out = Split(excel::DropPageSetupDefaults(Lines({
+      "With ActiveSheet.PageSetup",
+      "    .PrintComments = xlPrintNoComments",
+      "    .PrintQuality = 600",
+      "    .Draft = False",
+      "    .BlackAndWhite = True",
+      "    .ScaleWithDocHeaderFooter = True",
+      "    .EvenPage.LeftHeader.Text = \"\"",
+      "    .FirstPage.CenterFooter.Text = \"&P\"",
+      "    With .Parent",
+      "        .Draft = False",
+      "    End With",
+      "    .OddAndEvenPagesHeaderFooter = False",
+      "End With",
+      "Sheets(1).PageSetup.PrintErrors = xlPrintErrorsDisplayed",
+      "If x Then ActiveSheet.PageSetup.Draft = False",
+      ".Draft = False",
+  })));
+  EXPECT_EQ(out[1], "    ");
+  EXPECT_EQ(out[2], "    ");
+  EXPECT_EQ(out[3], "    ");
+  EXPECT_EQ(out[4], "    .BlackAndWhite = True") << "printing in black and white changes the page";
+  EXPECT_EQ(out[5], "    ");
+  EXPECT_EQ(out[6], "    ");
+  EXPECT_EQ(out[7], "    .FirstPage.CenterFooter.Text = \"&P\"");
+  EXPECT_EQ(out[9], "        .Draft = False") << "a block inside the page setup's is another object's";
+  EXPECT_EQ(out[11], "    ") << "the outer block goes on after the inner one";
+  EXPECT_EQ(out[13], "");
+  EXPECT_EQ(out[14], "If x Then ActiveSheet.PageSetup.Draft = False");
+  EXPECT_EQ(out[15], ".Draft = False") << "outside any page setup";
+}
+
+// Unqualified, both corners are the active sheet's, as Excel takes them.
+TEST(MacroTranslations, ARangeFromAnAddressToARangeHasTwoRangeCorners) {
+  const QStringList out = Split(excel::RangeCornersAsRanges(Lines({
+      "Range(\"C5\", Cells(Rows.Count, 3).End(xlUp)).NumberFormat = \"0.0\"",
+      "Set r = Range( \"A1\" , Range(\"B2\", last)): x = \"Range(\"\"A1\"\", y)\"",
+      "Range(\"A1\", \"B2\").Select",
+      "Sheets(1).Range(\"A1\", Cells(2, 2)).Select",
+      "Range(Cells(1, 1), Cells(2, 2)).Select",
+  })));
+  EXPECT_EQ(out[0], "Range(Range(\"C5\"), Cells(Rows.Count, 3).End(xlUp)).NumberFormat = \"0.0\"");
+  EXPECT_EQ(out[1], "Set r = Range( Range(\"A1\") , Range(Range(\"B2\"), last)): x = \"Range(\"\"A1\"\", y)\"")
+      << "nested calls, and never inside a literal";
+  EXPECT_EQ(out[2], "Range(\"A1\", \"B2\").Select") << "two addresses the office takes on one sheet";
+  EXPECT_EQ(out[3], "Sheets(1).Range(\"A1\", Cells(2, 2)).Select") << "a sheet's own Range";
+  EXPECT_EQ(out[4], "Range(Cells(1, 1), Cells(2, 2)).Select");
+}
+
+TEST(MacroTranslations, AContinuousEdgeWithoutALineIsDrawnThin) {
+  const QStringList out = Split(excel::ContinuousBordersDrawn(Lines({
+      "Selection.Borders(xlEdgeBottom).LineStyle = xlContinuous",
+      "With Range(\"A4:E4\").Borders(xlEdgeTop)",
+      "    .LineStyle = 1",
+      "    .Weight = xlThick",
+      "End With",
+      "Range(\"A1:B2\").Borders.LineStyle = xlContinuous",
+      "If x Then Cells(1, 1).Borders(xlEdgeLeft).LineStyle = xlContinuous",
+      "Cells(1, 1).Borders(xlEdgeLeft).LineStyle = xlDash",
+  })));
+  EXPECT_EQ(out[0], "Selection.Borders(xlEdgeBottom).LineStyle = xlContinuous: If Selection.Borders(xlEdgeBottom).Weight "
+                    "= xlThin Then Selection.Borders(xlEdgeBottom).Weight = xlThin");
+  EXPECT_EQ(out[2], "    .LineStyle = 1: If .Weight = xlThin Then .Weight = xlThin");
+  EXPECT_EQ(out[3], "    .Weight = xlThick") << "a weight set afterwards still wins";
+  EXPECT_EQ(out[5], "Range(\"A1:B2\").Borders.LineStyle = xlContinuous") << "the collection reads no weight when its edges differ";
+  EXPECT_EQ(out[6], "If x Then Cells(1, 1).Borders(xlEdgeLeft).LineStyle = xlContinuous");
+  EXPECT_EQ(out[7], "Cells(1, 1).Borders(xlEdgeLeft).LineStyle = xlDash");
+}
+
 TEST(MacroTranslations, RecorderSortBlockIsOneRangeSortOnItsApplyLine) {
   const QStringList recorded = {
       "    ActiveWorkbook.Worksheets(\"Data\").Sort.SortFields.Clear",
