@@ -8,8 +8,11 @@
 // chart comes out as horizontal bars with its data copied in, Charts.Add
 // and Shapes.AddChart do not exist), conditional formats (no
 // FormatConditions), footer codes (&P is kept as text), PrintTitleRows
-// (ignored), Err.Number for a missing sheet (1, not 9), and a VLookup miss
-// (no error raised). The macro check names each of the missing calls.
+// (ignored), a copied sheet's name and activation (the copy of "Data" is
+// "Data_2", not "Data (2)", and the original stays the active sheet), a
+// border of Weight xlMedium (saved as thick), Borders.LineStyle =
+// xlContinuous on all edges at once (no line drawn), Err.Number for a
+// missing sheet (1, not 9), and a VLookup miss (no error raised).
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -301,10 +304,10 @@ QString Described(const XlsBook& cells, const biff::Workbook& records, const QSt
   for (auto it = cells.Sheet(name).cells.cbegin(); it != cells.Sheet(name).cells.cend(); ++it) {
     const auto [row, column] = it.key();
     const biff::CellFormat f = biff::FormatOf(records, sheet, row, column);
-    lines << QStringLiteral("%1,%2 %3 %4 bold=%5 fill=%6 font=%7 border=%8 align=%9 format=%10")
+    lines << QStringLiteral("%1,%2 %3 %4 bold=%5 fill=%6 font=%7 borders=%8/%9 align=%10 format=%11")
                  .arg(row).arg(column).arg(int(it->kind)).arg(it->value.toString()).arg(f.bold)
-                 .arg(f.fill ? f.fill->name() : QString(), f.font_colour.name()).arg(f.bottom_border)
-                 .arg(f.horizontal_align).arg(f.number_format);
+                 .arg(f.fill ? f.fill->name() : QString(), f.font_colour.name()).arg(f.top_border)
+                 .arg(f.bottom_border).arg(f.horizontal_align).arg(f.number_format);
   }
   for (int column = 1; column <= 8; ++column) lines << QStringLiteral("width %1").arg(biff::ColumnWidth(sheet, column));
   const biff::PageSetup page = biff::PageSetupOf(sheet);
