@@ -83,6 +83,9 @@ Status Connection::Open(const std::string& connect, std::unique_ptr<Connection>*
   SQLSMALLINT length = 0;
   if (Succeeded(SQLGetInfoW(c->dbc_, SQL_IDENTIFIER_QUOTE_CHAR, quote, sizeof quote, &length)) && quote[0] < 0x80)
     c->quote_ = static_cast<char>(quote[0]);
+  SQLWCHAR name[128] = {};
+  if (Succeeded(SQLGetInfoW(c->dbc_, SQL_DBMS_NAME, name, sizeof name, &length)))
+    c->server_name_ = ToUtf8(name, std::min<size_t>(static_cast<size_t>(length) / sizeof(SQLWCHAR), 127));
   *out = std::move(c);
   return Status::OK();
 }

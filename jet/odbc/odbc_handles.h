@@ -34,6 +34,8 @@ class Connection {
   SQLHDBC handle() const { return dbc_; }
   // The quote the server puts around names ('"' for most, ' ' for none).
   char identifier_quote() const { return quote_; }
+  // The server's product name as the driver gives it ("PostgreSQL", ...).
+  const std::string& server_name() const { return server_name_; }
   // A table's name, each of its dot-separated parts (schema, table) quoted.
   std::string QuoteName(const std::string& name) const;
   // One name as it is: a column's.
@@ -47,6 +49,7 @@ class Connection {
   Connection() = default;
   SQLHDBC dbc_ = SQL_NULL_HDBC;
   char quote_ = '"';
+  std::string server_name_;
 };
 
 class Statement {

@@ -9,6 +9,7 @@
 #include <mutex>
 
 #include "jet/server_tables.h"
+#include "odbc/change_statements.h"
 #include "odbc/connect_string.h"
 #include "odbc/odbc_handles.h"
 #include "odbc/server_cursor.h"
@@ -87,6 +88,38 @@ class OdbcTables : public ServerTables {
     connections_.clear();
   }
 
+  Status Change(const CatalogEntry& link, const ServerChange& change, Row* stored) override {
+    std::shared_ptr<const TableDef> def;
+    JET_RETURN_IF_ERROR(GetTableDef(link, &def));
+    if (change.kind == ServerChange::Kind::kUpdate && change.columns.empty()) return Status::OK();
+    std::lock_guard lock(mutex_);
+    std::shared_ptr<Connection> connection;
+    JET_RETURN_IF_ERROR(Connect(link, &connection));
+    JET_RETURN_IF_ERROR(Named(link, InTransaction(connection)));
+    const bool returning = connection->server_name() == "PostgreSQL";
+    std::string sql;
+    std::vector<Value> parameters;
+    Status s = odbc::ChangeStatement(*connection, link, *def, change, returning, &sql, &parameters);
+    if (!s.ok()) return Status(s.code() == Status::Code::kReadOnly
+                                   ? Status::ReadOnly("The linked table '" + link.name + "' cannot be changed: " + s.message(), 3027)
+                                   : s);
+    std::unique_ptr<Statement> statement;
+    JET_RETURN_IF_ERROR(Statement::Make(*connection, &statement));
+    if (Status sent = statement->Execute(sql, parameters); !sent.ok()) return Changed(link, sent);
+    if (change.kind != ServerChange::Kind::kInsert) return CheckOneRow(link, *statement);
+    if (!stored) return Status::OK();
+    *stored = change.new_row;
+    if (returning && odbc::Succeeded(SQLFetch(statement->handle()))) {
+      for (size_t i = 0; i < def->columns.size(); ++i)
+        JET_RETURN_IF_ERROR(odbc::ReadCell(statement->handle(), static_cast<SQLUSMALLINT>(i + 1), def->columns[i].type,
+                                           &(*stored)[i]));
+    }
+    return Status::OK();
+  }
+
+  Status Commit() override { return EndTransactions(true); }
+  void Rollback() override { (void)EndTransactions(false); }
+
  private:
   // The connection for a link's connect string, with the mappings applied.
   Status Connect(const CatalogEntry& link, std::shared_ptr<Connection>* out) {
@@ -106,6 +139,46 @@ class OdbcTables : public ServerTables {
     }
     *out = connections_[text] = std::move(made);
     return Status::OK();
+  }
+
+  // The first change on a connection begins its server transaction.
+  Status InTransaction(const std::shared_ptr<Connection>& connection) {
+    for (const auto& open : in_transaction_) {
+      if (open == connection) return Status::OK();
+    }
+    JET_RETURN_IF_ERROR(connection->SetAutoCommit(false));
+    in_transaction_.push_back(connection);
+    return Status::OK();
+  }
+
+  Status EndTransactions(bool commit) {
+    std::lock_guard lock(mutex_);
+    Status result;
+    for (const auto& connection : in_transaction_) {
+      Status s = connection->EndTransaction(commit);
+      if (s.ok()) s = connection->SetAutoCommit(true);
+      if (!s.ok() && result.ok()) result = Status::IOError("The server's changes could not be " +
+                                                           std::string(commit ? "committed" : "rolled back") + ": " +
+                                                           WithPasswordsHidden(s.message()));
+    }
+    in_transaction_.clear();
+    return result;
+  }
+
+  // An update or delete that found no row: another user changed or deleted it.
+  static Status CheckOneRow(const CatalogEntry& link, Statement& statement) {
+    SQLLEN rows = 0;
+    SQLRowCount(statement.handle(), &rows);
+    if (rows >= 1) return Status::OK();
+    return Status::NotFound("The row of the linked table '" + link.name +
+                                "' was changed or deleted by another user since it was read.",
+                            3167);
+  }
+
+  static Status Changed(const CatalogEntry& link, const Status& s) {
+    return Status::InvalidArgument("The server refused the change to the linked table '" + link.name + "': " +
+                                       WithPasswordsHidden(s.message()),
+                                   3146);
   }
 
   // A statement failed: the connection may be gone (the server stopped), so
@@ -208,7 +281,16 @@ class OdbcTables : public ServerTables {
         parameters->push_back(std::move(value));
       }
     }
-    return sql + where;
+    return sql + where + (query.key_order ? KeyOrder(connection, def) : "");
+  }
+
+  static std::string KeyOrder(const Connection& connection, const TableDef& def) {
+    std::string order;
+    if (const IndexDef* key = def.PrimaryKey()) {
+      for (const IndexColumn& c : key->columns)
+        order += (order.empty() ? " ORDER BY " : ", ") + connection.QuoteIdentifier(def.columns[c.column].name);
+    }
+    return order;
   }
 
   // A condition as the server is asked it. A server date keeps fractions of
@@ -247,6 +329,7 @@ class OdbcTables : public ServerTables {
   std::mutex mutex_;
   std::map<std::string, std::shared_ptr<Connection>> connections_;  // by driver connect string
   std::map<std::string, std::shared_ptr<const TableDef>> defs_;     // by connect string and foreign name
+  std::vector<std::shared_ptr<Connection>> in_transaction_;         // connections with changes not yet ended
 };
 
 }  // namespace

@@ -107,6 +107,12 @@ Status PlanDelete(Statement&& st, ActionPlan* plan) {
 
 }  // namespace
 
+Status UnknownField(const std::string& name) {
+  return Status::InvalidArgument("The statement contains the following unknown field name: '" + name +
+                                     "'.  Make sure you have typed the name correctly, and try the operation again.",
+                                 3127);
+}
+
 Status PlanAction(Statement&& statement, ActionPlan* plan) {
   plan->kind = statement.kind;
   plan->select.kind = StatementKind::kSelect;

@@ -22,6 +22,9 @@ struct ActionPlan {
   Statement select;
 };
 
+// Jet's 3127 for a column the changed table does not have.
+Status UnknownField(const std::string& name);
+
 // Takes the statement apart (it is left empty). InvalidArgument (3075) when
 // the table to change cannot be told.
 Status PlanAction(Statement&& statement, ActionPlan* plan);

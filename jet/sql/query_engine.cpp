@@ -20,6 +20,7 @@
 #include "sql/function_support.h"
 #include "sql/parser.h"
 #include "sql/query_text.h"
+#include "sql/server_row_changes.h"
 #include "sql/server_table_module.h"
 #include "sql/table_module.h"
 #include "sql/translator.h"
@@ -173,12 +174,6 @@ int FindColumn(const TableDef& def, const std::string& name) {
   for (size_t i = 0; i < def.columns.size(); ++i)
     if (Folded(def.columns[i].name) == Folded(name)) return static_cast<int>(i);
   return -1;
-}
-
-Status UnknownField(const std::string& name) {
-  return Status::InvalidArgument("The statement contains the following unknown field name: '" + name +
-                                     "'.  Make sure you have typed the name correctly, and try the operation again.",
-                                 3127);
 }
 
 }  // namespace
@@ -638,7 +633,7 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     return s;
   }
 
-  Status FindAndApply(const std::string& sql_text, const sql::ActionPlan& plan, const std::vector<Value>& given,
+  Status FindAndApply(const std::string& sql_text, sql::ActionPlan& plan, const std::vector<Value>& given,
                       int64_t* affected, std::vector<UndoStep>* undo) {
     if (!db->FindTable(plan.table)) {
       return Status::NotFound("The Microsoft Jet database engine cannot find the input table or query '" +
@@ -647,6 +642,8 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     }
     std::shared_ptr<const TableDef> def;
     JET_RETURN_IF_ERROR(db->GetTableDef(plan.table, &def));
+    const bool on_server = db->FindTable(plan.table)->kind == ObjectKind::kLinkedOdbc;
+    if (on_server) JET_RETURN_IF_ERROR(sql::SelectKeysInsteadOfPlaces(plan.table, *def, &plan));
     // Every row the statement touches is found before the first one changes,
     // so a change never feeds back into what the statement reads.
     sql::Translation tr;
@@ -654,7 +651,10 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     JET_RETURN_IF_ERROR(PrepareParsed(sql_text, plan.select, &tr, &given));
     QueryResult found;
     JET_RETURN_IF_ERROR(RunTranslated(tr, given, &found));
-    return Apply(plan, *def, found, affected, undo);
+    if (!on_server) return Apply(plan, *def, found, affected, undo);
+    Row fresh;
+    NewRow(*def, &fresh);
+    return sql::ApplyToServer(*db, plan, *def, found, fresh, affected);
   }
 
 
@@ -691,7 +691,7 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     } else {
       for (const std::string& name : plan.columns) {
         targets.push_back(FindColumn(def, name));
-        if (targets.back() < 0) return UnknownField(name);
+        if (targets.back() < 0) return sql::UnknownField(name);
       }
     }
     if (targets.size() != found.columns.size()) {
@@ -716,7 +716,7 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     std::vector<int> targets;
     for (const std::string& name : plan.columns) {
       targets.push_back(FindColumn(def, name));
-      if (targets.back() < 0) return UnknownField(name);
+      if (targets.back() < 0) return sql::UnknownField(name);
     }
     std::set<int64_t> done;  // a join may bring one row more than once
     for (const Row& values : found.rows) {

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <utility>
 
 #include "storage/access_lock_file.h"
 #include "storage/catalog_reader.h"
@@ -56,6 +57,16 @@ struct Database::Impl {
   // An ODBC link's columns as the server has them, with the captions,
   // formats and descriptions the file keeps for the link.
   Status ServerTableDef(ServerTables& server, const CatalogEntry& link, std::shared_ptr<const TableDef>* def);
+  // A change to an ODBC link: sent to the server, and committed there at
+  // once unless a transaction is open, whose commit then ends it.
+  template <typename Send>
+  Status ChangeOnServer(Send send);
+  bool server_changed = false;  // in the open transaction
+  // The link named `table` when it is an ODBC link; null otherwise.
+  const CatalogEntry* ServerLink(Database* db, const std::string& table) const {
+    const CatalogEntry* entry = db->FindTable(table);
+    return entry && ServerOf(*entry) ? entry : nullptr;
+  }
   // What reads `entry` when it is an ODBC link; null for other tables.
   ServerTables* ServerOf(const CatalogEntry& entry) const {
     return entry.kind == ObjectKind::kLinkedOdbc ? options.server_tables.get() : nullptr;
@@ -422,6 +433,21 @@ Status Database::Impl::ServerTableDef(ServerTables& server, const CatalogEntry& 
   return Status::OK();
 }
 
+template <typename Send>
+Status Database::Impl::ChangeOnServer(Send send) {
+  if (!writer) return Status::ReadOnly("the database " + path + " is open for reading only", 3027);
+  Status s = send();
+  if (in_transaction) {
+    server_changed = server_changed || s.ok();
+    return s;
+  }
+  if (!s.ok()) {
+    options.server_tables->Rollback();
+    return s;
+  }
+  return options.server_tables->Commit();
+}
+
 Database::Database(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 Database::~Database() = default;
 
@@ -689,15 +715,30 @@ Status Database::BeginTransaction() {
   return Status::OK();
 }
 
+// The server's part of a transaction is committed first: a server that
+// refuses leaves the file as it was; a file that then fails says so.
 Status Database::Commit() {
   if (!impl_->in_transaction) return Status::InvalidArgument("You tried to commit or rollback without first beginning a transaction", 3034);
   impl_->in_transaction = false;
-  return impl_->CommitNow();
+  const bool server_changed = std::exchange(impl_->server_changed, false);
+  if (server_changed) {
+    if (Status s = impl_->options.server_tables->Commit(); !s.ok()) {
+      impl_->writer->Rollback();
+      impl_->StopChanging();
+      impl_->layouts.clear();
+      return s;
+    }
+  }
+  Status s = impl_->CommitNow();
+  if (s.ok() || !server_changed) return s;
+  return Status::IOError("The changes to linked tables on the server were committed, but those to the file " +
+                         impl_->path + " were not: " + s.message());
 }
 
 Status Database::Rollback() {
   if (!impl_->in_transaction) return Status::InvalidArgument("You tried to commit or rollback without first beginning a transaction", 3034);
   impl_->in_transaction = false;
+  if (std::exchange(impl_->server_changed, false)) impl_->options.server_tables->Rollback();
   impl_->writer->Rollback();
   impl_->StopChanging();
   impl_->layouts.clear();
@@ -716,6 +757,9 @@ Status Database::Impl::ChangeTarget(Database* db, const std::string& table, cons
 // Each change takes the writers' turn first; outside a transaction it is
 // committed, or dropped, at once and the turn given back.
 Status Database::InsertRow(const std::string& table, const Row& row, RowId* id) {
+  if (const CatalogEntry* link = impl_->ServerLink(this, table)) {
+    return impl_->ChangeOnServer([&] { return impl_->server_snapshots.Insert(*impl_->ServerOf(*link), *link, row, id); });
+  }
   JET_RETURN_IF_ERROR(impl_->StartChanging());
   return impl_->Finish([&]() -> Status {
     Impl::Change c;
@@ -728,6 +772,9 @@ Status Database::InsertRow(const std::string& table, const Row& row, RowId* id) 
 }
 
 Status Database::UpdateRow(const std::string& table, RowId id, const Row& row) {
+  if (const CatalogEntry* link = impl_->ServerLink(this, table)) {
+    return impl_->ChangeOnServer([&] { return impl_->server_snapshots.Update(*impl_->ServerOf(*link), *link, id, row); });
+  }
   JET_RETURN_IF_ERROR(impl_->StartChanging());
   return impl_->Finish([&]() -> Status {
     Impl::Change c;
@@ -741,6 +788,9 @@ Status Database::UpdateRow(const std::string& table, RowId id, const Row& row) {
 }
 
 Status Database::DeleteRow(const std::string& table, RowId id) {
+  if (const CatalogEntry* link = impl_->ServerLink(this, table)) {
+    return impl_->ChangeOnServer([&] { return impl_->server_snapshots.Delete(*impl_->ServerOf(*link), *link, id); });
+  }
   JET_RETURN_IF_ERROR(impl_->StartChanging());
   return impl_->Finish([&]() -> Status {
     Impl::Change c;
@@ -750,7 +800,16 @@ Status Database::DeleteRow(const std::string& table, RowId id) {
   }());
 }
 
+Status Database::ChangeServerRow(const std::string& name, const ServerChange& change, Row* stored) {
+  const CatalogEntry* link = impl_->ServerLink(this, name);
+  if (!link) return Status::InvalidArgument("'" + name + "' is not linked to a server table");
+  return impl_->ChangeOnServer([&] { return impl_->ServerOf(*link)->Change(*link, change, stored); });
+}
+
 Status Database::ReadRow(const std::string& table, RowId id, Row* row) {
+  if (const CatalogEntry* link = impl_->ServerLink(this, table)) {
+    return impl_->server_snapshots.Read(*impl_->ServerOf(*link), *link, id, row);
+  }
   return impl_->Retrying(*this, [&]() -> Status {
     std::shared_ptr<const TableLayout> layout;
     JET_RETURN_IF_ERROR(impl_->WritableTable(this, table, &layout));

@@ -28,4 +28,11 @@ int TableDef::FindColumn(const std::string& name) const {
   return -1;
 }
 
+const IndexDef* TableDef::PrimaryKey() const {
+  for (const IndexDef& index : indexes) {
+    if (index.primary && !index.columns.empty()) return &index;
+  }
+  return nullptr;
+}
+
 }  // namespace jet

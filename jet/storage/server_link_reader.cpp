@@ -30,9 +30,11 @@ Status ServerLinkReader::Read(RowId, Row*) {
 
 Status ServerSnapshots::List(ServerTables& tables, const CatalogEntry& link, std::vector<RowId>* ids) {
   std::unique_ptr<TableCursor> cursor;
-  JET_RETURN_IF_ERROR(tables.OpenRows(link, {}, &cursor));
-  std::vector<Row> rows;
-  while (cursor->Next()) rows.push_back(cursor->row());
+  ServerQuery all;
+  all.key_order = true;
+  JET_RETURN_IF_ERROR(tables.OpenRows(link, all, &cursor));
+  std::vector<std::optional<Row>> rows;
+  while (cursor->Next()) rows.emplace_back(cursor->row());
   JET_RETURN_IF_ERROR(cursor->status());
   ids->clear();
   ids->reserve(rows.size());
@@ -41,7 +43,7 @@ Status ServerSnapshots::List(ServerTables& tables, const CatalogEntry& link, std
   return Status::OK();
 }
 
-Status ServerSnapshots::Read(ServerTables& tables, const CatalogEntry& link, RowId id, Row* row) {
+Status ServerSnapshots::Listed(ServerTables& tables, const CatalogEntry& link, RowId id, std::optional<Row>** row) {
   auto it = rows_.find(Folded(link.name));
   if (it == rows_.end()) {
     std::vector<RowId> ids;
@@ -49,8 +51,57 @@ Status ServerSnapshots::Read(ServerTables& tables, const CatalogEntry& link, Row
     it = rows_.find(Folded(link.name));
   }
   const uint64_t index = Index(id);
-  if (index >= it->second.size()) return Status::NotFound("no such row in the linked table '" + link.name + "'", 3021);
-  *row = it->second[index];
+  if (index >= it->second.size() || !it->second[index]) {
+    return Status::NotFound("no such row in the linked table '" + link.name + "'", 3167);
+  }
+  *row = &it->second[index];
+  return Status::OK();
+}
+
+Status ServerSnapshots::Read(ServerTables& tables, const CatalogEntry& link, RowId id, Row* row) {
+  std::optional<Row>* listed = nullptr;
+  JET_RETURN_IF_ERROR(Listed(tables, link, id, &listed));
+  *row = **listed;
+  return Status::OK();
+}
+
+Status ServerSnapshots::Insert(ServerTables& tables, const CatalogEntry& link, const Row& row, RowId* id) {
+  ServerChange change;
+  change.new_row = row;
+  for (size_t i = 0; i < row.size(); ++i) {
+    if (!row[i].is_null()) change.columns.push_back(i);  // Nulls take the server's defaults and numbers
+  }
+  Row stored;
+  JET_RETURN_IF_ERROR(tables.Change(link, change, &stored));
+  auto& rows = rows_[Folded(link.name)];
+  rows.emplace_back(std::move(stored));
+  if (id) *id = Place(rows.size() - 1);
+  return Status::OK();
+}
+
+Status ServerSnapshots::Update(ServerTables& tables, const CatalogEntry& link, RowId id, const Row& row) {
+  std::optional<Row>* listed = nullptr;
+  JET_RETURN_IF_ERROR(Listed(tables, link, id, &listed));
+  ServerChange change;
+  change.kind = ServerChange::Kind::kUpdate;
+  change.key_row = **listed;
+  change.new_row = row;
+  for (size_t i = 0; i < row.size() && i < change.key_row.size(); ++i) {
+    if (!(row[i] == change.key_row[i])) change.columns.push_back(i);
+  }
+  JET_RETURN_IF_ERROR(tables.Change(link, change, nullptr));
+  **listed = row;
+  return Status::OK();
+}
+
+Status ServerSnapshots::Delete(ServerTables& tables, const CatalogEntry& link, RowId id) {
+  std::optional<Row>* listed = nullptr;
+  JET_RETURN_IF_ERROR(Listed(tables, link, id, &listed));
+  ServerChange change;
+  change.kind = ServerChange::Kind::kDelete;
+  change.key_row = **listed;
+  JET_RETURN_IF_ERROR(tables.Change(link, change, nullptr));
+  listed->reset();
   return Status::OK();
 }
 

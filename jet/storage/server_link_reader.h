@@ -5,6 +5,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,16 +29,22 @@ class ServerLinkReader : public TableReader {
   ColumnSet wanted_;
 };
 
-// The rows of links listed for browsing, by link name (folded), until the
-// link is listed again.
+// The rows of links listed for browsing and editing, by link name
+// (folded), until the link is listed again: a row's place is its position
+// in the listing, and a change to it goes to the server by its key.
 class ServerSnapshots {
  public:
   Status List(ServerTables& tables, const CatalogEntry& link, std::vector<RowId>* ids);
   Status Read(ServerTables& tables, const CatalogEntry& link, RowId id, Row* row);
+  Status Insert(ServerTables& tables, const CatalogEntry& link, const Row& row, RowId* id);
+  Status Update(ServerTables& tables, const CatalogEntry& link, RowId id, const Row& row);
+  Status Delete(ServerTables& tables, const CatalogEntry& link, RowId id);
   void Clear() { rows_.clear(); }
 
  private:
-  std::map<std::string, std::vector<Row>> rows_;
+  // The listed row at `id`; NotFound (3167) for one deleted since.
+  Status Listed(ServerTables& tables, const CatalogEntry& link, RowId id, std::optional<Row>** row);
+  std::map<std::string, std::vector<std::optional<Row>>> rows_;
 };
 
 }  // namespace jet

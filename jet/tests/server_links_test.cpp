@@ -270,3 +270,87 @@ TEST_F(ServerLinks, UpsizeRefusalsLeaveTheFileAndTheServerAsTheyWere) {
 
 }  // namespace
 }  // namespace jet
+
+namespace jet {
+namespace {
+
+TEST_F(ServerLinks, ChangesGoToTheServerInTheFilesTransaction) {
+  const std::string path = SampleDatabase("server_links_changes");
+  int rc = -1;
+  ASSERT_EQ((Upsize(path, "tblUser tblExportableResults", &rc), rc), 0);
+  OpenOptions options = WithPassword();
+  options.writable = true;
+  std::shared_ptr<QueryEngine> engine;
+  ASSERT_TRUE(QueryEngine::ForFile(path, options, &engine).ok());
+  auto execute = [&](const std::string& sql) {
+    int64_t affected = -1;
+    Status s = engine->Execute(sql, {}, &affected);
+    EXPECT_TRUE(s.ok()) << sql << ": " << s.ToString();
+    return affected;
+  };
+  // Statements: rows found by the file's own rules (a join to a local
+  // table, a case-blind text match), changed on the server by their keys.
+  EXPECT_EQ(execute("UPDATE tblUser SET Initials = 'ZZ' WHERE UserName = 'ben carter'"), 1);
+  EXPECT_EQ(execute("INSERT INTO tblUser (UserID, UserName) VALUES (9, 'Nine')"), 1);
+  EXPECT_EQ(execute("DELETE FROM tblUser WHERE UserID IN (SELECT UserID FROM tblUser_local WHERE UserID = 3)"), 1);
+  EXPECT_EQ(ServerSql("SELECT string_agg(\"UserID\" || ':' || coalesce(\"Initials\", '-'), ',' ORDER BY \"UserID\") "
+                      "FROM \"tblUser\""),
+            "1:AL,2:ZZ,4:DO,5:EB,6:FM,9:-\n");
+
+  // One transaction over the file and the server: rolled back, neither
+  // changes; committed, both do.
+  const std::string server_before = ServerSql("SELECT count(*) FROM \"tblUser\"");
+  const std::string file_before = Slurp(path);
+  ASSERT_TRUE(engine->BeginTransaction().ok());
+  execute("DELETE FROM tblUser WHERE UserID = 9");
+  execute("UPDATE tblUser_local SET Initials = 'XX' WHERE UserID = 1");
+  ASSERT_TRUE(engine->Rollback().ok());
+  EXPECT_EQ(ServerSql("SELECT count(*) FROM \"tblUser\""), server_before);
+  EXPECT_EQ(Slurp(path), file_before);
+  ASSERT_TRUE(engine->BeginTransaction().ok());
+  execute("DELETE FROM tblUser WHERE UserID = 9");
+  execute("UPDATE tblUser_local SET Initials = 'XX' WHERE UserID = 1");
+  ASSERT_TRUE(engine->Commit().ok());
+  EXPECT_EQ(ServerSql("SELECT count(*) FROM \"tblUser\" WHERE \"UserID\" = 9"), "0\n");
+  QueryResult local;
+  ASSERT_TRUE(engine->RunSql("SELECT Initials FROM tblUser_local WHERE UserID = 1", {}, &local).ok());
+  EXPECT_EQ(CanonicalText(local.rows.at(0).at(0)), "XX");
+
+  // Rows by their places, as a table recordset edits them: a new report
+  // gets its number from the server's identity, which goes on after the
+  // file's highest.
+  Database& db = engine->database();
+  std::vector<RowId> ids;
+  ASSERT_TRUE(db.ListRowIds("tblExportableResults", &ids).ok());
+  ASSERT_EQ(ids.size(), 4u);
+  Row row;
+  ASSERT_TRUE(db.ReadRowAt("tblExportableResults", ids[1], &row).ok());
+  row[1] = Value(ColumnType::kText, std::string("Renamed"));
+  ASSERT_TRUE(db.UpdateRow("tblExportableResults", ids[1], row).ok());
+  Row fresh(row.size());
+  fresh[1] = Value(ColumnType::kText, std::string("New report"));
+  RowId added;
+  ASSERT_TRUE(db.InsertRow("tblExportableResults", fresh, &added).ok());
+  ASSERT_TRUE(db.ReadRow("tblExportableResults", added, &row).ok());
+  EXPECT_EQ(CanonicalText(row[0]), "5");
+  ASSERT_TRUE(db.DeleteRow("tblExportableResults", ids[0]).ok());
+  EXPECT_EQ(ServerSql("SELECT string_agg(\"OutputID\" || ':' || left(\"Abbreviation\", 7), ',' ORDER BY "
+                      "\"OutputID\") FROM \"tblExportableResults\" WHERE \"OutputID\" IN (1, 2, 5)"),
+            "2:Renamed,5:New rep\n");
+
+  // Another user deleted the row meanwhile; a server table without a key
+  // cannot be changed at all.
+  ServerSql("DELETE FROM \"tblExportableResults\" WHERE \"OutputID\" = 2");
+  Status s = db.UpdateRow("tblExportableResults", ids[1], row);
+  EXPECT_EQ(s.jet_error(), 3167) << s.ToString();
+  ServerSql("ALTER TABLE \"tblUser\" DROP CONSTRAINT \"tblUser_pkey\"");
+  engine.reset();
+  ASSERT_TRUE(QueryEngine::ForFile(path, options, &engine).ok());
+  int64_t affected = 0;
+  s = engine->Execute("UPDATE tblUser SET Initials = 'QQ'", {}, &affected);
+  EXPECT_EQ(s.jet_error(), 3027) << s.ToString();
+  EXPECT_EQ(ServerSql("SELECT count(*) FROM \"tblUser\" WHERE \"Initials\" = 'QQ'"), "0\n");
+}
+
+}  // namespace
+}  // namespace jet

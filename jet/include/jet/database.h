@@ -155,6 +155,11 @@ class Database {
   Status UpdateRow(const std::string& table, RowId id, const Row& row);
   Status DeleteRow(const std::string& table, RowId id);  // 3021 when no such row
   Status ReadRow(const std::string& table, RowId id, Row* row);
+  // On an ODBC link the calls above go to the server, by the row's key, in
+  // a server transaction that the file's commit ends first; a row's place
+  // is its position in the link's last ListRowIds. This one changes a row
+  // given by its key values instead.
+  Status ChangeServerRow(const std::string& name, const ServerChange& change, Row* stored = nullptr);
 
   // Looks, cheaply, whether the file changed since this object last looked,
   // and if it did drops everything read from it: pages, catalogue entries

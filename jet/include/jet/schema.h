@@ -79,6 +79,8 @@ struct TableDef {
 
   // Position of the column named `name` (case-insensitive), or -1.
   int FindColumn(const std::string& name) const;
+  // The primary key with its columns, or nullptr.
+  const IndexDef* PrimaryKey() const;
 };
 
 }  // namespace jet

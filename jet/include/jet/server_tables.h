@@ -29,6 +29,19 @@ struct ServerCondition {
 struct ServerQuery {
   ColumnSet wanted;  // columns to fetch, by position; empty for all
   std::vector<ServerCondition> conditions;
+  // In primary-key order, so that a listing made again gives each row the
+  // same position.
+  bool key_order = false;
+};
+
+// A change to one row of a server table. Rows are told apart by the
+// server's primary key, read from `key_row`.
+struct ServerChange {
+  enum class Kind { kInsert, kUpdate, kDelete };
+  Kind kind = Kind::kInsert;
+  Row key_row;                  // update, delete: holds at least the key's values
+  Row new_row;                  // insert, update: one value per column
+  std::vector<size_t> columns;  // update: the columns to set; insert: those to give (the rest take the server's defaults)
 };
 
 class ServerTables {
@@ -43,6 +56,16 @@ class ServerTables {
   virtual Status CountRows(const CatalogEntry& link, uint64_t* count) = 0;
   // Forgets column lists and connections, so that the next read asks again.
   virtual void Forget() = 0;
+
+  // Sends a change inside a server transaction on the link's connection,
+  // begun by its first change. ReadOnly (3027) for a table without a
+  // primary key; 3167 when the row to change is no longer there. `stored`
+  // (insert; may be null) receives the row as the server keeps it, with
+  // the numbers the server gave.
+  virtual Status Change(const CatalogEntry& link, const ServerChange& change, Row* stored) = 0;
+  // Ends every server transaction the changes began.
+  virtual Status Commit() = 0;
+  virtual void Rollback() = 0;
 };
 
 // Every password in a connect string (or in a message quoting one) shown as

@@ -158,21 +158,36 @@ std::unique_ptr<Recordset> Database::OpenRecordset(const QString& source) {
 }
 
 std::unique_ptr<Recordset> Database::OpenTable(const QString& name) {
-  std::unique_ptr<jet::TableCursor> cursor;
-  ThrowIfError(engine_->database().OpenTable(name.toStdString(), &cursor), "DAO.Database");
+  jet::Database& db = engine_->database();
+  const jet::CatalogEntry* entry = db.FindTable(name.toStdString());
+  std::shared_ptr<const jet::TableDef> def;
+  ThrowIfError(db.GetTableDef(name.toStdString(), &def), "DAO.Database");
   jet::QueryResult result;
-  for (const auto& c : cursor->def().columns) {
+  for (const auto& c : def->columns) {
     result.columns.push_back({c.name, c.type, PropertyText(c.properties, "Caption").toStdString()});
   }
   QVector<qint64> places;
-  while (cursor->Next()) {
-    result.rows.push_back(cursor->row());
-    places.push_back(static_cast<qint64>(cursor->row_id().page) << 16 | cursor->row_id().row);
+  const auto keep = [&](const jet::Row& row, jet::RowId id) {
+    result.rows.push_back(row);
+    places.push_back(static_cast<qint64>(id.page) << 16 | id.row);
+  };
+  if (entry && entry->kind == jet::ObjectKind::kLinkedOdbc) {
+    // A server's rows are listed once; their places are positions in that list.
+    std::vector<jet::RowId> ids;
+    ThrowIfError(db.ListRowIds(entry->name, &ids), "DAO.Database");
+    jet::Row row;
+    for (jet::RowId id : ids) {
+      ThrowIfError(db.ReadRowAt(entry->name, id, &row), "DAO.Database");
+      keep(row, id);
+    }
+  } else {
+    std::unique_ptr<jet::TableCursor> cursor;
+    ThrowIfError(db.OpenTable(name.toStdString(), &cursor), "DAO.Database");
+    while (cursor->Next()) keep(cursor->row(), cursor->row_id());
+    ThrowIfError(cursor->status(), "DAO.Database");
   }
-  ThrowIfError(cursor->status(), "DAO.Database");
   auto records = ToRecordset(result);
-  const jet::CatalogEntry* entry = engine_->database().FindTable(name.toStdString());
-  if (entry && entry->kind == jet::ObjectKind::kTable) {
+  if (entry && (entry->kind == jet::ObjectKind::kTable || entry->kind == jet::ObjectKind::kLinkedOdbc)) {
     auto target = std::make_shared<TableTarget>();
     target->engine = engine_;
     target->table = entry->name;
