@@ -10,9 +10,13 @@
 // FormatConditions), footer codes (&P is kept as text), PrintTitleRows
 // (ignored), a copied sheet's name and activation (the copy of "Data" is
 // "Data_2", not "Data (2)", and the original stays the active sheet), a
-// border of Weight xlMedium (saved as thick), Borders.LineStyle =
-// xlContinuous on all edges at once (no line drawn), Err.Number for a
-// missing sheet (1, not 9), and a VLookup miss (no error raised).
+// sheet added while the run's sheet is not the first (what Worksheets.Add
+// returns, and the sheets collection after it, reach the first sheet: its
+// .Name = renames the first sheet; after a copy or an add, Sheets(n) no
+// longer finds the n-th sheet), a border of Weight xlMedium (saved as
+// thick), Borders.LineStyle = xlContinuous on all edges at once (no line
+// drawn), Err.Number for a missing sheet (1, not 9), and a VLookup miss (no
+// error raised).
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -222,6 +226,20 @@ const Idiom kIdioms[] = {
      [](const Sheet& s) {
        ExpectLandscapeOnePageWide(s);
      }},
+    {"Rows",
+     "  Application.ScreenUpdating = False\n  Rows(5).Insert\n  Range(\"A1:E1\").Merge\n"
+     "  Range(\"A1\").Value = Format$(DateSerial(2021, 5, 3), \"dd mmm yyyy\")\n"
+     "  Range(\"G1\").Value = ActiveSheet.UsedRange.Rows.Count\n  Application.ScreenUpdating = True\n",
+     [](const Sheet& s) {
+       const Sheet placed{s.cells, s.records, QStringLiteral("Bold")};
+       EXPECT_EQ(s.Cells().At(5, 3).kind, XlsCell::Kind::kEmpty);
+       EXPECT_EQ(s.Text(6, 3), placed.Text(5, 3));
+       EXPECT_EQ(s.Text(1, 1), QStringLiteral("03 May 2021"));
+       EXPECT_EQ(s.Number(1, 7), placed.Last() + 1) << "rows 1 to the block's last, one lower now";
+       const auto merged = s.Records().First(0x00E5);  // MERGEDCELLS: count, then rows and columns from 0
+       ASSERT_TRUE(merged);
+       EXPECT_EQ(QList<int>({merged->U16(2), merged->U16(4), merged->U16(6), merged->U16(8)}), QList<int>({0, 0, 0, 4}));
+     }},
     {"CopySheet",
      "  Sheets(\"CopySheet\").Copy After:=Sheets(Sheets.Count)\n",
      [](const Sheet& s) {
@@ -268,8 +286,12 @@ const Idiom kIdioms[] = {
        EXPECT_EQ(s.Text(5, 6), QStringLiteral("marked"));
        EXPECT_EQ(s.Number(4, 7), 42);
      }},
+    {"QualifiedRun",
+     "  Application.Run \"'\" & ThisWorkbook.Name & \"'!QualifiedRunMacro.MarkQualified\", 5\n"
+     "End Sub\nSub MarkQualified(r)\n  Cells(r, 6).Value = \"marked\"\nEnd Sub\n",
+     [](const Sheet& s) { EXPECT_EQ(s.Text(5, 6), QStringLiteral("marked")); }},
     {"Value2",
-     "  Dim x\n  ThisWorkbook.Worksheets(\"Value2\").Range(\"F5\").Value2 = Range(\"C5\").Value2\n"
+     "  Dim x\n  Application.ScreenUpdating = False\n  ThisWorkbook.Worksheets(\"Value2\").Range(\"F5\").Value2 = Range(\"C5\").Value2\n"
      "  x = Range(\"C6\").Value2\n  Range(\"F6\").Value = x + 1\n",
      [](const Sheet& s) {
        EXPECT_EQ(s.Number(5, 6), s.Number(5, 3));
