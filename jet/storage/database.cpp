@@ -659,7 +659,7 @@ Status Database::OpenReader(const std::string& name, const ColumnSet& wanted,
   JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
   if (linked) return linked->OpenReader(entry->foreign_name, wanted, reader);
   if (ServerTables* server = impl_->ServerOf(*entry)) {
-    *reader = std::make_unique<ServerLinkReader>(*server, *entry, wanted);
+    *reader = std::make_unique<ServerLinkReader>(*server, impl_->server_snapshots, *entry, wanted);
     return Status::OK();
   }
   std::shared_ptr<const TableLayout> layout;

@@ -24,9 +24,7 @@ Status ServerLinkReader::Find(const IndexRange&, std::vector<RowId>*) {
   return Status::Unsupported("a linked server table has no index pages to search");
 }
 
-Status ServerLinkReader::Read(RowId, Row*) {
-  return Status::Unsupported("a linked server table's rows have no places to read them by");
-}
+Status ServerLinkReader::Read(RowId id, Row* row) { return listed_.Read(tables_, link_, id, row); }
 
 Status ServerSnapshots::List(ServerTables& tables, const CatalogEntry& link, std::vector<RowId>* ids) {
   std::unique_ptr<TableCursor> cursor;
@@ -70,6 +68,12 @@ Status ServerSnapshots::Insert(ServerTables& tables, const CatalogEntry& link, c
   change.new_row = row;
   for (size_t i = 0; i < row.size(); ++i) {
     if (!row[i].is_null()) change.columns.push_back(i);  // Nulls take the server's defaults and numbers
+  }
+  // The new row's place follows the listed ones, which a listing made now
+  // gives the places the caller already has.
+  if (!rows_.count(Folded(link.name))) {
+    std::vector<RowId> ids;
+    JET_RETURN_IF_ERROR(List(tables, link, &ids));
   }
   Row stored;
   JET_RETURN_IF_ERROR(tables.Change(link, change, &stored));

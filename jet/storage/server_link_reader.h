@@ -1,7 +1,7 @@
 // Reading an ODBC link the way a local table is read: a scan streams the
 // server's rows; there are no Jet index pages to search, and a listing for
-// the table browser keeps the rows it read so that each can be shown again
-// by its place.
+// the table browser keeps the rows it read so that each can be shown (and
+// changed) again by its place.
 #pragma once
 
 #include <map>
@@ -14,20 +14,6 @@
 #include "jet/table_reader.h"
 
 namespace jet {
-
-class ServerLinkReader : public TableReader {
- public:
-  ServerLinkReader(ServerTables& tables, CatalogEntry link, ColumnSet wanted)
-      : tables_(tables), link_(std::move(link)), wanted_(std::move(wanted)) {}
-  Status Scan(std::unique_ptr<TableCursor>* cursor) override;
-  Status Find(const IndexRange& range, std::vector<RowId>* rows) override;
-  Status Read(RowId id, Row* row) override;
-
- private:
-  ServerTables& tables_;
-  CatalogEntry link_;
-  ColumnSet wanted_;
-};
 
 // The rows of links listed for browsing and editing, by link name
 // (folded), until the link is listed again: a row's place is its position
@@ -45,6 +31,22 @@ class ServerSnapshots {
   // The listed row at `id`; NotFound (3167) for one deleted since.
   Status Listed(ServerTables& tables, const CatalogEntry& link, RowId id, std::optional<Row>** row);
   std::map<std::string, std::vector<std::optional<Row>>> rows_;
+};
+
+class ServerLinkReader : public TableReader {
+ public:
+  ServerLinkReader(ServerTables& tables, ServerSnapshots& listed, CatalogEntry link, ColumnSet wanted)
+      : tables_(tables), listed_(listed), link_(std::move(link)), wanted_(std::move(wanted)) {}
+  Status Scan(std::unique_ptr<TableCursor>* cursor) override;
+  Status Find(const IndexRange& range, std::vector<RowId>* rows) override;
+  // A row by its place in the link's listing.
+  Status Read(RowId id, Row* row) override;
+
+ private:
+  ServerTables& tables_;
+  ServerSnapshots& listed_;
+  CatalogEntry link_;
+  ColumnSet wanted_;
 };
 
 }  // namespace jet

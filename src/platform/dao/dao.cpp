@@ -138,8 +138,11 @@ void Database::Execute(const QString& sql, int) {
 
 std::unique_ptr<Recordset> Database::OpenRecordset(const QString& source, int type) {
   if (type != dbOpenTable) return OpenRecordset(source);
+  // A table on a database server opens as the server's rows, changed by
+  // their keys, where Jet itself would refuse: the report tables may be
+  // such links.
   const jet::CatalogEntry* entry = engine_->database().FindTable(source.toStdString());
-  if (!entry || entry->kind != jet::ObjectKind::kTable) {
+  if (!entry || (entry->kind != jet::ObjectKind::kTable && entry->kind != jet::ObjectKind::kLinkedOdbc)) {
     throw platform::AppError(3219, QStringLiteral("Invalid operation."), QStringLiteral("DAO.Database"));
   }
   return OpenTable(source);
