@@ -300,7 +300,7 @@ const Idiom kIdioms[] = {
 };
 
 // Calls the office refuses a report macro: each ends the macro with a
-// message naming it and its line (3: after the mark and the block's check).
+// message naming the macro, the call and its line.
 struct Guard {
   const char* macro;
   const char* call;
@@ -330,6 +330,10 @@ QString Described(const XlsBook& cells, const biff::Workbook& records, const QSt
                  .arg(row).arg(column).arg(int(it->kind)).arg(it->value.toString()).arg(f.bold)
                  .arg(f.fill ? f.fill->name() : QString(), f.font_colour.name()).arg(f.top_border)
                  .arg(f.bottom_border).arg(f.horizontal_align).arg(f.number_format);
+  }
+  for (const biff::Record& formula : sheet.All(0x0006)) {  // FORMULA: the reader above shows no formula cell
+    const int row = formula.U16(0) + 1, column = formula.U16(2) + 1;
+    lines << QStringLiteral("%1,%2 = %3").arg(row).arg(column).arg(biff::FormulaResult(sheet, row, column).value_or(-1));
   }
   for (int column = 1; column <= 8; ++column) lines << QStringLiteral("width %1").arg(biff::ColumnWidth(sheet, column));
   const biff::PageSetup page = biff::PageSetupOf(sheet);
