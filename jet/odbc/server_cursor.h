@@ -1,11 +1,14 @@
 // A cursor over the rows a server statement returns, read as the link's
 // columns: the wanted ones in the order they were selected, Null elsewhere.
+// Rows come a block at a time into bound buffers when every selected column
+// has a bounded size, and a row and a cell at a time otherwise.
 #pragma once
 
 #include <memory>
 #include <vector>
 
 #include "jet/table_cursor.h"
+#include "odbc/bound_rows.h"
 #include "odbc/odbc_handles.h"
 
 namespace jet::odbc {
@@ -23,12 +26,21 @@ class ServerCursor : public TableCursor {
   Status status() const override { return status_; }
 
  private:
+  void Bind();
+  bool ReadFromBlock();
+  bool ReadFromDriver();
+  Status Failed(SQLRETURN rc) const;
+
   std::shared_ptr<Connection> connection_;  // kept while its statement lives
+  BoundRows block_;                         // outlives the statement bound to it
   std::unique_ptr<Statement> statement_;
   std::vector<size_t> selected_;
   std::string table_;
   Row row_;
   uint64_t count_ = 0;
+  bool started_ = false;
+  bool bound_ = false;
+  size_t next_in_block_ = 0;
   bool done_ = false;
   Status status_;
 };

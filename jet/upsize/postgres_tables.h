@@ -21,11 +21,13 @@ std::string QuotedName(const std::string& name);
 // Replication ID uuid, Decimal numeric(p,s).
 std::string ServerType(const ColumnDef& column, bool jet3);
 
-// CREATE TABLE with NOT NULL, the primary key and autonumbers as identity
-// columns.
+// CREATE TABLE with NOT NULL and autonumbers as identity columns; the
+// primary key comes with the other indexes, once the rows are in.
 std::string CreateTableStatement(const TableDef& def, bool jet3);
-// CREATE [UNIQUE] INDEX for every index but the primary key; server index
-// names are the table's name, '_' and the index's name.
+// ALTER TABLE ... ADD PRIMARY KEY, then CREATE [UNIQUE] INDEX for every
+// other index; server index names are the table's name, '_' and the
+// index's name. Built over the copied rows, an index is sorted once rather
+// than kept up to date row by row.
 std::vector<std::string> CreateIndexStatements(const TableDef& def);
 
 // Appends one row in COPY's text format. InvalidArgument naming the table
