@@ -24,7 +24,7 @@ struct PageSetup {
 
 // The value a formula cell (1-based) was saved with, when it is a number.
 std::optional<double> FormulaResult(const Substream& sheet, int row, int column);
-// 1/256 of a character's width; 0 when the sheet keeps the column's default.
+// 1/256 of a character's width; 0 when no COLINFO record gives it.
 int ColumnWidth(const Substream& sheet, int column);
 // 1-based rows the ROW records mark hidden.
 QList<int> HiddenRows(const Substream& sheet);
