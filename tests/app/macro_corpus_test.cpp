@@ -8,15 +8,15 @@
 // chart comes out as horizontal bars with its data copied in, Charts.Add
 // and Shapes.AddChart do not exist), conditional formats (no
 // FormatConditions), footer codes (&P is kept as text), PrintTitleRows
-// (ignored), a copied sheet's name and activation (the copy of "Data" is
-// "Data_2", not "Data (2)", and the original stays the active sheet), a
-// sheet added while the run's sheet is not the first (what Worksheets.Add
-// returns, and the sheets collection after it, reach the first sheet: its
-// .Name = renames the first sheet; after a copy or an add, Sheets(n) no
-// longer finds the n-th sheet), a border of Weight xlMedium (saved as
-// thick), Borders.LineStyle = xlContinuous on all edges at once (no line
-// drawn), Err.Number for a missing sheet (1, not 9), and a VLookup miss (no
-// error raised).
+// (ignored), a copied sheet's name ("Data_2", not "Data (2)"), a border of
+// Weight xlMedium (saved as thick), Borders.LineStyle = xlContinuous on all
+// edges at once (no line drawn), Err.Number for a missing sheet (1, not 9),
+// a VLookup miss (no error raised), and sheets added by a macro in a
+// template like these, whose sheets have no module of their own as Excel's
+// do: the office names the new sheet's code after the first free module
+// name, Sheet1, which is the first sheet's code name; what Worksheets.Add
+// and Copy return, and Sheets(n) after them, then reach the first sheet
+// (Worksheets.Add.Name = "X" renames it).
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -242,6 +242,9 @@ const Idiom kIdioms[] = {
        ASSERT_TRUE(merged);
        EXPECT_EQ(QList<int>({merged->U16(2), merged->U16(4), merged->U16(6), merged->U16(8)}), QList<int>({0, 0, 0, 4}));
      }},
+    {"DeleteSheet",
+     "  Application.DisplayAlerts = False\n  Sheets(\"Spare\").Delete\n  Application.DisplayAlerts = True\n",
+     [](const Sheet& s) { EXPECT_FALSE(s.cells.SheetNames().contains(QStringLiteral("Spare"))); }},
     {"CopySheet",
      "  Sheets(\"CopySheet\").Copy After:=Sheets(Sheets.Count)\n",
      [](const Sheet& s) {
@@ -428,7 +431,8 @@ TEST_F(MacroCorpusTest, EachIdiomHasItsEffectAndTheWindowAndABatchRunWriteTheSam
                      ModuleOf(QStringLiteral("Do") + QLatin1String(idiom.name), QLatin1String(idiom.body))});
   }
   const QString templatePath = Path(QStringLiteral("Idioms.xls"));
-  MakeMacroTemplate(*excel::Application::Create(), templatePath, modules, sheets);
+  // "Spare" is there for a macro to delete.
+  MakeMacroTemplate(*excel::Application::Create(), templatePath, modules, sheets + QStringList{QStringLiteral("Spare")});
   const int report = AddReport(QStringLiteral("Idioms"), templatePath, sheets, macros);
 
   RunInWindow(QStringLiteral("Idioms"), report, Path(QStringLiteral("window.xls")));
