@@ -5,7 +5,6 @@
 
 #include "odbc/odbc_handles.h"
 #include "odbc/server_values.h"
-#include "sql/decimal_math.h"
 
 namespace jet::odbc {
 namespace {
@@ -28,7 +27,8 @@ std::pair<SQLSMALLINT, SQLLEN> CForm(const ColumnDef& def) {
     case ColumnType::kDouble: return {SQL_C_DOUBLE, sizeof(double)};
     case ColumnType::kDateTime: return {SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT)};
     case ColumnType::kGuid: return {SQL_C_GUID, sizeof(SQLGUID)};
-    case ColumnType::kDecimal: return {SQL_C_CHAR, kDecimalText};
+    case ColumnType::kDecimal:
+    case ColumnType::kCurrency: return {SQL_C_CHAR, kDecimalText};
     case ColumnType::kBinary: return {SQL_C_BINARY, std::max<SQLLEN>(def.size, 1)};
     // A Text of n characters: each may take two UTF-16 units, and a 0 ends it.
     default: return {SQL_C_WCHAR, static_cast<SQLLEN>((def.size + 1) * sizeof(SQLWCHAR))};
@@ -62,7 +62,8 @@ bool BoundRows::Bindable(const ColumnDef& def) {
     case ColumnType::kDouble:
     case ColumnType::kDateTime:
     case ColumnType::kGuid:
-    case ColumnType::kDecimal: return true;
+    case ColumnType::kDecimal:
+    case ColumnType::kCurrency: return true;
     default: return false;
   }
 }
@@ -128,13 +129,8 @@ Status BoundRows::Read(size_t row, size_t column, Value* out) const {
       *out = Value(b.type, bytes);
       return Status::OK();
     }
-    case ColumnType::kDecimal: {
-      const std::string text(at, strnlen(at, b.width));
-      const std::optional<Decimal> d = sql::ParseDecimal(text);
-      if (!d) return Status::InvalidArgument("the server sent '" + text + "' for a Decimal field", 3464);
-      *out = Value(b.type, *d);
-      return Status::OK();
-    }
+    case ColumnType::kDecimal:
+    case ColumnType::kCurrency: return ExactNumberFromText(std::string(at, strnlen(at, b.width)), b.type, out);
     case ColumnType::kBinary: {
       const auto* bytes = reinterpret_cast<const uint8_t*>(at);
       *out = Value(b.type, Bytes(bytes, bytes + Held(length, b.width)));

@@ -58,9 +58,8 @@ class OdbcTables : public ServerTables {
     return Status::OK();
   }
 
-  Status OpenRows(const CatalogEntry& link, const ServerQuery& query, std::unique_ptr<TableCursor>* cursor) override {
-    std::shared_ptr<const TableDef> def;
-    JET_RETURN_IF_ERROR(GetTableDef(link, &def));
+  Status OpenRows(const CatalogEntry& link, std::shared_ptr<const TableDef> def, const ServerQuery& query,
+                  std::unique_ptr<TableCursor>* cursor) override {
     std::lock_guard lock(mutex_);
     std::shared_ptr<Connection> connection;
     JET_RETURN_IF_ERROR(Connect(link, &connection));
@@ -88,9 +87,7 @@ class OdbcTables : public ServerTables {
     connections_.clear();
   }
 
-  Status Change(const CatalogEntry& link, const ServerChange& change, Row* stored) override {
-    std::shared_ptr<const TableDef> def;
-    JET_RETURN_IF_ERROR(GetTableDef(link, &def));
+  Status Change(const CatalogEntry& link, const TableDef& def, const ServerChange& change, Row* stored) override {
     if (change.kind == ServerChange::Kind::kUpdate && change.columns.empty()) return Status::OK();
     std::lock_guard lock(mutex_);
     std::shared_ptr<Connection> connection;
@@ -99,7 +96,7 @@ class OdbcTables : public ServerTables {
     const bool returning = connection->server_name() == "PostgreSQL";
     std::string sql;
     std::vector<Value> parameters;
-    Status s = odbc::ChangeStatement(*connection, link, *def, change, returning, &sql, &parameters);
+    Status s = odbc::ChangeStatement(*connection, link, def, change, returning, &sql, &parameters);
     if (!s.ok()) return Status(s.code() == Status::Code::kReadOnly
                                    ? Status::ReadOnly("The linked table '" + link.name + "' cannot be changed: " + s.message(), 3027)
                                    : s);
@@ -110,8 +107,8 @@ class OdbcTables : public ServerTables {
     if (!stored) return Status::OK();
     *stored = change.new_row;
     if (returning && odbc::Succeeded(SQLFetch(statement->handle()))) {
-      for (size_t i = 0; i < def->columns.size(); ++i)
-        JET_RETURN_IF_ERROR(odbc::ReadCell(statement->handle(), static_cast<SQLUSMALLINT>(i + 1), def->columns[i].type,
+      for (size_t i = 0; i < def.columns.size(); ++i)
+        JET_RETURN_IF_ERROR(odbc::ReadCell(statement->handle(), static_cast<SQLUSMALLINT>(i + 1), def.columns[i].type,
                                            &(*stored)[i]));
     }
     return Status::OK();

@@ -1,6 +1,7 @@
 #include "odbc/server_values.h"
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstring>
 
@@ -140,17 +141,15 @@ Status ReadCell(SQLHSTMT stmt, SQLUSMALLINT number, ColumnType type, Value* out)
       *out = null ? Value::Null(type) : Value(type, bytes);
       return Status::OK();
     }
-    case ColumnType::kDecimal: {
+    case ColumnType::kDecimal:
+    case ColumnType::kCurrency: {
       std::basic_string<char> text;
       JET_RETURN_IF_ERROR(ReadLong(stmt, number, SQL_C_CHAR, &text, &null));
       if (null) {
         *out = Value::Null(type);
         return Status::OK();
       }
-      std::optional<Decimal> d = sql::ParseDecimal(text);
-      if (!d) return Status::InvalidArgument("the server sent '" + text + "' for a Decimal field", 3464);
-      *out = Value(type, *d);
-      return Status::OK();
+      return ExactNumberFromText(text, type, out);
     }
     case ColumnType::kBinary:
     case ColumnType::kOle: {
@@ -166,6 +165,26 @@ Status ReadCell(SQLHSTMT stmt, SQLUSMALLINT number, ColumnType type, Value* out)
       return Status::OK();
     }
   }
+}
+
+Status ExactNumberFromText(const std::string& text, ColumnType type, Value* out) {
+  std::optional<Decimal> d = sql::ParseDecimal(text);
+  if (d && type == ColumnType::kCurrency) {
+    // Currency counts ten-thousandths; the server's numeric(19,4) sends
+    // exactly four places, so the digits only need lining up.
+    unsigned __int128 scaled = d->magnitude;
+    for (int s = d->scale; s < 4; ++s) scaled *= 10;
+    for (int s = d->scale; s > 4; --s) scaled /= 10;
+    if (scaled <= static_cast<unsigned __int128>(INT64_MAX)) {
+      const auto n = static_cast<int64_t>(scaled);
+      *out = Value(type, Currency{d->negative ? -n : n});
+      return Status::OK();
+    }
+    d.reset();
+  }
+  if (!d) return Status::InvalidArgument("the server sent '" + text + "' for a number field", 3464);
+  *out = Value(type, *d);
+  return Status::OK();
 }
 
 SQL_TIMESTAMP_STRUCT TimestampFromSerial(double serial) {

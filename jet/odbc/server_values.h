@@ -33,6 +33,11 @@ ColumnDef JetColumnFor(const ServerColumn& column);
 // Reads column `number` (1-based) of the fetched row as `type`.
 Status ReadCell(SQLHSTMT stmt, SQLUSMALLINT number, ColumnType type, Value* out);
 
+// A Decimal or Currency value from the exact decimal text the server sends
+// for numeric columns. 3464 (type mismatch) for text that is no number, or
+// a Currency out of its range.
+Status ExactNumberFromText(const std::string& text, ColumnType type, Value* out);
+
 SQL_TIMESTAMP_STRUCT TimestampFromSerial(double serial);
 double SerialFromTimestamp(const SQL_TIMESTAMP_STRUCT& t);
 

@@ -54,16 +54,32 @@ struct Database::Impl {
   // A readable table by name: its catalogue entry and, for a Jet link, the
   // linked database that holds it (nullptr for a local table).
   Status Locate(const std::string& name, Database* owner, const CatalogEntry** entry, Database** linked);
-  // An ODBC link's columns as the server has them, with the captions,
-  // formats and descriptions the file keeps for the link.
-  Status ServerTableDef(ServerTables& server, const CatalogEntry& link, std::shared_ptr<const TableDef>* def);
+  // An ODBC link with the columns it is read as (see LinkDefinition).
+  Status ServerLinkOf(const CatalogEntry& entry, ServerLink* link);
+  Status OpenServerRows(const CatalogEntry& entry, const ServerQuery& query, std::unique_ptr<TableCursor>* cursor) {
+    ServerLink link;
+    JET_RETURN_IF_ERROR(ServerLinkOf(entry, &link));
+    return link.tables->OpenRows(entry, link.def, query, cursor);
+  }
+  // A change to the link named `table`, when it is an ODBC link: `change`
+  // gets the link; nullopt for other tables.
+  template <typename Change>
+  std::optional<Status> ChangeLink(Database* db, const std::string& table, Change change) {
+    const CatalogEntry* entry = ServerLinkNamed(db, table);
+    if (!entry) return std::nullopt;
+    ServerLink link;
+    if (Status s = ServerLinkOf(*entry, &link); !s.ok()) return s;
+    return ChangeOnServer([&] { return change(link); });
+  }
+  // By catalogue id: the server's definition last seen, and what it was made into.
+  std::map<int32_t, std::pair<std::shared_ptr<const TableDef>, std::shared_ptr<const TableDef>>> server_defs;
   // A change to an ODBC link: sent to the server, and committed there at
   // once unless a transaction is open, whose commit then ends it.
   template <typename Send>
   Status ChangeOnServer(Send send);
   bool server_changed = false;  // in the open transaction
   // The link named `table` when it is an ODBC link; null otherwise.
-  const CatalogEntry* ServerLink(Database* db, const std::string& table) const {
+  const CatalogEntry* ServerLinkNamed(Database* db, const std::string& table) const {
     const CatalogEntry* entry = db->FindTable(table);
     return entry && ServerOf(*entry) ? entry : nullptr;
   }
@@ -414,22 +430,19 @@ Status Database::Impl::Locate(const std::string& name, Database* owner, const Ca
   return Status::OK();
 }
 
-Status Database::Impl::ServerTableDef(ServerTables& server, const CatalogEntry& link,
-                                      std::shared_ptr<const TableDef>* def) {
+Status Database::Impl::ServerLinkOf(const CatalogEntry& entry, ServerLink* link) {
+  link->tables = ServerOf(entry);
+  link->entry = entry;
   std::shared_ptr<const TableDef> from_server;
-  JET_RETURN_IF_ERROR(server.GetTableDef(link, &from_server));
-  std::shared_ptr<const TableLayout> kept;
-  if (link.tdef_page() == 0 || !Layout(link, &kept).ok()) {  // a link without a local definition
-    *def = from_server;
-    return Status::OK();
+  JET_RETURN_IF_ERROR(link->tables->GetTableDef(entry, &from_server));
+  auto& [seen, made] = server_defs[entry.id];
+  if (seen != from_server) {
+    std::shared_ptr<const TableLayout> kept;  // links made elsewhere may have no definition here
+    const bool has_kept = entry.tdef_page() != 0 && Layout(entry, &kept).ok();
+    made = LinkDefinition(*from_server, has_kept ? kept->def.get() : nullptr);
+    seen = from_server;
   }
-  auto merged = std::make_shared<TableDef>(*from_server);
-  merged->properties = kept->def->properties;
-  for (ColumnDef& column : merged->columns) {
-    const int local = kept->def->FindColumn(column.name);
-    if (local >= 0) column.properties = kept->def->columns[local].properties;
-  }
-  *def = merged;
+  link->def = made;
   return Status::OK();
 }
 
@@ -593,7 +606,12 @@ Status Database::GetTableDef(const std::string& name, std::shared_ptr<const Tabl
   Database* linked = nullptr;
   JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
   if (linked) return linked->GetTableDef(entry->foreign_name, def);
-  if (ServerTables* server = impl_->ServerOf(*entry)) return impl_->ServerTableDef(*server, *entry, def);
+  if (impl_->ServerOf(*entry)) {
+    ServerLink link;
+    JET_RETURN_IF_ERROR(impl_->ServerLinkOf(*entry, &link));
+    *def = link.def;
+    return Status::OK();
+  }
   std::shared_ptr<const TableLayout> layout;
   JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
   *def = layout->def;
@@ -607,7 +625,7 @@ Status Database::OpenTable(const std::string& name, std::unique_ptr<TableCursor>
   Database* linked = nullptr;
   JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
   if (linked) return linked->OpenTable(entry->foreign_name, cursor);
-  if (ServerTables* server = impl_->ServerOf(*entry)) return server->OpenRows(*entry, {}, cursor);
+  if (impl_->ServerOf(*entry)) return impl_->OpenServerRows(*entry, {}, cursor);
   std::shared_ptr<const TableLayout> layout;
   JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
   std::unique_ptr<TableScan> scan;
@@ -625,7 +643,11 @@ Status Database::ListRowIdsNow(const std::string& name, std::vector<RowId>* ids)
   Database* linked = nullptr;
   JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
   if (linked) return linked->ListRowIds(entry->foreign_name, ids);
-  if (ServerTables* server = impl_->ServerOf(*entry)) return impl_->server_snapshots.List(*server, *entry, ids);
+  if (impl_->ServerOf(*entry)) {
+    ServerLink link;
+    JET_RETURN_IF_ERROR(impl_->ServerLinkOf(*entry, &link));
+    return impl_->server_snapshots.List(link, ids);
+  }
   std::shared_ptr<const TableLayout> layout;
   JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
   std::unique_ptr<TableScan> scan;
@@ -644,7 +666,11 @@ Status Database::ReadRowAtNow(const std::string& name, RowId id, Row* row) {
   Database* linked = nullptr;
   JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
   if (linked) return linked->ReadRowAt(entry->foreign_name, id, row);
-  if (ServerTables* server = impl_->ServerOf(*entry)) return impl_->server_snapshots.Read(*server, *entry, id, row);
+  if (impl_->ServerOf(*entry)) {
+    ServerLink link;
+    JET_RETURN_IF_ERROR(impl_->ServerLinkOf(*entry, &link));
+    return impl_->server_snapshots.Read(link, id, row);
+  }
   std::shared_ptr<const TableLayout> layout;
   JET_RETURN_IF_ERROR(impl_->Layout(*entry, &layout));
   return TableScan::ReadAt(*impl_->pager, *impl_->text, *layout, id, row);
@@ -658,8 +684,10 @@ Status Database::OpenReader(const std::string& name, const ColumnSet& wanted,
   Database* linked = nullptr;
   JET_RETURN_IF_ERROR(impl_->Locate(name, this, &entry, &linked));
   if (linked) return linked->OpenReader(entry->foreign_name, wanted, reader);
-  if (ServerTables* server = impl_->ServerOf(*entry)) {
-    *reader = std::make_unique<ServerLinkReader>(*server, impl_->server_snapshots, *entry, wanted);
+  if (impl_->ServerOf(*entry)) {
+    ServerLink link;
+    JET_RETURN_IF_ERROR(impl_->ServerLinkOf(*entry, &link));
+    *reader = std::make_unique<ServerLinkReader>(std::move(link), impl_->server_snapshots, wanted);
     return Status::OK();
   }
   std::shared_ptr<const TableLayout> layout;
@@ -672,9 +700,8 @@ Status Database::OpenServerRows(const std::string& name, const ServerQuery& quer
                                 std::unique_ptr<TableCursor>* cursor) {
   const CatalogEntry* entry = FindTable(name);
   if (!entry) return Status::NotFound("no table named '" + name + "'", 3078);
-  ServerTables* server = impl_->ServerOf(*entry);
-  if (!server) return Status::InvalidArgument("'" + name + "' is not linked to a server table");
-  return server->OpenRows(*entry, query, cursor);
+  if (!impl_->ServerOf(*entry)) return Status::InvalidArgument("'" + name + "' is not linked to a server table");
+  return impl_->OpenServerRows(*entry, query, cursor);
 }
 
 Status Database::CountRows(const std::string& name, uint64_t* count) {
@@ -757,8 +784,10 @@ Status Database::Impl::ChangeTarget(Database* db, const std::string& table, cons
 // Each change takes the writers' turn first; outside a transaction it is
 // committed, or dropped, at once and the turn given back.
 Status Database::InsertRow(const std::string& table, const Row& row, RowId* id) {
-  if (const CatalogEntry* link = impl_->ServerLink(this, table)) {
-    return impl_->ChangeOnServer([&] { return impl_->server_snapshots.Insert(*impl_->ServerOf(*link), *link, row, id); });
+  if (auto s = impl_->ChangeLink(this, table, [&](const ServerLink& link) {
+        return impl_->server_snapshots.Insert(link, row, id);
+      })) {
+    return *s;
   }
   JET_RETURN_IF_ERROR(impl_->StartChanging());
   return impl_->Finish([&]() -> Status {
@@ -772,8 +801,10 @@ Status Database::InsertRow(const std::string& table, const Row& row, RowId* id) 
 }
 
 Status Database::UpdateRow(const std::string& table, RowId id, const Row& row) {
-  if (const CatalogEntry* link = impl_->ServerLink(this, table)) {
-    return impl_->ChangeOnServer([&] { return impl_->server_snapshots.Update(*impl_->ServerOf(*link), *link, id, row); });
+  if (auto s = impl_->ChangeLink(this, table, [&](const ServerLink& link) {
+        return impl_->server_snapshots.Update(link, id, row);
+      })) {
+    return *s;
   }
   JET_RETURN_IF_ERROR(impl_->StartChanging());
   return impl_->Finish([&]() -> Status {
@@ -788,8 +819,10 @@ Status Database::UpdateRow(const std::string& table, RowId id, const Row& row) {
 }
 
 Status Database::DeleteRow(const std::string& table, RowId id) {
-  if (const CatalogEntry* link = impl_->ServerLink(this, table)) {
-    return impl_->ChangeOnServer([&] { return impl_->server_snapshots.Delete(*impl_->ServerOf(*link), *link, id); });
+  if (auto s = impl_->ChangeLink(this, table, [&](const ServerLink& link) {
+        return impl_->server_snapshots.Delete(link, id);
+      })) {
+    return *s;
   }
   JET_RETURN_IF_ERROR(impl_->StartChanging());
   return impl_->Finish([&]() -> Status {
@@ -801,14 +834,19 @@ Status Database::DeleteRow(const std::string& table, RowId id) {
 }
 
 Status Database::ChangeServerRow(const std::string& name, const ServerChange& change, Row* stored) {
-  const CatalogEntry* link = impl_->ServerLink(this, name);
-  if (!link) return Status::InvalidArgument("'" + name + "' is not linked to a server table");
-  return impl_->ChangeOnServer([&] { return impl_->ServerOf(*link)->Change(*link, change, stored); });
+  if (auto s = impl_->ChangeLink(this, name, [&](const ServerLink& link) {
+        return link.tables->Change(link.entry, *link.def, change, stored);
+      })) {
+    return *s;
+  }
+  return Status::InvalidArgument("'" + name + "' is not linked to a server table");
 }
 
 Status Database::ReadRow(const std::string& table, RowId id, Row* row) {
-  if (const CatalogEntry* link = impl_->ServerLink(this, table)) {
-    return impl_->server_snapshots.Read(*impl_->ServerOf(*link), *link, id, row);
+  if (const CatalogEntry* entry = impl_->ServerLinkNamed(this, table)) {
+    ServerLink link;
+    JET_RETURN_IF_ERROR(impl_->ServerLinkOf(*entry, &link));
+    return impl_->server_snapshots.Read(link, id, row);
   }
   return impl_->Retrying(*this, [&]() -> Status {
     std::shared_ptr<const TableLayout> layout;

@@ -17,15 +17,15 @@ Status Refused(const std::string& name, const std::string& why) {
 
 class TableDropper {
  public:
-  TableDropper(Pager* pager, FileSystem* fs, const std::string& path)
-      : pager_(pager), writer_(pager, &text_, fs, path) {}
+  TableDropper(Pager* pager, FileSystem* fs, const std::string& path, bool with_relationships)
+      : pager_(pager), writer_(pager, &text_, fs, path), with_relationships_(with_relationships) {}
 
   Status Run(const std::vector<std::string>& names) {
     JET_RETURN_IF_ERROR(ReadPlacedCatalog(*pager_, text_, &catalog_));
     JET_RETURN_IF_ERROR(LoadLayout(*pager_, text_, kCatalogTdefPageNumber, &objects_));
     std::vector<const PlacedEntry*> tables;
     JET_RETURN_IF_ERROR(Check(names, &tables));
-    Status s;
+    Status s = with_relationships_ ? DropRelationships(names) : Status::OK();
     for (const PlacedEntry* t : tables) {
       if (s.ok()) s = Drop(*t);
     }
@@ -58,7 +58,9 @@ class TableDropper {
       if (!found) return Refused(name, "there is no table of that name");
       if (found->entry.raw_type != kCatalogTypeTable) return Refused(name, "it is a link, not a local table");
       if (found->entry.system) return Refused(name, "it is a system table");
-      if (related.count(FoldedName(name))) return Refused(name, "a relationship in MSysRelationships names it");
+      if (related.count(FoldedName(name)) && !with_relationships_) {
+        return Refused(name, "a relationship in MSysRelationships names it");
+      }
       if (!seen.insert(FoldedName(name)).second) return Refused(name, "it is named twice");
       tables->push_back(found);
     }
@@ -76,6 +78,23 @@ class TableDropper {
       names->insert(FoldedName(TextField(*layout->def, row, "szReferencedObject")));
       return false;
     }, &ids);
+  }
+
+  // The relationships naming any of the tables, on either side.
+  Status DropRelationships(const std::vector<std::string>& names) {
+    const PlacedEntry* rel = System("MSysRelationships");
+    if (!rel) return Status::OK();
+    std::set<std::string> dropped;
+    for (const std::string& name : names) dropped.insert(FoldedName(name));
+    std::shared_ptr<const TableLayout> layout;
+    JET_RETURN_IF_ERROR(LoadLayout(*pager_, text_, rel->entry.tdef_page(), &layout));
+    std::vector<RowId> ids;
+    JET_RETURN_IF_ERROR(FindRows(*pager_, text_, layout, [&](const Row& row) {
+      return dropped.count(FoldedName(TextField(*layout->def, row, "szObject"))) ||
+             dropped.count(FoldedName(TextField(*layout->def, row, "szReferencedObject")));
+    }, &ids));
+    for (RowId id : ids) JET_RETURN_IF_ERROR(writer_.Delete(layout, id));
+    return Status::OK();
   }
 
   // Access keeps the table's rights in MSysACEs, by the table's id.
@@ -107,18 +126,20 @@ class TableDropper {
   Pager* pager_;
   TextReader text_;
   Writer writer_;
+  bool with_relationships_;
   std::vector<PlacedEntry> catalog_;
   std::shared_ptr<const TableLayout> objects_;
 };
 
 }  // namespace
 
-Status DropTables(const std::string& path, const std::vector<std::string>& names, const CreateOptions& options) {
+Status DropTables(const std::string& path, const std::vector<std::string>& names, const CreateOptions& options,
+                  bool with_relationships) {
   FileSystem* fs = options.file_system ? options.file_system : DefaultFileSystem();
   std::unique_ptr<Pager> pager;
   FileStamp before, after;
   JET_RETURN_IF_ERROR(OpenForDefinitions(path, fs, &pager, &before));
-  JET_RETURN_IF_ERROR(TableDropper(pager.get(), fs, path).Run(names));
+  JET_RETURN_IF_ERROR(TableDropper(pager.get(), fs, path, with_relationships).Run(names));
   return MakeChangeVisible(fs, path, before, &after);
 }
 

@@ -6,6 +6,7 @@
 // is said plainly and changes nothing.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -73,7 +74,14 @@ std::string AllAnswers(const std::string& path, const OpenOptions& options) {
     std::vector<std::string> names;
     for (const auto& c : result.columns) names.push_back(c.name + "|" + c.caption + "|" + std::string(ColumnTypeName(c.type)));
     AppendCsvHeader(&out, names);
-    for (const auto& row : result.rows) AppendCsvRecord(&out, row);
+    // Without an ORDER BY the order of the rows is the plan's: compare them as a set.
+    std::vector<std::string> records;
+    for (const auto& row : result.rows) {
+      records.emplace_back();
+      AppendCsvRecord(&records.back(), row);
+    }
+    if (q.sql.find("ORDER BY") == std::string::npos) std::sort(records.begin(), records.end());
+    for (const std::string& record : records) out += record;
   }
   return out;
 }
@@ -187,7 +195,10 @@ TEST_F(ServerLinks, AsksTheServerOnlyForTheColumnsAndRowsAStatementNeeds) {
 TEST_F(ServerLinks, ABrokenLinkIsNamedWithItsPasswordHiddenAndTheRestStillReads) {
   const std::string path = SampleDatabase("server_links_broken");
   int rc = -1;
-  ASSERT_EQ((Upsize(path, "tblAccessSite tblGearType", &rc), rc), 0);
+  ASSERT_EQ((Upsize(path, "tblAccessSite tblGearType --drop-local", &rc), rc), 0);
+  const std::string listed = RunCommand(std::string(JETDUMP_PATH) + " " + path + " 2>&1");
+  EXPECT_EQ(listed.find("tblAccessSite_local"), std::string::npos) << listed;
+  EXPECT_NE(listed.find("tblAccessSite\tlinked-odbc"), std::string::npos) << listed;
   std::string connect = server_->odbc_connect();
   connect.replace(connect.find("{PostgreSQL Unicode}"), 20, "{Survey SQL Driver}");
   OdbcLink no_driver{"tblNoDriver", connect, "tblGearType", "", {{"GearTypeID", ColumnType::kLong}}, {}};
@@ -350,6 +361,41 @@ TEST_F(ServerLinks, ChangesGoToTheServerInTheFilesTransaction) {
   s = engine->Execute("UPDATE tblUser SET Initials = 'QQ'", {}, &affected);
   EXPECT_EQ(s.jet_error(), 3027) << s.ToString();
   EXPECT_EQ(ServerSql("SELECT count(*) FROM \"tblUser\" WHERE \"Initials\" = 'QQ'"), "0\n");
+}
+
+}  // namespace
+}  // namespace jet
+
+namespace jet {
+namespace {
+
+// A real database with relationships: they become the server's foreign
+// keys, the local copies go with their relationships, and every saved query
+// answers as before.
+TEST_F(ServerLinks, NorthwindMovesWithItsRelationshipsAsForeignKeys) {
+  const std::string path = testing::NewDatabase("server_links_northwind", "nw.mdb");
+  fs::copy_file(testing::FixturePath("npsmith88-Northwind.mdb"), path, fs::copy_options::overwrite_existing);
+  fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write);
+  const std::string before = AllAnswers(path, {});
+  int rc = -1;
+  const std::string said = Upsize(path, "--drop-local", &rc);
+  ASSERT_EQ(rc, 0) << said;
+  EXPECT_EQ(AllAnswers(path, WithPassword()), before);
+  EXPECT_EQ(RunCommand("mdb-tables -1 " + path + " | grep -c _local"), "0\n");
+  EXPECT_EQ(RunCommand("mdb-export " + path + " MSysRelationships | grep -c Orders"), "0\n");
+  EXPECT_EQ(ServerSql("SELECT count(*) FROM pg_constraint WHERE contype = 'f' AND conrelid = '\"Orders\"'::regclass"),
+            "3\n");
+
+  // The server now keeps the rows related: an order's customer cannot go.
+  OpenOptions options = WithPassword();
+  options.writable = true;
+  std::shared_ptr<QueryEngine> engine;
+  ASSERT_TRUE(QueryEngine::ForFile(path, options, &engine).ok());
+  int64_t affected = 0;
+  Status s = engine->Execute("DELETE FROM Customers WHERE CustomerID = 'ALFKI'", {}, &affected);
+  EXPECT_EQ(s.jet_error(), 3146) << s.ToString();
+  EXPECT_NE(s.message().find("Customers"), std::string::npos) << s.message();
+  EXPECT_EQ(ServerSql("SELECT count(*) FROM \"Customers\" WHERE \"CustomerID\" = 'ALFKI'"), "1\n");
 }
 
 }  // namespace

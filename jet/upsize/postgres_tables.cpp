@@ -94,6 +94,18 @@ std::vector<std::string> CreateIndexStatements(const TableDef& def) {
   return out;
 }
 
+std::string ForeignKeyStatement(const Relationship& r) {
+  auto list = [](const std::vector<std::string>& columns) {
+    std::string out;
+    for (const std::string& c : columns) out += (out.empty() ? "" : ", ") + QuotedName(c);
+    return out;
+  };
+  return "ALTER TABLE " + QuotedName(r.table) + " ADD CONSTRAINT " + QuotedName(r.name.substr(0, 63)) +
+         " FOREIGN KEY (" + list(r.columns) + ") REFERENCES " + QuotedName(r.referenced_table) + " (" +
+         list(r.referenced_columns) + ")" + (r.cascades_updates() ? " ON UPDATE CASCADE" : "") +
+         (r.cascades_deletes() ? " ON DELETE CASCADE" : "");
+}
+
 Status AppendCopyRow(const TableDef& def, const Row& row, std::string* out) {
   for (size_t i = 0; i < def.columns.size(); ++i) {
     if (i) *out += '\t';

@@ -8,6 +8,7 @@
 #include "jet/schema.h"
 #include "jet/status.h"
 #include "jet/value.h"
+#include "storage/relationships.h"
 
 namespace jet::upsize {
 
@@ -29,6 +30,10 @@ std::string CreateTableStatement(const TableDef& def, bool jet3);
 // index's name. Built over the copied rows, an index is sorted once rather
 // than kept up to date row by row.
 std::vector<std::string> CreateIndexStatements(const TableDef& def);
+
+// ALTER TABLE ... ADD CONSTRAINT ... FOREIGN KEY for an enforced relationship,
+// cascading updates and deletes where it does.
+std::string ForeignKeyStatement(const Relationship& relationship);
 
 // Appends one row in COPY's text format. InvalidArgument naming the table
 // and column for a value the server cannot hold (a text with a NUL

@@ -8,11 +8,13 @@
 
 #include <strings.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
 #include "jet/database.h"
 #include "jet/links.h"
+#include "storage/relationships.h"
 #include "odbc/connect_string.h"
 #include "upsize/pg_session.h"
 #include "upsize/postgres_tables.h"
@@ -101,6 +103,21 @@ Status MakeOnServer(Database& db, PgSession& server, const TableDef& def, const 
   return ContinueAutonumbers(server, def);
 }
 
+// A relationship between two moved tables becomes the server's foreign key,
+// with the same cascades, so the server keeps what the file kept.
+Status AddForeignKeys(Database& db, PgSession& server, const std::vector<std::string>& tables) {
+  std::vector<Relationship> relationships;
+  JET_RETURN_IF_ERROR(ReadRelationships(db, &relationships));
+  auto moved = [&](const std::string& name) {
+    return std::any_of(tables.begin(), tables.end(), [&](const std::string& t) { return strcasecmp(t.c_str(), name.c_str()) == 0; });
+  };
+  for (const Relationship& r : relationships) {
+    if (!r.enforced() || !moved(r.table) || !moved(r.referenced_table)) continue;
+    JET_RETURN_IF_ERROR(server.Exec(upsize::ForeignKeyStatement(r)));
+  }
+  return Status::OK();
+}
+
 Status MoveToServer(Database& db, PgSession& server, const std::vector<std::string>& tables,
                     const UpsizeOptions& options, std::vector<UpsizedTable>* moved) {
   JET_RETURN_IF_ERROR(server.Exec("BEGIN"));
@@ -112,6 +129,10 @@ Status MoveToServer(Database& db, PgSession& server, const std::vector<std::stri
     Status s = MakeOnServer(db, server, *def, options, &done.rows);
     if (!s.ok()) return Status::InvalidArgument("Moving the table '" + table + "' failed, so nothing was moved: " + s.message());
     moved->push_back(done);
+  }
+  if (Status s = AddForeignKeys(db, server, tables); !s.ok()) {
+    return Status::InvalidArgument("A relationship could not be made a foreign key on the server, so nothing was moved: " +
+                                   s.message());
   }
   return server.Exec("COMMIT");
 }
@@ -174,7 +195,9 @@ Status Upsize(const std::string& path, const UpsizeOptions& options, std::vector
   if (!options.drop_local) return Status::OK();
   std::vector<std::string> locals;
   for (const std::string& t : tables) locals.push_back(t + "_local");
-  Status dropped = DropTables(path, locals, CreateOptions{});
+  // The file's relationships between the local copies go with them: the
+  // server's foreign keys keep the moved rows now.
+  Status dropped = DropTables(path, locals, CreateOptions{}, true);
   if (!dropped.ok()) {
     return Status::IOError("The tables were moved and linked, but the local copies could not be removed: " +
                            dropped.message());

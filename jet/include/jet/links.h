@@ -33,7 +33,9 @@ Status ReplaceTablesByOdbcLinks(const std::string& path, const std::vector<OdbcL
 
 // Removes local tables in one commit: their catalogue and MSysACEs rows, and
 // every page they used goes back to the file's free pages. Refuses a system
-// table, a link, and a table a relationship names.
-Status DropTables(const std::string& path, const std::vector<std::string>& names, const CreateOptions& options);
+// table, a link, and a table a relationship names, unless
+// `with_relationships`: then those relationships go in the same commit.
+Status DropTables(const std::string& path, const std::vector<std::string>& names, const CreateOptions& options,
+                  bool with_relationships = false);
 
 }  // namespace jet

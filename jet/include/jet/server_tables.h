@@ -50,8 +50,9 @@ class ServerTables {
   // The server table's columns as Access would show the link's fields, and
   // its primary key as the link's index.
   virtual Status GetTableDef(const CatalogEntry& link, std::shared_ptr<const TableDef>* def) = 0;
-  // Streams the rows; cells of columns not wanted are Null.
-  virtual Status OpenRows(const CatalogEntry& link, const ServerQuery& query,
+  // Streams the rows as the columns of `def` (the server's, or with the
+  // types the file keeps for the link); cells of columns not wanted are Null.
+  virtual Status OpenRows(const CatalogEntry& link, std::shared_ptr<const TableDef> def, const ServerQuery& query,
                           std::unique_ptr<TableCursor>* cursor) = 0;
   virtual Status CountRows(const CatalogEntry& link, uint64_t* count) = 0;
   // Forgets column lists and connections, so that the next read asks again.
@@ -62,7 +63,7 @@ class ServerTables {
   // primary key; 3167 when the row to change is no longer there. `stored`
   // (insert; may be null) receives the row as the server keeps it, with
   // the numbers the server gave.
-  virtual Status Change(const CatalogEntry& link, const ServerChange& change, Row* stored) = 0;
+  virtual Status Change(const CatalogEntry& link, const TableDef& def, const ServerChange& change, Row* stored) = 0;
   // Ends every server transaction the changes began.
   virtual Status Commit() = 0;
   virtual void Rollback() = 0;
