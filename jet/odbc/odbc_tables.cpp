@@ -9,7 +9,8 @@
 #include <mutex>
 
 #include "jet/server_tables.h"
-#include "odbc/change_statements.h"
+#include "odbc/server_catalog.h"
+#include "odbc/server_statements.h"
 #include "odbc/connect_string.h"
 #include "odbc/odbc_handles.h"
 #include "odbc/server_cursor.h"
@@ -49,10 +50,10 @@ class OdbcTables : public ServerTables {
     JET_RETURN_IF_ERROR(Connect(link, &connection));
     auto made = std::make_shared<TableDef>();
     made->name = link.name;
-    if (Status s = DescribeColumns(*connection, link, made.get()); !s.ok()) return Dropped(connection, Named(link, s));
+    if (Status s = odbc::DescribeColumns(*connection, link, made.get()); !s.ok()) return Dropped(connection, Named(link, s));
     // A server that cannot name the key still gives the rows; the link then
     // has no index, as Access shows a link to a view.
-    (void)ReadPrimaryKey(*connection, link, made.get());
+    (void)odbc::ReadPrimaryKey(*connection, link, made.get());
     defs_[key] = made;
     *def = made;
     return Status::OK();
@@ -65,7 +66,7 @@ class OdbcTables : public ServerTables {
     JET_RETURN_IF_ERROR(Connect(link, &connection));
     std::vector<size_t> selected;
     std::vector<Value> parameters;
-    const std::string sql = SelectText(*connection, link, *def, query, &selected, &parameters);
+    const std::string sql = odbc::SelectText(*connection, link, *def, query, &selected, &parameters);
     std::unique_ptr<Statement> statement;
     JET_RETURN_IF_ERROR(Statement::Make(*connection, &statement));
     if (Status s = statement->Execute(sql, parameters); !s.ok()) return Dropped(connection, Named(link, s));
@@ -77,7 +78,7 @@ class OdbcTables : public ServerTables {
     std::lock_guard lock(mutex_);
     std::shared_ptr<Connection> connection;
     JET_RETURN_IF_ERROR(Connect(link, &connection));
-    if (Status s = Count(*connection, link, count); !s.ok()) return Dropped(connection, Named(link, s));
+    if (Status s = odbc::CountServerRows(*connection, link, count); !s.ok()) return Dropped(connection, Named(link, s));
     return Status::OK();
   }
 
@@ -190,136 +191,6 @@ class OdbcTables : public ServerTables {
     if (s.ok()) return s;
     return Status::IOError("The linked table '" + link.name + "' (" + WithPasswordsHidden(link.connect) +
                            ") cannot be read: " + WithPasswordsHidden(s.message()));
-  }
-
-  static Status Count(Connection& connection, const CatalogEntry& link, uint64_t* count) {
-    std::unique_ptr<Statement> statement;
-    JET_RETURN_IF_ERROR(Statement::Make(connection, &statement));
-    JET_RETURN_IF_ERROR(statement->Execute("SELECT COUNT(*) FROM " + connection.QuoteName(link.foreign_name), {}));
-    SQLRETURN rc = SQLFetch(statement->handle());
-    if (!odbc::Succeeded(rc)) return statement->Failed(rc, "counting rows");
-    Value n;
-    JET_RETURN_IF_ERROR(odbc::ReadCell(statement->handle(), 1, ColumnType::kLong, &n));
-    *count = n.get_if<int64_t>() ? static_cast<uint64_t>(*n.get_if<int64_t>()) : 0;
-    return Status::OK();
-  }
-
-  static Status DescribeColumns(Connection& connection, const CatalogEntry& link, TableDef* def) {
-    std::unique_ptr<Statement> statement;
-    JET_RETURN_IF_ERROR(Statement::Make(connection, &statement));
-    JET_RETURN_IF_ERROR(statement->Execute("SELECT * FROM " + connection.QuoteName(link.foreign_name) + " WHERE 1=0", {}));
-    SQLSMALLINT count = 0;
-    SQLNumResultCols(statement->handle(), &count);
-    for (SQLUSMALLINT i = 1; i <= count; ++i) {
-      SQLWCHAR name[256] = {};
-      SQLSMALLINT name_length = 0, nullable = SQL_NULLABLE;
-      odbc::ServerColumn column;
-      SQLRETURN rc = SQLDescribeColW(statement->handle(), i, name, 256, &name_length, &column.sql_type, &column.size,
-                                     &column.digits, &nullable);
-      if (!odbc::Succeeded(rc)) return statement->Failed(rc, "describing the server's columns");
-      column.name = odbc::ToUtf8(name, std::min<size_t>(name_length, 255));
-      column.nullable = nullable != SQL_NO_NULLS;
-      SQLLEN automatic = SQL_FALSE;
-      SQLColAttributeW(statement->handle(), i, SQL_DESC_AUTO_UNIQUE_VALUE, nullptr, 0, nullptr, &automatic);
-      column.autonumber = automatic == SQL_TRUE;
-      ColumnDef jet_column = odbc::JetColumnFor(column);
-      jet_column.number = static_cast<uint16_t>(i - 1);
-      def->columns.push_back(std::move(jet_column));
-    }
-    return Status::OK();
-  }
-
-  static Status ReadPrimaryKey(Connection& connection, const CatalogEntry& link, TableDef* def) {
-    std::unique_ptr<Statement> statement;
-    JET_RETURN_IF_ERROR(Statement::Make(connection, &statement));
-    const size_t dot = link.foreign_name.rfind('.');
-    std::u16string schema = odbc::ToUtf16(dot == std::string::npos ? "" : link.foreign_name.substr(0, dot));
-    std::u16string table = odbc::ToUtf16(dot == std::string::npos ? link.foreign_name : link.foreign_name.substr(dot + 1));
-    auto wide = [](std::u16string& s) { return reinterpret_cast<SQLWCHAR*>(s.data()); };
-    SQLRETURN rc = SQLPrimaryKeysW(statement->handle(), nullptr, 0, schema.empty() ? nullptr : wide(schema),
-                                   static_cast<SQLSMALLINT>(schema.size()), wide(table),
-                                   static_cast<SQLSMALLINT>(table.size()));
-    if (!odbc::Succeeded(rc)) return statement->Failed(rc, "reading the server's primary key");
-    IndexDef key;
-    key.name = "PrimaryKey";
-    key.primary = key.unique = key.required = true;
-    while (odbc::Succeeded(SQLFetch(statement->handle()))) {
-      Value column;
-      JET_RETURN_IF_ERROR(odbc::ReadCell(statement->handle(), 4, ColumnType::kText, &column));
-      const int at = column.get_if<std::string>() ? def->FindColumn(*column.get_if<std::string>()) : -1;
-      if (at >= 0) key.columns.push_back({at, true});
-    }
-    if (key.columns.empty()) return Status::OK();
-    // A unique key has as many distinct values as the table has rows.
-    uint64_t rows = 0;
-    JET_RETURN_IF_ERROR(Count(connection, link, &rows));
-    key.distinct_count = static_cast<uint32_t>(std::min<uint64_t>(rows, UINT32_MAX));
-    def->indexes.push_back(std::move(key));
-    return Status::OK();
-  }
-
-  static std::string SelectText(const Connection& connection, const CatalogEntry& link, const TableDef& def,
-                                const ServerQuery& query, std::vector<size_t>* selected,
-                                std::vector<Value>* parameters) {
-    std::string columns;
-    for (size_t i = 0; i < def.columns.size(); ++i) {
-      if (!query.wanted.empty() && (i >= query.wanted.size() || !query.wanted[i])) continue;
-      columns += (columns.empty() ? "" : ", ") + connection.QuoteIdentifier(def.columns[i].name);
-      selected->push_back(i);
-    }
-    std::string sql = "SELECT " + (columns.empty() ? std::string("1") : columns) + " FROM " +
-                      connection.QuoteName(link.foreign_name);
-    std::string where;
-    for (const ServerCondition& c : query.conditions) {
-      if (c.column >= def.columns.size()) continue;
-      for (auto& [op, value] : ServerForm(c, def.columns[c.column].type)) {
-        where += (where.empty() ? " WHERE " : " AND ") + connection.QuoteIdentifier(def.columns[c.column].name) +
-                 OperatorText(op) + "?";
-        parameters->push_back(std::move(value));
-      }
-    }
-    return sql + where + (query.key_order ? KeyOrder(connection, def) : "");
-  }
-
-  static std::string KeyOrder(const Connection& connection, const TableDef& def) {
-    std::string order;
-    if (const IndexDef* key = def.PrimaryKey()) {
-      for (const IndexColumn& c : key->columns)
-        order += (order.empty() ? " ORDER BY " : ", ") + connection.QuoteIdentifier(def.columns[c.column].name);
-    }
-    return order;
-  }
-
-  // A condition as the server is asked it. A server date keeps fractions of
-  // a second that a Jet date rounds away, so a date condition is widened by
-  // a second on each side: the server then returns a superset of the rows,
-  // and the condition is checked exactly on each.
-  static std::vector<std::pair<ServerCondition::Op, Value>> ServerForm(const ServerCondition& c, ColumnType type) {
-    using Op = ServerCondition::Op;
-    const DateTime* date = c.value.get_if<DateTime>();
-    if (type != ColumnType::kDateTime || !date) return {{c.op, c.value}};
-    constexpr double kSecond = 1.0 / 86400;
-    const Value before(ColumnType::kDateTime, DateTime{date->serial - kSecond});
-    const Value after(ColumnType::kDateTime, DateTime{date->serial + kSecond});
-    switch (c.op) {
-      case Op::kEqual: return {{Op::kGreaterOrEqual, before}, {Op::kLessOrEqual, after}};
-      case Op::kLess:
-      case Op::kLessOrEqual: return {{Op::kLessOrEqual, after}};
-      case Op::kGreater:
-      case Op::kGreaterOrEqual: return {{Op::kGreaterOrEqual, before}};
-    }
-    return {};
-  }
-
-  static const char* OperatorText(ServerCondition::Op op) {
-    switch (op) {
-      case ServerCondition::Op::kEqual: return " = ";
-      case ServerCondition::Op::kLess: return " < ";
-      case ServerCondition::Op::kLessOrEqual: return " <= ";
-      case ServerCondition::Op::kGreater: return " > ";
-      case ServerCondition::Op::kGreaterOrEqual: return " >= ";
-    }
-    return " = ";
   }
 
   std::vector<OdbcMapping> mappings_;

@@ -1,6 +1,6 @@
-// The SQL that sends one row change to a server table: INSERT of the given
-// columns, UPDATE of the set columns and DELETE, both WHERE the primary key
-// equals the row's, with the values as parameters.
+// The SQL sent to a server table, its values as parameters: the SELECT of a
+// link's wanted columns under the conditions the server can answer, and the
+// INSERT, UPDATE and DELETE of one row, found by its primary key.
 #pragma once
 
 #include <string>
@@ -10,6 +10,10 @@
 #include "odbc/odbc_handles.h"
 
 namespace jet::odbc {
+
+// `selected` receives the positions in `def` of the result's columns.
+std::string SelectText(const Connection& connection, const CatalogEntry& link, const TableDef& def,
+                       const ServerQuery& query, std::vector<size_t>* selected, std::vector<Value>* parameters);
 
 // InvalidArgument when an update or delete has no key to find its row by.
 // `returning` asks the server to send the inserted row back (PostgreSQL's
