@@ -15,10 +15,12 @@ here=$(cd "$(dirname "$0")" && pwd)
 build=$(cd "${1:-$here/../../build}" && pwd)
 rows=${2:-1000000}
 rounds=${3:-5}
-jetdump=$build/tools/jetdump/jetdump
 tabulon=$build/src/app/tabulon
 scratch=$(mktemp -d)
 chmod 755 "$scratch"
+# A copy, so that a rebuild during the run changes nothing measured.
+jetdump=$scratch/jetdump
+cp "$build/tools/jetdump/jetdump" "$jetdump"
 server_pid=
 
 finish() {
