@@ -11,7 +11,9 @@
 // (ignored), a copied sheet's name ("Data_2", not "Data (2)"), a border of
 // Weight xlMedium (saved as thick), Borders.LineStyle = xlContinuous on all
 // edges at once (no line drawn), Err.Number for a missing sheet (1, not 9),
-// a VLookup miss (no error raised), and sheets added by a macro in a
+// a VLookup miss (no error raised), Range("A1", t) with t a String holding
+// an address (the office takes it on the first sheet; Range("A1", "E9") and
+// Range("A1", Cells(9, 5)) are translated), and sheets added by a macro in a
 // template like these, whose sheets have no module of their own as Excel's
 // do: the office names the new sheet's code after the first free module
 // name, Sheet1, which is the first sheet's code name; what Worksheets.Add
@@ -121,11 +123,13 @@ const Idiom kIdioms[] = {
      }},
     {"NumberFormats",
      "  Range(\"C5\", Cells(Rows.Count, 3).End(xlUp)).NumberFormat = \"#,##0.00\"\n"
-     "  Range(\"G4\").Value = DateSerial(2021, 5, 3)\n  Range(\"G4\").NumberFormat = \"dd-mmm-yyyy\"\n",
+     "  Range(\"G4\").Value = DateSerial(2021, 5, 3)\n  Range(\"G4\").NumberFormat = \"dd-mmm-yyyy\"\n"
+     "  Range(\"F5\", \"F8\").Value = 1\n",
      [](const Sheet& s) {
        EXPECT_EQ(s.Format(5, 3).number_format, QStringLiteral("#,##0.00"));
        EXPECT_EQ(s.Format(s.Last(), 3).number_format, QStringLiteral("#,##0.00"));
        EXPECT_EQ(s.Format(s.Last(), 4).number_format, QStringLiteral("General"));
+       EXPECT_EQ(s.Number(8, 6), 1) << "corners given as two addresses";
        EXPECT_EQ(s.Format(4, 7).number_format.toLower().remove(QLatin1Char('\\')), QStringLiteral("dd-mmm-yyyy"));
        EXPECT_EQ(s.Text(4, 7), QStringLiteral("2021-05-03"));
      }},

@@ -1,8 +1,14 @@
-// Range("C5", Cells(n, 3)): the range from a cell given by its address to a
-// cell given as a range. Unqualified, Excel takes both corners on the active
-// sheet; the office takes the address on the workbook's first sheet and
-// fails unless that is the active one. Written as the range of two ranges,
-// Range(Range("C5"), Cells(n, 3)), it means the same in both.
+// Range("C5", Cells(n, 3)), Range("A1", "E9"): a range from two corners, one
+// or both given by address. Unqualified, Excel takes both corners on the
+// active sheet; the office takes an address corner on the workbook's first
+// sheet: with a range for the other corner it fails, with two addresses it
+// silently works on the first sheet. Written as the range of two ranges,
+// Range(Range("C5"), Cells(n, 3)), it means the same in both. The other
+// corner must be an address too or a range for certain: a member returning
+// one, or a variable the module Sets or declares As Range (a variable
+// holding an address is left as written).
+#include <algorithm>
+
 #include "platform/excel/macro_translation_rules.h"
 #include "platform/excel/vba_source_lines.h"
 
@@ -19,17 +25,42 @@ qsizetype ClosingBracket(const QString& mask, qsizetype open) {
   return -1;
 }
 
+// A member that returns a range, or a variable that holds one.
+bool IsRange(const QString& source, const QString& corner) {
+  static const QRegularExpression member = VbaPattern(
+      QStringLiteral(R"((?:^|\.)\s*(?:(?:Cells|Range|End|Offset|Resize)\s*\(.*\)|Cells|ActiveCell|Selection)$)"));
+  static const QRegularExpression name = VbaPattern(QStringLiteral(R"(^\w+$)"));
+  if (member.match(corner).hasMatch()) return true;
+  if (!name.match(corner).hasMatch()) return false;
+  const QRegularExpression object = VbaPattern(
+      QStringLiteral(R"(\bSet\s+%1\s*=|\b%1\s+As\s+(?:Excel\s*\.\s*)?Range\b)").arg(corner));
+  return object.match(source).hasMatch();
+}
+
+// The address corners of a call's two arguments, to be written as ranges;
+// none unless each corner is an address or certainly a range.
+std::vector<TextSpan> AddressCorners(const QString& source, const QString& arguments) {
+  static const QRegularExpression address = VbaPattern(QStringLiteral(R"(^"[^"]*"$)"));
+  const auto spans = ArgumentSpans(arguments);
+  if (spans.size() != 2) return {};
+  std::vector<TextSpan> addresses;
+  for (const TextSpan& span : spans) {
+    const QString corner = arguments.mid(span.from, span.to - span.from);
+    if (address.match(corner).hasMatch()) addresses.push_back(span);
+    else if (!IsRange(source, corner)) return {};
+  }
+  return addresses;
+}
+
 }  // namespace
 
 QString RangeCornersAsRanges(const QString& source) {
   // Range( not after a dot or inside a name: the active sheet's.
   static const QRegularExpression range_call = VbaPattern(QStringLiteral(R"((?<![.\w])Range\s*\()"));
-  static const QRegularExpression address = VbaPattern(QStringLiteral(R"(^"[^"]*"$)"));
   SourceLines lines = SplitSource(source);
   for (SourceLine& line : lines) {
     const QString mask = line.CodeMask();
     QString code = line.Code();
-    // From the right, so that the positions still to rewrite stay put.
     std::vector<TextSpan> corners;
     for (auto it = range_call.globalMatch(mask); it.hasNext();) {
       const auto match = it.next();
@@ -37,13 +68,11 @@ QString RangeCornersAsRanges(const QString& source) {
       const qsizetype close = ClosingBracket(mask, open);
       if (close < 0) continue;
       const QString arguments = mask.mid(open + 1, close - open - 1);
-      const auto spans = ArgumentSpans(arguments);
-      if (spans.size() != 2) continue;
-      const QString first = arguments.mid(spans[0].from, spans[0].to - spans[0].from);
-      const QString second = arguments.mid(spans[1].from, spans[1].to - spans[1].from);
-      if (!address.match(first).hasMatch() || second.isEmpty() || second.startsWith(QLatin1Char('"'))) continue;
-      corners.push_back({open + 1 + spans[0].from, open + 1 + spans[0].to});
+      for (const TextSpan& span : AddressCorners(source, arguments))
+        corners.push_back({open + 1 + span.from, open + 1 + span.to});
     }
+    std::sort(corners.begin(), corners.end(), [](const TextSpan& a, const TextSpan& b) { return a.from < b.from; });
+    // From the right, so that the positions still to rewrite stay put.
     for (auto corner = corners.rbegin(); corner != corners.rend(); ++corner) {
       code.insert(corner->to, QLatin1Char(')'));
       code.insert(corner->from, QStringLiteral("Range("));

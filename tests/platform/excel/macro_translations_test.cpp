@@ -142,7 +142,8 @@ TEST(MacroTranslations, RecorderPageSettingsTheOfficeLacksGoWhereTheyAreExcelsDe
   EXPECT_EQ(out[15], ".Draft = False") << "outside any page setup";
 }
 
-// Unqualified, both corners are the active sheet's, as Excel takes them.
+// Unqualified, both corners are the active sheet's, as Excel takes them;
+// the office takes an address on the first sheet.
 TEST(MacroTranslations, ARangeFromAnAddressToARangeHasTwoRangeCorners) {
   const QStringList out = Split(excel::RangeCornersAsRanges(Lines({
       "Range(\"C5\", Cells(Rows.Count, 3).End(xlUp)).NumberFormat = \"0.0\"",
@@ -150,13 +151,16 @@ TEST(MacroTranslations, ARangeFromAnAddressToARangeHasTwoRangeCorners) {
       "Range(\"A1\", \"B2\").Select",
       "Sheets(1).Range(\"A1\", Cells(2, 2)).Select",
       "Range(Cells(1, 1), Cells(2, 2)).Select",
+      "Set last = ActiveCell: Range(\"A1\", last).Select: Range(\"A1\", text).Select",
   })));
   EXPECT_EQ(out[0], "Range(Range(\"C5\"), Cells(Rows.Count, 3).End(xlUp)).NumberFormat = \"0.0\"");
   EXPECT_EQ(out[1], "Set r = Range( Range(\"A1\") , Range(Range(\"B2\"), last)): x = \"Range(\"\"A1\"\", y)\"")
       << "nested calls, and never inside a literal";
-  EXPECT_EQ(out[2], "Range(\"A1\", \"B2\").Select") << "two addresses the office takes on one sheet";
+  EXPECT_EQ(out[2], "Range(Range(\"A1\"), Range(\"B2\")).Select") << "two addresses, which the office takes on the first sheet";
   EXPECT_EQ(out[3], "Sheets(1).Range(\"A1\", Cells(2, 2)).Select") << "a sheet's own Range";
   EXPECT_EQ(out[4], "Range(Cells(1, 1), Cells(2, 2)).Select");
+  EXPECT_EQ(out[5], "Set last = ActiveCell: Range(Range(\"A1\"), last).Select: Range(\"A1\", text).Select")
+      << "a variable is a range when it is Set; another may hold an address";
 }
 
 TEST(MacroTranslations, AContinuousEdgeWithoutALineIsDrawnThin) {
