@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <algorithm>
+#include <climits>
 #include <map>
 #include <mutex>
 
@@ -51,6 +52,11 @@ class OdbcTables : public ServerTables {
     auto made = std::make_shared<TableDef>();
     made->name = link.name;
     if (Status s = odbc::DescribeColumns(*connection, link, made.get()); !s.ok()) return Dropped(connection, Named(link, s));
+    // One count serves the statements' plans and the key's statistic, as
+    // the counts a Jet file stores do until the link is read again.
+    uint64_t rows = 0;
+    if (Status s = odbc::CountServerRows(*connection, link, &rows); !s.ok()) return Dropped(connection, Named(link, s));
+    made->stored_row_count = static_cast<uint32_t>(std::min<uint64_t>(rows, UINT32_MAX));
     // A server that cannot name the key still gives the rows; the link then
     // has no index, as Access shows a link to a view.
     (void)odbc::ReadPrimaryKey(*connection, link, made.get());

@@ -1,8 +1,5 @@
 #include "odbc/server_catalog.h"
 
-#include <algorithm>
-#include <climits>
-
 #include "odbc/server_values.h"
 
 namespace jet::odbc {
@@ -65,10 +62,7 @@ Status ReadPrimaryKey(Connection& connection, const CatalogEntry& link, TableDef
     if (at >= 0) key.columns.push_back({at, true});
   }
   if (key.columns.empty()) return Status::OK();
-  // A unique key has as many distinct values as the table has rows.
-  uint64_t rows = 0;
-  JET_RETURN_IF_ERROR(CountServerRows(connection, link, &rows));
-  key.distinct_count = static_cast<uint32_t>(std::min<uint64_t>(rows, UINT32_MAX));
+  key.distinct_count = def->stored_row_count;  // a unique key has as many values as the table has rows
   def->indexes.push_back(std::move(key));
   return Status::OK();
 }

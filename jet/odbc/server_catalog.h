@@ -1,6 +1,6 @@
-// What a server says of a linked table: its columns as Jet types, its
-// primary key (with the row count as the key's distinct values, which the
-// table browser's rule reads) and how many rows it has.
+// What a server says of a linked table: its columns as Jet types, how many
+// rows it has, and its primary key (with the row count as the key's
+// distinct values, which the table browser's rule reads).
 #pragma once
 
 #include <memory>
@@ -12,6 +12,7 @@ namespace jet::odbc {
 
 Status CountServerRows(Connection& connection, const CatalogEntry& link, uint64_t* count);
 Status DescribeColumns(Connection& connection, const CatalogEntry& link, TableDef* def);
+// Reads def->stored_row_count as the key's distinct values.
 Status ReadPrimaryKey(Connection& connection, const CatalogEntry& link, TableDef* def);
 
 }  // namespace jet::odbc

@@ -299,8 +299,7 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
   Status ReadFromServer(Database& source, const std::string& name, std::shared_ptr<const TableDef> def,
                         CachedTable* t) {
     t->from_server = true;
-    uint64_t rows = 0;
-    JET_RETURN_IF_ERROR(source.CountRows(name, &rows));
+    const uint64_t rows = def->stored_row_count;  // counted when the link was described
     if (rows <= copy_row_limit) return CopyTable(source, name, *def, t);
     servers[t->sqlite_name] = {&source, name, std::move(def), static_cast<double>(rows)};
     const std::string create = "CREATE VIRTUAL TABLE " + t->sqlite_name + " USING " + sql::kServerTableModule + "(" +
