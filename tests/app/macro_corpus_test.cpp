@@ -204,24 +204,16 @@ const Idiom kIdioms[] = {
        EXPECT_TRUE(biff::DefinedNames(s.records).contains(QStringLiteral("PageSetup!Print_Area")));
      }},
     {"RecorderPageSetup",
-     "    Application.PrintCommunication = False\n    With ActiveSheet.PageSetup\n"
-     "        .PrintTitleRows = \"\"\n        .PrintTitleColumns = \"\"\n    End With\n"
-     "    Application.PrintCommunication = True\n    ActiveSheet.PageSetup.PrintArea = \"\"\n"
-     "    Application.PrintCommunication = False\n    With ActiveSheet.PageSetup\n"
-     "        .LeftHeader = \"\"\n        .CenterHeader = \"Weekly catch\"\n        .RightHeader = \"\"\n"
-     "        .LeftFooter = \"\"\n        .CenterFooter = \"\"\n        .RightFooter = \"\"\n"
-     "        .LeftMargin = Application.InchesToPoints(0.7)\n        .RightMargin = Application.InchesToPoints(0.7)\n"
-     "        .TopMargin = Application.InchesToPoints(0.75)\n        .BottomMargin = Application.InchesToPoints(0.75)\n"
-     "        .HeaderMargin = Application.InchesToPoints(0.3)\n        .FooterMargin = Application.InchesToPoints(0.3)\n"
-     "        .PrintHeadings = False\n        .PrintGridlines = False\n        .PrintComments = xlPrintNoComments\n"
-     "        .PrintQuality = 600\n        .CenterHorizontally = False\n        .CenterVertically = False\n"
-     "        .Orientation = xlLandscape\n        .Draft = False\n        .PaperSize = xlPaperA4\n"
-     "        .FirstPageNumber = xlAutomatic\n        .Order = xlDownThenOver\n        .BlackAndWhite = False\n"
+     "    Application.PrintCommunication = False\n    With ActiveSheet.PageSetup\n        .PrintTitleRows = \"\"\n"
+     "    End With\n    Application.PrintCommunication = True\n    ActiveSheet.PageSetup.PrintArea = \"\"\n"
+     "    Application.PrintCommunication = False\n    With ActiveSheet.PageSetup\n        .CenterHeader = \"Weekly catch\"\n"
+     "        .CenterFooter = \"\"\n        .LeftMargin = Application.InchesToPoints(0.7)\n        .PrintHeadings = False\n"
+     "        .PrintComments = xlPrintNoComments\n        .PrintQuality = 600\n        .CenterHorizontally = False\n"
+     "        .Orientation = xlLandscape\n        .Draft = False\n        .PaperSize = xlPaperA4\n        .BlackAndWhite = False\n"
      "        .Zoom = False\n        .FitToPagesWide = 1\n        .FitToPagesTall = False\n"
      "        .PrintErrors = xlPrintErrorsDisplayed\n        .OddAndEvenPagesHeaderFooter = False\n"
      "        .DifferentFirstPageHeaderFooter = False\n        .ScaleWithDocHeaderFooter = True\n"
      "        .AlignMarginsHeaderFooter = True\n        .EvenPage.LeftHeader.Text = \"\"\n"
-     "        .EvenPage.CenterFooter.Text = \"\"\n        .FirstPage.CenterHeader.Text = \"\"\n"
      "        .FirstPage.RightFooter.Text = \"\"\n    End With\n    Application.PrintCommunication = True\n",
      ExpectLandscapeOnePageWide},
     {"Rows",
