@@ -1,10 +1,17 @@
 // A cursor over the rows a server statement returns, read as the link's
 // columns: the wanted ones in the order they were selected, Null elsewhere.
 // Rows come a block at a time into bound buffers when every selected column
-// has a bounded size, and a row and a cell at a time otherwise.
+// has a bounded size, and a row and a cell at a time otherwise. A second
+// thread reads the next rows while the caller works on these: the driver
+// spends most of its time waiting for the server, which then overlaps with
+// the statement's own work.
 #pragma once
 
+#include <condition_variable>
+#include <deque>
 #include <memory>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 #include "jet/table_cursor.h"
@@ -19,6 +26,7 @@ class ServerCursor : public TableCursor {
   // statement's result columns.
   ServerCursor(std::shared_ptr<const TableDef> def, std::shared_ptr<Connection> connection,
                std::unique_ptr<Statement> statement, std::vector<size_t> selected, std::string table);
+  ~ServerCursor() override;
 
   bool Next() override;
   const Row& row() const override { return row_; }
@@ -26,21 +34,37 @@ class ServerCursor : public TableCursor {
   Status status() const override { return status_; }
 
  private:
+  // The reading thread: rows in batches, until the end, an error or Stop.
+  void ReadAhead();
+  bool ReadBatch(std::vector<Row>* batch, Status* failure);
   void Bind();
-  bool ReadFromBlock();
-  bool ReadFromDriver();
+  bool ReadFromBlock(Row* row, Status* failure);
+  bool ReadFromDriver(Row* row, Status* failure);
   Status Failed(SQLRETURN rc) const;
+  void Stop();
 
   std::shared_ptr<Connection> connection_;  // kept while its statement lives
   BoundRows block_;                         // outlives the statement bound to it
   std::unique_ptr<Statement> statement_;
   std::vector<size_t> selected_;
   std::string table_;
-  Row row_;
-  uint64_t count_ = 0;
-  bool started_ = false;
   bool bound_ = false;
   size_t next_in_block_ = 0;
+
+  // Between the threads.
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::deque<std::vector<Row>> batches_;
+  bool finished_ = false;  // the reader has sent its last batch
+  bool stopping_ = false;
+  Status reader_status_;
+  std::thread reader_;
+
+  // The caller's side.
+  std::vector<Row> batch_;
+  size_t next_in_batch_ = 0;
+  Row row_;
+  uint64_t count_ = 0;
   bool done_ = false;
   Status status_;
 };
