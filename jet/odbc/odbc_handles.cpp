@@ -133,7 +133,7 @@ Status Connection::Failed(SQLRETURN, const std::string& what) const {
 }
 
 Status Statement::Make(Connection& connection, std::unique_ptr<Statement>* out) {
-  std::unique_ptr<Statement> s(new Statement(connection));
+  std::unique_ptr<Statement> s(new Statement());
   SQLRETURN rc = SQLAllocHandle(SQL_HANDLE_STMT, connection.handle(), &s->stmt_);
   if (!Succeeded(rc)) return connection.Failed(rc, "making a statement");
   *out = std::move(s);

@@ -65,9 +65,8 @@ class Statement {
   Status Failed(SQLRETURN rc, const std::string& what) const;
 
  private:
-  explicit Statement(Connection& connection) : connection_(connection) {}
+  Statement() = default;
   Status Bind(const std::vector<Value>& parameters);
-  Connection& connection_;
   SQLHSTMT stmt_ = SQL_NULL_HSTMT;
   // Bound parameters must stay where they are until the statement has run.
   struct Bound {
