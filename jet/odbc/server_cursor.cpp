@@ -36,7 +36,7 @@ void ServerCursor::Stop() {
 
 bool ServerCursor::Next() {
   if (done_) return false;
-  if (next_in_batch_ >= batch_.size()) {
+  if (next_in_batch_ >= batch_.rows) {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return !batches_.empty() || finished_; });
     if (batches_.empty()) {
@@ -53,8 +53,8 @@ bool ServerCursor::Next() {
     changed_.notify_all();
   }
   // Cells of columns not selected stay Null, as the row was made.
-  Row& next = batch_[next_in_batch_++];
-  for (size_t column : selected_) row_[column] = std::move(next[column]);
+  Value* cells = batch_.cells.data() + next_in_batch_++ * selected_.size();
+  for (size_t i = 0; i < selected_.size(); ++i) row_[selected_[i]] = std::move(cells[i]);
   ++count_;
   return true;
 }
@@ -62,13 +62,13 @@ bool ServerCursor::Next() {
 void ServerCursor::ReadAhead() {
   Bind();
   for (;;) {
-    std::vector<Row> batch;
+    Batch batch;
     Status failure;
     const bool more = ReadBatch(&batch, &failure);
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return batches_.size() < kBatchesAhead || stopping_; });
     if (stopping_) return;
-    if (!batch.empty()) batches_.push_back(std::move(batch));
+    if (batch.rows > 0) batches_.push_back(std::move(batch));
     if (!more) {
       reader_status_ = failure;
       finished_ = true;
@@ -79,12 +79,12 @@ void ServerCursor::ReadAhead() {
   }
 }
 
-bool ServerCursor::ReadBatch(std::vector<Row>* batch, Status* failure) {
-  batch->reserve(kBatchRows);
-  while (batch->size() < kBatchRows) {
-    Row row(def_->columns.size());
-    if (!(bound_ ? ReadFromBlock(&row, failure) : ReadFromDriver(&row, failure))) return false;
-    batch->push_back(std::move(row));
+bool ServerCursor::ReadBatch(Batch* batch, Status* failure) {
+  const size_t width = selected_.size();
+  batch->cells.resize(kBatchRows * width);
+  for (; batch->rows < kBatchRows; ++batch->rows) {
+    Value* cells = batch->cells.data() + batch->rows * width;
+    if (!(bound_ ? ReadFromBlock(cells, failure) : ReadFromDriver(cells, failure))) return false;
   }
   return true;
 }
@@ -98,7 +98,7 @@ void ServerCursor::Bind() {
   bound_ = block_.Bind(statement_->handle(), columns);
 }
 
-bool ServerCursor::ReadFromBlock(Row* row, Status* failure) {
+bool ServerCursor::ReadFromBlock(Value* cells, Status* failure) {
   if (next_in_block_ >= block_.rows()) {
     next_in_block_ = 0;
     const SQLRETURN rc = block_.FetchBlock(statement_->handle());
@@ -109,22 +109,21 @@ bool ServerCursor::ReadFromBlock(Row* row, Status* failure) {
   }
   const size_t at = next_in_block_++;
   for (size_t i = 0; i < selected_.size(); ++i) {
-    *failure = block_.Read(at, i, &(*row)[selected_[i]]);
+    *failure = block_.Read(at, i, &cells[i]);
     if (!failure->ok()) return false;
   }
   return true;
 }
 
-bool ServerCursor::ReadFromDriver(Row* row, Status* failure) {
+bool ServerCursor::ReadFromDriver(Value* cells, Status* failure) {
   const SQLRETURN rc = SQLFetch(statement_->handle());
   if (rc == SQL_NO_DATA || !Succeeded(rc)) {
     if (rc != SQL_NO_DATA) *failure = Failed(rc);
     return false;
   }
   for (size_t i = 0; i < selected_.size(); ++i) {
-    const size_t column = selected_[i];
-    *failure = ReadCell(statement_->handle(), static_cast<SQLUSMALLINT>(i + 1), def_->columns[column].type,
-                        &(*row)[column]);
+    *failure = ReadCell(statement_->handle(), static_cast<SQLUSMALLINT>(i + 1), def_->columns[selected_[i]].type,
+                        &cells[i]);
     if (!failure->ok()) return false;
   }
   return true;

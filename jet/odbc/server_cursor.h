@@ -36,10 +36,16 @@ class ServerCursor : public TableCursor {
  private:
   // The reading thread: rows in batches, until the end, an error or Stop.
   void ReadAhead();
-  bool ReadBatch(std::vector<Row>* batch, Status* failure);
+  // The selected cells of each row, row after row (a statement may select
+  // no column at all, so the rows are counted too).
+  struct Batch {
+    std::vector<Value> cells;
+    size_t rows = 0;
+  };
+  bool ReadBatch(Batch* batch, Status* failure);
   void Bind();
-  bool ReadFromBlock(Row* row, Status* failure);
-  bool ReadFromDriver(Row* row, Status* failure);
+  bool ReadFromBlock(Value* cells, Status* failure);
+  bool ReadFromDriver(Value* cells, Status* failure);
   Status Failed(SQLRETURN rc) const;
   void Stop();
 
@@ -54,15 +60,15 @@ class ServerCursor : public TableCursor {
   // Between the threads.
   std::mutex mutex_;
   std::condition_variable changed_;
-  std::deque<std::vector<Row>> batches_;
+  std::deque<Batch> batches_;
   bool finished_ = false;  // the reader has sent its last batch
   bool stopping_ = false;
   Status reader_status_;
   std::thread reader_;
 
   // The caller's side.
-  std::vector<Row> batch_;
-  size_t next_in_batch_ = 0;
+  Batch batch_;
+  size_t next_in_batch_ = 0;  // the next row
   Row row_;
   uint64_t count_ = 0;
   bool done_ = false;
