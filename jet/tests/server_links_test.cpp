@@ -32,14 +32,12 @@ std::string Slurp(const std::string& path) {
   return out.str();
 }
 
-// The sample survey, made afresh in `folder` (with `interviews` rows of
-// interviews when given).
-std::string SampleDatabase(const std::string& folder, int interviews = 0) {
+// The sample survey, made afresh in `folder`.
+std::string SampleDatabase(const std::string& folder) {
   const std::string path = testing::NewDatabase(folder, "survey.mdb");
   fs::remove(path);
   int rc = -1;
-  const std::string large = interviews ? " --large " + std::to_string(interviews) : "";
-  RunCommand(std::string(MKSAMPLE_PATH) + large + " " + SURVEY_SCRIPT + " " + path + " 2>&1", &rc);
+  RunCommand(std::string(MKSAMPLE_PATH) + " " + SURVEY_SCRIPT + " " + path + " 2>&1", &rc);
   EXPECT_EQ(rc, 0);
   return path;
 }
@@ -243,31 +241,6 @@ TEST_F(ServerLinks, ABrokenLinkIsNamedWithItsPasswordHiddenAndTheRestStillReads)
   s = engine->RunSql("SELECT * FROM tblAccessSite", {}, &result);
   EXPECT_TRUE(s.ok()) << s.ToString();
   EXPECT_EQ(result.rows.size(), 12u);
-}
-
-// The server stops while a long read is under way: the read ends with the
-// table named, and nothing is taken for the rest of its rows.
-TEST_F(ServerLinks, AServerThatStopsMidReadEndsTheReadWithItsName) {
-  const std::string path = SampleDatabase("server_links_mid_read", 20000);
-  int rc = -1;
-  ASSERT_EQ((Upsize(path, "tblInterview", &rc), rc), 0);
-  OpenOptions options;
-  options.odbc_mappings.push_back(*ParseOdbcMapping("{PostgreSQL Unicode}={PostgreSQL Unicode};Fetch=100;PWD=" +
-                                                    server_->password()));
-  options.server_tables = MakeOdbcTables(options.odbc_mappings);
-  std::unique_ptr<Database> db;
-  ASSERT_TRUE(Database::Open(path, options, &db).ok());
-  std::unique_ptr<TableCursor> cursor;
-  ASSERT_TRUE(db->OpenTable("tblInterview", &cursor).ok());
-  ASSERT_TRUE(cursor->Next());
-  ASSERT_TRUE(server_->Stop());
-  uint64_t rows = 1;
-  while (cursor->Next()) ++rows;
-  EXPECT_LT(rows, 20000u);
-  EXPECT_FALSE(cursor->status().ok());
-  EXPECT_NE(cursor->status().message().find("'tblInterview'"), std::string::npos) << cursor->status().ToString();
-  cursor.reset();
-  ASSERT_TRUE(server_->Restart()) << server_->error();
 }
 
 TEST_F(ServerLinks, UpsizeRefusalsLeaveTheFileAndTheServerAsTheyWere) {
