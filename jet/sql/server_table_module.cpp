@@ -146,12 +146,7 @@ int Filter(sqlite3_vtab_cursor* base, int, const char* idx_str, int argc, sqlite
 int Eof(sqlite3_vtab_cursor* c) { return static_cast<Cursor*>(c)->at_end; }
 
 int Column(sqlite3_vtab_cursor* base, sqlite3_context* context, int i) {
-  const Row& row = static_cast<Cursor*>(base)->rows->row();
-  if (i < 0 || static_cast<size_t>(i) >= row.size()) {
-    sqlite3_result_null(context);
-    return SQLITE_OK;
-  }
-  ResultValue(context, row[i]);
+  ResultCell(context, static_cast<Cursor*>(base)->rows->row(), i);
   return SQLITE_OK;
 }
 

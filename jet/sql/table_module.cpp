@@ -316,13 +316,7 @@ int Filter(sqlite3_vtab_cursor* base, int, const char* idx_str, int argc, sqlite
 int Eof(sqlite3_vtab_cursor* c) { return static_cast<Cursor*>(c)->at_end; }
 
 int Column(sqlite3_vtab_cursor* base, sqlite3_context* context, int i) {
-  auto* c = static_cast<Cursor*>(base);
-  const Row& row = c->current();
-  if (i < 0 || static_cast<size_t>(i) >= row.size()) {
-    sqlite3_result_null(context);
-    return SQLITE_OK;
-  }
-  ResultValue(context, row[i]);
+  ResultCell(context, static_cast<Cursor*>(base)->current(), i);
   return SQLITE_OK;
 }
 
@@ -345,6 +339,14 @@ std::string VirtualTableSchema(const TableDef& def) {
   for (size_t i = 0; i < def.columns.size(); ++i)
     schema += (i ? ", c" : "c") + std::to_string(i) + " " + DeclaredType(def.columns[i].type);
   return schema + (def.columns.empty() ? "c0)" : ")");
+}
+
+void ResultCell(sqlite3_context* context, const Row& row, int i) {
+  if (i < 0 || static_cast<size_t>(i) >= row.size()) {
+    sqlite3_result_null(context);
+    return;
+  }
+  ResultValue(context, row[i]);
 }
 
 void ResultValue(sqlite3_context* context, const Value& v) {

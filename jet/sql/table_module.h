@@ -46,7 +46,8 @@ LiteForm ToLiteForm(const Value& v);
 // For a virtual table's xConnect: a table of columns c0, c1, ... of the
 // definition's types.
 std::string VirtualTableSchema(const TableDef& def);
-// For a virtual table's xColumn.
+// For a virtual table's xColumn: cell `i` of `row`, Null past its end.
 void ResultValue(sqlite3_context* context, const Value& v);
+void ResultCell(sqlite3_context* context, const Row& row, int i);
 
 }  // namespace jet::sql

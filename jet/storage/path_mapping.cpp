@@ -72,31 +72,28 @@ std::optional<std::string> ResolveStoredPath(const std::string& stored_path,
 
 namespace jet {
 
-std::optional<OdbcMapping> ParseOdbcMapping(const std::string& text) {
-  // FROM ends at the first '=' outside braces, so a braced driver name may
-  // hold any character.
-  size_t eq = std::string::npos;
+namespace {
+
+// Where `c` first stands outside braces, so that a braced driver name may
+// hold any character; npos when it does not.
+size_t FindOutsideBraces(const std::string& text, char c) {
   for (size_t i = 0, depth = 0; i < text.size(); ++i) {
     if (text[i] == '{') ++depth;
     else if (text[i] == '}' && depth) --depth;
-    else if (text[i] == '=' && depth == 0) {
-      eq = i;
-      break;
-    }
+    else if (text[i] == c && depth == 0) return i;
   }
+  return std::string::npos;
+}
+
+}  // namespace
+
+std::optional<OdbcMapping> ParseOdbcMapping(const std::string& text) {
+  const size_t eq = FindOutsideBraces(text, '=');
   if (eq == std::string::npos || eq == 0 || eq + 1 >= text.size()) return std::nullopt;
   OdbcMapping m;
   m.from = text.substr(0, eq);
   std::string rest = text.substr(eq + 1);
-  size_t semi = std::string::npos;
-  for (size_t i = 0, depth = 0; i < rest.size(); ++i) {
-    if (rest[i] == '{') ++depth;
-    else if (rest[i] == '}' && depth) --depth;
-    else if (rest[i] == ';' && depth == 0) {
-      semi = i;
-      break;
-    }
-  }
+  const size_t semi = FindOutsideBraces(rest, ';');
   m.to = rest.substr(0, semi);
   if (semi != std::string::npos) m.attributes = rest.substr(semi + 1);
   if (m.to.empty()) return std::nullopt;
