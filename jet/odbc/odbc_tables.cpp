@@ -121,6 +121,20 @@ class OdbcTables : public ServerTables {
     return Status::OK();
   }
 
+  Status MarkStatement(const CatalogEntry& link) override {
+    return OnConnection(link, [](const Connection& c) {
+      return c.server_name() == "Microsoft SQL Server" ? "SAVE TRANSACTION tabulon_statement" : "SAVEPOINT tabulon_statement";
+    });
+  }
+
+  Status EndStatement(const CatalogEntry& link, bool keep) override {
+    return OnConnection(link, [keep](const Connection& c) -> std::string {
+      const bool sql_server = c.server_name() == "Microsoft SQL Server";
+      if (keep) return sql_server ? "" : "RELEASE SAVEPOINT tabulon_statement";
+      return sql_server ? "ROLLBACK TRANSACTION tabulon_statement" : "ROLLBACK TO SAVEPOINT tabulon_statement";
+    });
+  }
+
   Status Commit() override { return EndTransactions(true); }
   void Rollback() override { (void)EndTransactions(false); }
 
@@ -142,6 +156,22 @@ class OdbcTables : public ServerTables {
                              WithPasswordsHidden(link.connect) + ": " + WithPasswordsHidden(s.message()));
     }
     *out = connections_[text] = std::move(made);
+    return Status::OK();
+  }
+
+  // Runs the statement `sql_for` gives (none when empty) in the link's server
+  // transaction.
+  template <typename SqlFor>
+  Status OnConnection(const CatalogEntry& link, SqlFor sql_for) {
+    std::lock_guard lock(mutex_);
+    std::shared_ptr<Connection> connection;
+    JET_RETURN_IF_ERROR(Connect(link, &connection));
+    JET_RETURN_IF_ERROR(Named(link, InTransaction(connection)));
+    const std::string sql = sql_for(*connection);
+    if (sql.empty()) return Status::OK();
+    std::unique_ptr<Statement> statement;
+    JET_RETURN_IF_ERROR(Statement::Make(*connection, &statement));
+    if (Status s = statement->Execute(sql, {}); !s.ok()) return Changed(link, s);
     return Status::OK();
   }
 

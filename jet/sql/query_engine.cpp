@@ -623,9 +623,15 @@ struct QueryEngine::Impl : public sql::TranslationCatalog {
     const uint64_t generation = db->generation();
     Status s = db->StartChanging();
     if (db->generation() != generation) DropCache();
+    // Inside the caller's transaction a statement on a server table is
+    // taken back by the server, to a mark made before it.
+    const CatalogEntry* target = db->FindTable(plan.table);
+    const bool marked = !own_transaction && s.ok() && target && target->kind == ObjectKind::kLinkedOdbc;
+    if (marked) s = db->MarkServerStatement(plan.table);
     std::vector<UndoStep> undo;
     if (s.ok()) s = FindAndApply(sql_text, plan, given, affected, &undo);
     if (own_transaction) s = s.ok() ? db->Commit() : (db->Rollback(), s);
+    else if (marked) s = s.ok() ? db->EndServerStatement(plan.table, true) : (db->EndServerStatement(plan.table, false), s);
     else if (!s.ok()) s = Undo(plan.table, undo, s);
     DropCache();  // what the cache holds no longer matches the file
     if (!s.ok()) *affected = 0;

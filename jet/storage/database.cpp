@@ -842,6 +842,19 @@ Status Database::ChangeServerRow(const std::string& name, const ServerChange& ch
   return Status::InvalidArgument("'" + name + "' is not linked to a server table");
 }
 
+Status Database::MarkServerStatement(const std::string& name) {
+  const CatalogEntry* link = impl_->ServerLinkNamed(this, name);
+  if (!link || !impl_->in_transaction) return Status::InvalidArgument("no statement on a linked table in a transaction");
+  impl_->server_changed = true;  // the mark begins the server's part of the transaction
+  return impl_->ServerOf(*link)->MarkStatement(*link);
+}
+
+Status Database::EndServerStatement(const std::string& name, bool keep) {
+  const CatalogEntry* link = impl_->ServerLinkNamed(this, name);
+  if (!link) return Status::InvalidArgument("'" + name + "' is not linked to a server table");
+  return impl_->ServerOf(*link)->EndStatement(*link, keep);
+}
+
 Status Database::ReadRow(const std::string& table, RowId id, Row* row) {
   if (const CatalogEntry* entry = impl_->ServerLinkNamed(this, table)) {
     ServerLink link;

@@ -326,6 +326,14 @@ TEST_F(ServerLinks, ChangesGoToTheServerInTheFilesTransaction) {
   QueryResult local;
   ASSERT_TRUE(engine->RunSql("SELECT Initials FROM tblUser_local WHERE UserID = 1", {}, &local).ok());
   EXPECT_EQ(CanonicalText(local.rows.at(0).at(0)), "XX");
+  // A statement that fails part way takes back its own changes on the
+  // server, and only those: the transaction goes on.
+  ASSERT_TRUE(engine->BeginTransaction().ok());
+  execute("UPDATE tblUser SET Initials = 'KK' WHERE UserID = 1");
+  int64_t changed = 0;
+  EXPECT_FALSE(engine->Execute("UPDATE tblUser SET Initials = IIf(UserID = 6, 'TOO LONG', 'OK')", {}, &changed).ok());
+  ASSERT_TRUE(engine->Commit().ok());
+  EXPECT_EQ(ServerSql("SELECT string_agg(\"Initials\", ',' ORDER BY \"UserID\") FROM \"tblUser\""), "KK,ZZ,DO,EB,FM\n");
 
   // Rows by their places, as a table recordset edits them: a new report
   // gets its number from the server's identity, which goes on after the

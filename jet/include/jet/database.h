@@ -160,6 +160,10 @@ class Database {
   // is its position in the link's last ListRowIds. This one changes a row
   // given by its key values instead.
   Status ChangeServerRow(const std::string& name, const ServerChange& change, Row* stored = nullptr);
+  // Around one statement's changes to an ODBC link inside the open
+  // transaction, so that a statement that fails takes back just its own.
+  Status MarkServerStatement(const std::string& name);
+  Status EndServerStatement(const std::string& name, bool keep);
 
   // Looks, cheaply, whether the file changed since this object last looked,
   // and if it did drops everything read from it: pages, catalogue entries

@@ -64,6 +64,11 @@ class ServerTables {
   // (insert; may be null) receives the row as the server keeps it, with
   // the numbers the server gave.
   virtual Status Change(const CatalogEntry& link, const TableDef& def, const ServerChange& change, Row* stored) = 0;
+  // Around one statement's changes inside a transaction: a mark before the
+  // first, and at the end either the changes kept or just they taken back,
+  // as Jet takes back a statement that fails inside a transaction.
+  virtual Status MarkStatement(const CatalogEntry& link) = 0;
+  virtual Status EndStatement(const CatalogEntry& link, bool keep) = 0;
   // Ends every server transaction the changes began.
   virtual Status Commit() = 0;
   virtual void Rollback() = 0;
