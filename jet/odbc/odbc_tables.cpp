@@ -1,11 +1,12 @@
-// Linked tables read through unixODBC. One connection per distinct connect
-// string, opened on first use and kept; a link's column list is asked for
-// once and kept until Forget.
+// Linked tables read and changed through unixODBC. One connection per
+// distinct connect string, opened on first use and kept (and made again
+// after a statement on it fails); a link's columns and row count are asked
+// for once, as a Jet file keeps its own.
 #include <strings.h>
 
-#include <cstring>
 #include <algorithm>
 #include <climits>
+#include <cstring>
 #include <map>
 #include <mutex>
 
@@ -86,12 +87,6 @@ class OdbcTables : public ServerTables {
     JET_RETURN_IF_ERROR(Connect(link, &connection));
     if (Status s = odbc::CountServerRows(*connection, link, count); !s.ok()) return Dropped(connection, Named(link, s));
     return Status::OK();
-  }
-
-  void Forget() override {
-    std::lock_guard lock(mutex_);
-    defs_.clear();
-    connections_.clear();
   }
 
   Status Change(const CatalogEntry& link, const TableDef& def, const ServerChange& change, Row* stored) override {

@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -55,8 +54,6 @@ class ServerTables {
   virtual Status OpenRows(const CatalogEntry& link, std::shared_ptr<const TableDef> def, const ServerQuery& query,
                           std::unique_ptr<TableCursor>* cursor) = 0;
   virtual Status CountRows(const CatalogEntry& link, uint64_t* count) = 0;
-  // Forgets column lists and connections, so that the next read asks again.
-  virtual void Forget() = 0;
 
   // Sends a change inside a server transaction on the link's connection,
   // begun by its first change. ReadOnly (3027) for a table without a
