@@ -16,6 +16,27 @@ struct Simple {
   Arg args[4];
 };
 
+// The simple functions that take a varying number of arguments, and how
+// many: the functions behind them read what they are given. The others take
+// exactly as many as their table entry lists (SQLite holds them to it).
+struct Arity {
+  std::string_view jet;
+  size_t least, most;
+};
+
+constexpr Arity kVaryingArity[] = {
+    {"Mid", 2, 3},     {"Mid$", 2, 3},         {"InStrRev", 2, 4},  {"FormatDateTime", 1, 2},
+    {"Replace", 3, 6}, {"StrComp", 2, 3},      {"Weekday", 1, 2},   {"DateDiff", 3, 5},
+    {"DatePart", 2, 4}, {"MonthName", 1, 2},   {"WeekdayName", 1, 3},
+};
+
+bool ArgumentCountFits(std::string_view jet, size_t count) {
+  for (const Arity& a : kVaryingArity) {
+    if (a.jet == jet) return count >= a.least && count <= a.most;
+  }
+  return true;
+}
+
 constexpr Simple kSimple[] = {
     {"Left", "jet_left", SqlType::kText, {Arg::kText, Arg::kNumber}},
     {"Left$", "jet_left", SqlType::kText, {Arg::kText, Arg::kNumber}},
@@ -290,6 +311,7 @@ Status Translator::Call(const sql::Expr& e, Scope* scope, TypedSql* out) {
   }
   for (const Simple& f : kSimple) {
     if (!WordIs(name, f.jet)) continue;
+    if (!ArgumentCountFits(f.jet, args.size())) return wrong_args();
     std::string sql = std::string(f.sqlite) + "(";
     for (size_t i = 0; i < args.size(); ++i) sql += (i ? ", " : "") + Convert(args[i], i < 4 ? f.args[i] : Arg::kAny);
     SqlType t = f.result;

@@ -153,6 +153,11 @@ TEST(MangledSql, StatementsThatOnceCrashedAreRefused) {
       // a union sorted by something that is not one of its column names
       "SELECT City FROM Customers UNION SELECT City FROM Suppliers ORDER BY 1",
       "SELECT City FROM Customers UNION SELECT City FROM Suppliers ORDER BY Len(City)",
+      // a function that takes a varying number of arguments, given too few
+      // (Mid read a second argument that was not there)
+      "SELECT Mid(CompanyName) FROM Customers",
+      "SELECT Replace(City, 'a') FROM Customers",
+      "SELECT DateDiff('d', OrderDate) FROM Orders",
   };
   for (const char* sql : statements) {
     QueryResult result;
