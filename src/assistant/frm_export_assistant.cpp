@@ -416,8 +416,11 @@ void frmExportAssistant::mnuEditEdit_Click() {
                            : query->text(0) == QStringLiteral("Parameters") ? editors_.showQueryParameters
                                                                             : nullptr;
       if (editor) {
+        const QString key = TreeView::Key(query);
         editor(queryId);
-        NodeClick(tvUserQueries, lvUserQueries, query);  // the list shows what was saved
+        // Saving may have built the tree again, so the node is found anew
+        // rather than used from before; the list shows what was saved.
+        if (QTreeWidgetItem* again = tvUserQueries->FindNode(key)) NodeClick(tvUserQueries, lvUserQueries, again);
         return;
       }
     }
