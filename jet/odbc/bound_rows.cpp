@@ -11,6 +11,8 @@ namespace {
 
 // A decimal of up to 28 digits as text, with its sign and point.
 constexpr SQLLEN kDecimalText = 64;
+// A date and time as text, with a zone and digits of a second.
+constexpr SQLLEN kDateTimeText = 48;
 // Rows a fetch: as many as fit in this many bytes, within these bounds.
 constexpr SQLLEN kBlockBytes = 1 << 20;
 constexpr SQLULEN kFewestRows = 16;
@@ -25,7 +27,9 @@ std::pair<SQLSMALLINT, SQLLEN> CForm(const ColumnDef& def) {
     case ColumnType::kLong: return {SQL_C_SBIGINT, sizeof(SQLBIGINT)};
     case ColumnType::kSingle: return {SQL_C_FLOAT, sizeof(float)};
     case ColumnType::kDouble: return {SQL_C_DOUBLE, sizeof(double)};
-    case ColumnType::kDateTime: return {SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT)};
+    // As text: reading it ourselves is several times cheaper than the
+    // driver's conversion, which is most of a large read's cost.
+    case ColumnType::kDateTime: return {SQL_C_CHAR, kDateTimeText};
     case ColumnType::kGuid: return {SQL_C_GUID, sizeof(SQLGUID)};
     case ColumnType::kDecimal:
     case ColumnType::kCurrency: return {SQL_C_CHAR, kDecimalText};
@@ -120,9 +124,7 @@ Status BoundRows::Read(size_t row, size_t column, Value* out) const {
     case ColumnType::kLong: *out = Value(b.type, static_cast<int64_t>(At<SQLBIGINT>(at))); return Status::OK();
     case ColumnType::kSingle: *out = Value(b.type, At<float>(at)); return Status::OK();
     case ColumnType::kDouble: *out = Value(b.type, At<double>(at)); return Status::OK();
-    case ColumnType::kDateTime:
-      *out = Value(b.type, DateTime{SerialFromTimestamp(At<SQL_TIMESTAMP_STRUCT>(at))});
-      return Status::OK();
+    case ColumnType::kDateTime: return DateTimeFromText(std::string_view(at, strnlen(at, b.width)), out);
     case ColumnType::kGuid: {
       Guid bytes{};
       std::memcpy(bytes.data(), at, bytes.size());  // Jet keeps a GUID in the same little-endian layout

@@ -1,5 +1,7 @@
 #include "odbc/odbc_handles.h"
 
+#include <strings.h>
+
 #include "odbc/server_values.h"
 #include "jet/text_form.h"
 #include "storage/text_codec.h"
@@ -50,6 +52,19 @@ std::string ToUtf8(const SQLWCHAR* text, size_t units) {
   std::string out;
   AppendUtf16AsUtf8(reinterpret_cast<const uint8_t*>(text), units * 2, &out);
   return out;
+}
+
+std::string DataSourceDriver(const std::string& dsn) {
+  SQLHENV env = Environment();
+  SQLCHAR name[SQL_MAX_DSN_LENGTH + 1], driver[256];
+  SQLSMALLINT name_length = 0, driver_length = 0;
+  for (SQLUSMALLINT direction = SQL_FETCH_FIRST;
+       env != SQL_NULL_HENV && Succeeded(SQLDataSources(env, direction, name, sizeof name, &name_length, driver,
+                                                        sizeof driver, &driver_length));
+       direction = SQL_FETCH_NEXT) {
+    if (strcasecmp(reinterpret_cast<const char*>(name), dsn.c_str()) == 0) return reinterpret_cast<const char*>(driver);
+  }
+  return "";
 }
 
 std::string Diagnostics(SQLSMALLINT handle_type, SQLHANDLE handle) {

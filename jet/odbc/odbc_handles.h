@@ -19,6 +19,10 @@ namespace jet::odbc {
 std::u16string ToUtf16(const std::string& utf8);
 std::string ToUtf8(const SQLWCHAR* text, size_t units);
 
+// The driver a data source (DSN) names, as the driver manager lists it;
+// empty for a name it does not know.
+std::string DataSourceDriver(const std::string& dsn);
+
 // The driver's messages for `handle`, joined; empty when it gave none.
 std::string Diagnostics(SQLSMALLINT handle_type, SQLHANDLE handle);
 

@@ -1,7 +1,8 @@
 // Linked tables read and changed through unixODBC. One connection per
 // distinct connect string, opened on first use and kept (and made again
 // after a statement on it fails); a link's columns and row count are asked
-// for once, as a Jet file keeps its own.
+// for once, as a Jet file keeps its own. PostgreSQL's rows are read through
+// its own client library where it reaches the server: it streams them.
 #include <strings.h>
 
 #include <algorithm>
@@ -17,6 +18,9 @@
 #include "odbc/odbc_handles.h"
 #include "odbc/server_cursor.h"
 #include "odbc/server_values.h"
+#include "postgres/pg_row_stream.h"
+#include "postgres/pg_session_pool.h"
+#include "postgres/pg_text_values.h"
 
 namespace jet {
 namespace {
@@ -27,11 +31,12 @@ using odbc::Statement;
 
 bool Contains(const std::string& text, const char* word) { return strcasestr(text.c_str(), word) != nullptr; }
 
-// PostgreSQL's driver, unless told otherwise: booleans as bits (Yes/No, not
-// text), and rows fetched a block at a time rather than the whole result
-// held in memory.
+// PostgreSQL's driver, named or through a data source, unless told
+// otherwise: booleans as bits (Yes/No, not text), and rows fetched a block
+// at a time rather than the whole result held in memory.
 void AddDriverDefaults(ConnectString* c) {
-  if (!Contains(c->Driver(), "PostgreSQL") && !Contains(c->Driver(), "psqlodbc")) return;
+  const std::string driver = c->Driver().empty() ? odbc::DataSourceDriver(c->DataSource()) : c->Driver();
+  if (!Contains(driver, "PostgreSQL") && !Contains(driver, "psqlodbc")) return;
   for (auto [key, value] : {std::pair{"BoolsAsChar", "0"}, {"UseDeclareFetch", "1"}, {"Fetch", "4096"}}) {
     if (!c->Get(key)) c->Set(key, value);
   }
@@ -71,9 +76,11 @@ class OdbcTables : public ServerTables {
     std::lock_guard lock(mutex_);
     std::shared_ptr<Connection> connection;
     JET_RETURN_IF_ERROR(Connect(link, &connection));
+    if (StreamFromPostgres(link, def, query, *connection, cursor)) return Status::OK();
     std::vector<size_t> selected;
     std::vector<Value> parameters;
-    const std::string sql = odbc::SelectText(*connection, link, *def, query, &selected, &parameters);
+    const std::string sql =
+        odbc::SelectText(*connection, link, *def, query, odbc::ParameterMarks::kQuestion, &selected, &parameters);
     std::unique_ptr<Statement> statement;
     JET_RETURN_IF_ERROR(Statement::Make(*connection, &statement));
     if (Status s = statement->Execute(sql, parameters); !s.ok()) return Dropped(connection, Named(link, s));
@@ -134,12 +141,22 @@ class OdbcTables : public ServerTables {
   void Rollback() override { (void)EndTransactions(false); }
 
  private:
-  // The connection for a link's connect string, with the mappings applied.
+  // The connect string the driver is given: the link's, with the mappings
+  // applied (made once: a data source's driver is looked up in its files).
+  const std::string& DriverConnect(const CatalogEntry& link) {
+    auto [it, made] = driver_connects_.try_emplace(link.connect);
+    if (made) {
+      ConnectString c = ConnectString::Parse(link.connect);
+      c.ApplyMappings(mappings_);
+      AddDriverDefaults(&c);
+      it->second = c.ForDriver();
+    }
+    return it->second;
+  }
+
+  // The connection for a link's connect string.
   Status Connect(const CatalogEntry& link, std::shared_ptr<Connection>* out) {
-    ConnectString c = ConnectString::Parse(link.connect);
-    c.ApplyMappings(mappings_);
-    AddDriverDefaults(&c);
-    const std::string text = c.ForDriver();
+    const std::string text = DriverConnect(link);
     if (auto it = connections_.find(text); it != connections_.end()) {
       *out = it->second;
       return Status::OK();
@@ -152,6 +169,33 @@ class OdbcTables : public ServerTables {
     }
     *out = connections_[text] = std::move(made);
     return Status::OK();
+  }
+
+  // A PostgreSQL link's rows through libpq, which streams them (see
+  // PgRowStream), when libpq reaches the server. Not while this process
+  // has changes on the server not yet committed: only the ODBC connection
+  // that made them sees them.
+  bool StreamFromPostgres(const CatalogEntry& link, std::shared_ptr<const TableDef> def, const ServerQuery& query,
+                          const Connection& connection, std::unique_ptr<TableCursor>* cursor) {
+    if (connection.server_name() != "PostgreSQL" || !in_transaction_.empty()) return false;
+    std::vector<size_t> selected;
+    std::vector<Value> values;
+    const std::string sql =
+        odbc::SelectText(connection, link, *def, query, odbc::ParameterMarks::kNumbered, &selected, &values);
+    std::vector<std::string> parameters(values.size());
+    std::vector<unsigned> types(values.size());
+    for (size_t i = 0; i < values.size(); ++i) {
+      if (!postgres::ParameterText(values[i], &parameters[i], &types[i])) return false;
+    }
+    const std::string connect = DriverConnect(link);
+    std::unique_ptr<postgres::PgSession> session = sessions_->Take(connect);
+    if (!session) return false;
+    auto give_back = [pool = sessions_, connect](std::unique_ptr<postgres::PgSession> s) {
+      pool->GiveBack(connect, std::move(s));
+    };
+    return postgres::PgRowStream::Open(std::move(session), std::move(def), sql, parameters, types, std::move(selected),
+                                       link.name, give_back, cursor)
+        .ok();
   }
 
   // Runs the statement `sql_for` gives (none when empty) in the link's server
@@ -226,9 +270,11 @@ class OdbcTables : public ServerTables {
 
   std::vector<OdbcMapping> mappings_;
   std::mutex mutex_;
+  std::map<std::string, std::string> driver_connects_;              // by the link's connect string
   std::map<std::string, std::shared_ptr<Connection>> connections_;  // by driver connect string
   std::map<std::string, std::shared_ptr<const TableDef>> defs_;     // by connect string and foreign name
   std::vector<std::shared_ptr<Connection>> in_transaction_;         // connections with changes not yet ended
+  std::shared_ptr<postgres::PgSessionPool> sessions_ = std::make_shared<postgres::PgSessionPool>();
 };
 
 }  // namespace

@@ -11,9 +11,13 @@
 
 namespace jet::odbc {
 
+// How a statement marks its parameters: ODBC's '?', or libpq's $1, $2...
+enum class ParameterMarks { kQuestion, kNumbered };
+
 // `selected` receives the positions in `def` of the result's columns.
 std::string SelectText(const Connection& connection, const CatalogEntry& link, const TableDef& def,
-                       const ServerQuery& query, std::vector<size_t>* selected, std::vector<Value>* parameters);
+                       const ServerQuery& query, ParameterMarks marks, std::vector<size_t>* selected,
+                       std::vector<Value>* parameters);
 
 // InvalidArgument when an update or delete has no key to find its row by.
 // `returning` asks the server to send the inserted row back (PostgreSQL's

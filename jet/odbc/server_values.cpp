@@ -128,10 +128,13 @@ Status ReadCell(SQLHSTMT stmt, SQLUSMALLINT number, ColumnType type, Value* out)
       return Status::OK();
     }
     case ColumnType::kDateTime: {
-      SQL_TIMESTAMP_STRUCT t{};
-      JET_RETURN_IF_ERROR(ReadFixed(stmt, number, SQL_C_TYPE_TIMESTAMP, &t, &null));
-      *out = null ? Value::Null(type) : Value(type, DateTime{SerialFromTimestamp(t)});
-      return Status::OK();
+      std::string text;
+      JET_RETURN_IF_ERROR(ReadLong(stmt, number, SQL_C_CHAR, &text, &null));
+      if (null) {
+        *out = Value::Null(type);
+        return Status::OK();
+      }
+      return DateTimeFromText(text, out);
     }
     case ColumnType::kGuid: {
       SQLGUID g{};
@@ -187,6 +190,68 @@ Status ExactNumberFromText(const std::string& text, ColumnType type, Value* out)
   return Status::OK();
 }
 
+namespace {
+
+// Reads `count` digits (at least one, up to `count` when `exact` is false)
+// at *at into *n.
+bool Digits(std::string_view text, size_t* at, size_t count, bool exact, int64_t* n) {
+  size_t read = 0;
+  *n = 0;
+  while (*at < text.size() && read < count && text[*at] >= '0' && text[*at] <= '9') {
+    *n = *n * 10 + (text[(*at)++] - '0');
+    ++read;
+  }
+  return exact ? read == count : read > 0;
+}
+
+bool Skip(std::string_view text, size_t* at, char c) {
+  if (*at >= text.size() || text[*at] != c) return false;
+  ++*at;
+  return true;
+}
+
+bool ReadDate(std::string_view text, size_t* at, sql::CivilDateTime* c) {
+  int64_t month = 0, day = 0;
+  if (!Digits(text, at, 6, false, &c->year) || !Skip(text, at, '-') || !Digits(text, at, 2, true, &month) ||
+      !Skip(text, at, '-') || !Digits(text, at, 2, true, &day))
+    return false;
+  c->month = static_cast<int>(month);
+  c->day = static_cast<int>(day);
+  return month >= 1 && month <= 12 && day >= 1 && day <= 31;
+}
+
+bool ReadTime(std::string_view text, size_t* at, sql::CivilDateTime* c) {
+  int64_t hour = 0, minute = 0, second = 0, ignored = 0;
+  if (!Digits(text, at, 2, true, &hour) || !Skip(text, at, ':') || !Digits(text, at, 2, true, &minute) ||
+      !Skip(text, at, ':') || !Digits(text, at, 2, true, &second))
+    return false;
+  if (Skip(text, at, '.') && !Digits(text, at, 9, false, &ignored)) return false;
+  if (*at < text.size() && (text[*at] == '+' || text[*at] == '-')) {
+    ++*at;
+    if (!Digits(text, at, 2, true, &ignored)) return false;
+    while (Skip(text, at, ':'))
+      if (!Digits(text, at, 2, true, &ignored)) return false;
+  }
+  c->hour = static_cast<int>(hour);
+  c->minute = static_cast<int>(minute);
+  c->second = static_cast<int>(second);
+  return hour < 24 && minute < 60 && second < 60;
+}
+
+}  // namespace
+
+Status DateTimeFromText(std::string_view text, Value* out) {
+  sql::CivilDateTime c;
+  size_t at = 0;
+  const bool time_only = text.size() > 2 && text[2] == ':';
+  bool read = time_only ? ReadTime(text, &at, &c) : ReadDate(text, &at, &c);
+  if (read && !time_only && Skip(text, &at, ' ')) read = ReadTime(text, &at, &c);
+  if (!read || at != text.size())
+    return Status::InvalidArgument("the server sent '" + std::string(text) + "' for a date field", 3464);
+  *out = Value(ColumnType::kDateTime, DateTime{sql::SerialFromCivil(c)});
+  return Status::OK();
+}
+
 SQL_TIMESTAMP_STRUCT TimestampFromSerial(double serial) {
   const sql::CivilDateTime c = sql::CivilFromSerial(serial);
   SQL_TIMESTAMP_STRUCT t{};
@@ -197,17 +262,6 @@ SQL_TIMESTAMP_STRUCT TimestampFromSerial(double serial) {
   t.minute = static_cast<SQLUSMALLINT>(c.minute);
   t.second = static_cast<SQLUSMALLINT>(c.second);
   return t;
-}
-
-double SerialFromTimestamp(const SQL_TIMESTAMP_STRUCT& t) {
-  sql::CivilDateTime c;
-  c.year = t.year;
-  c.month = t.month;
-  c.day = t.day;
-  c.hour = t.hour;
-  c.minute = t.minute;
-  c.second = t.second;
-  return sql::SerialFromCivil(c);
 }
 
 }  // namespace jet::odbc

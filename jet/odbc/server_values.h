@@ -6,6 +6,7 @@
 #include <sqlext.h>
 
 #include <string>
+#include <string_view>
 
 #include "jet/schema.h"
 #include "jet/status.h"
@@ -38,7 +39,15 @@ Status ReadCell(SQLHSTMT stmt, SQLUSMALLINT number, ColumnType type, Value* out)
 // a Currency out of its range.
 Status ExactNumberFromText(const std::string& text, ColumnType type, Value* out);
 
+// A Date/Time value from the text form ODBC gives every driver's date,
+// time and timestamp columns: yyyy-mm-dd, hh:mm:ss, or both with a space
+// between; digits of a second are dropped, as from the driver's own
+// timestamp, and so is a zone (+hh[:mm]) after them, the server having
+// written the time in the session's zone. Reading that text costs a
+// fraction of the driver's own conversion. 3464 for any other text
+// (PostgreSQL's 'infinity', a date BC).
+Status DateTimeFromText(std::string_view text, Value* out);
+
 SQL_TIMESTAMP_STRUCT TimestampFromSerial(double serial);
-double SerialFromTimestamp(const SQL_TIMESTAMP_STRUCT& t);
 
 }  // namespace jet::odbc

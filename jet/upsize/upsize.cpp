@@ -16,13 +16,13 @@
 #include "jet/links.h"
 #include "storage/relationships.h"
 #include "odbc/connect_string.h"
-#include "upsize/pg_session.h"
+#include "postgres/pg_session.h"
 #include "upsize/postgres_tables.h"
 
 namespace jet {
 namespace {
 
-using upsize::PgSession;
+using postgres::PgSession;
 using upsize::QuotedName;
 
 constexpr size_t kCopyChunkBytes = 1 << 20;

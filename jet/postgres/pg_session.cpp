@@ -1,11 +1,11 @@
-#include "upsize/pg_session.h"
+#include "postgres/pg_session.h"
 
 #include <libpq-fe.h>
 
 #include "jet/server_tables.h"
 #include "odbc/connect_string.h"
 
-namespace jet::upsize {
+namespace jet::postgres {
 namespace {
 
 // A libpq keyword value: quoted, with quotes and backslashes escaped.
@@ -20,7 +20,8 @@ std::string Quoted(const std::string& value) {
 
 std::string LibpqConnInfo(const std::string& connect) {
   const odbc::ConnectString c = odbc::ConnectString::Parse(connect);
-  std::string info = "connect_timeout=15 client_encoding=UTF8";
+  std::string info =
+      "connect_timeout=15 client_encoding=UTF8 options='-c DateStyle=ISO -c extra_float_digits=1 -c bytea_output=hex'";
   const std::pair<const char*, const char*> keys[] = {
       {"SERVER", "host"}, {"PORT", "port"}, {"DATABASE", "dbname"}, {"UID", "user"}, {"PWD", "password"},
       {"SSLMODE", "sslmode"}};
@@ -93,6 +94,8 @@ Status PgSession::EndCopy() {
   return status;
 }
 
+bool PgSession::usable() const { return PQstatus(conn_) == CONNECTION_OK; }
+
 std::string PgSession::Literal(const std::string& text) const {
   char* escaped = PQescapeLiteral(conn_, text.data(), text.size());
   std::string out = escaped ? escaped : "''";
@@ -100,4 +103,4 @@ std::string PgSession::Literal(const std::string& text) const {
   return out;
 }
 
-}  // namespace jet::upsize
+}  // namespace jet::postgres

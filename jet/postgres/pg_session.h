@@ -1,6 +1,8 @@
 // A PostgreSQL session through libpq, for what ODBC does slowly: bulk
-// loading rows with COPY. It is opened from the same connect string the
-// links keep, so the password comes from there, PGPASSWORD or ~/.pgpass.
+// loading rows with COPY, and streaming a large result. It is opened from
+// the same connect string the links keep, so the password comes from there,
+// PGPASSWORD or ~/.pgpass. Dates are written in ISO order and numbers as
+// exactly as they are held, whatever the server's own settings.
 #pragma once
 
 #include <memory>
@@ -10,12 +12,12 @@
 
 struct pg_conn;
 
-namespace jet::upsize {
+namespace jet::postgres {
 
 class PgSession {
  public:
   // `connect` is an ODBC connect string: SERVER, PORT, DATABASE, UID, PWD
-  // and SSLMODE are taken from it.
+  // and SSLMODE are taken from it. A data source (DSN) is not read.
   static Status Open(const std::string& connect, std::unique_ptr<PgSession>* out);
   ~PgSession();
   PgSession(const PgSession&) = delete;
@@ -31,11 +33,15 @@ class PgSession {
   Status EndCopy();
   // A string literal for SQL text.
   std::string Literal(const std::string& text) const;
+  // Whether the connection still stands (not after the server stopped).
+  bool usable() const;
+  pg_conn* handle() const { return conn_; }
+  // The session's last error, as the server or libpq says it.
+  Status Failed(const std::string& what) const;
 
  private:
   PgSession() = default;
-  Status Failed(const std::string& what) const;
   pg_conn* conn_ = nullptr;
 };
 
-}  // namespace jet::upsize
+}  // namespace jet::postgres
