@@ -17,8 +17,7 @@ std::unique_ptr<PgSession> PgSessionPool::Take(const std::string& connect) {
   }
   const odbc::ConnectString c = odbc::ConnectString::Parse(connect);
   std::unique_ptr<PgSession> session;
-  if (c.Get("SERVER").value_or("").empty() || c.Get("DATABASE").value_or("").empty() ||
-      !PgSession::Open(connect, &session).ok()) {
+  if (c.Driver().empty() || !PgSession::Open(connect, &session).ok()) {
     std::lock_guard lock(mutex_);
     unreachable_.insert(connect);
     return nullptr;

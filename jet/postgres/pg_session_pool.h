@@ -19,8 +19,9 @@ namespace jet::postgres {
 class PgSessionPool {
  public:
   // A session for the ODBC connect string `connect` (its driver mapped):
-  // an idle one, or a new one. Null when the string names no SERVER and
-  // DATABASE, or libpq cannot connect with it.
+  // an idle one, or a new one. Null when the string names a data source
+  // rather than a driver (libpq cannot read its settings), or libpq cannot
+  // connect with it.
   std::unique_ptr<PgSession> Take(const std::string& connect);
   // Keeps `session`, open on `connect`, for the next Take.
   void GiveBack(const std::string& connect, std::unique_ptr<PgSession> session);
