@@ -23,31 +23,6 @@ SQLWCHAR* Wide(std::u16string& s) { return reinterpret_cast<SQLWCHAR*>(s.data())
 
 }  // namespace
 
-std::u16string ToUtf16(const std::string& utf8) {
-  std::u16string out;
-  out.reserve(utf8.size());
-  for (size_t i = 0; i < utf8.size();) {
-    const auto b = static_cast<unsigned char>(utf8[i]);
-    const int extra = b < 0x80 ? 0 : b >= 0xF0 ? 3 : b >= 0xE0 ? 2 : b >= 0xC0 ? 1 : -1;
-    if (extra < 0 || (extra > 0 && i + extra >= utf8.size())) {
-      out.push_back(u'\uFFFD');
-      ++i;
-      continue;
-    }
-    char32_t c = extra == 0 ? b : b & (0x3F >> extra);
-    for (int k = 1; k <= extra; ++k) c = (c << 6) | (static_cast<unsigned char>(utf8[i + k]) & 0x3F);
-    i += extra + 1;
-    if (c >= 0x10000) {
-      c -= 0x10000;
-      out.push_back(static_cast<char16_t>(0xD800 + (c >> 10)));
-      out.push_back(static_cast<char16_t>(0xDC00 + (c & 0x3FF)));
-    } else {
-      out.push_back(static_cast<char16_t>(c));
-    }
-  }
-  return out;
-}
-
 std::string ToUtf8(const SQLWCHAR* text, size_t units) {
   std::string out;
   AppendUtf16AsUtf8(reinterpret_cast<const uint8_t*>(text), units * 2, &out);
@@ -89,7 +64,7 @@ Status Connection::Open(const std::string& connect, std::unique_ptr<Connection>*
     return Status::IOError("The ODBC driver manager cannot make a connection: " + Diagnostics(SQL_HANDLE_ENV, env));
   }
   SQLSetConnectAttr(c->dbc_, SQL_ATTR_LOGIN_TIMEOUT, reinterpret_cast<SQLPOINTER>(15), 0);
-  std::u16string text = ToUtf16(connect);
+  std::u16string text = Utf8ToUtf16(connect);
   SQLSMALLINT made = 0;
   SQLRETURN rc = SQLDriverConnectW(c->dbc_, nullptr, Wide(text), static_cast<SQLSMALLINT>(text.size()), nullptr, 0,
                                    &made, SQL_DRIVER_NOPROMPT);
@@ -191,7 +166,7 @@ Status Statement::Bind(const std::vector<Value>& parameters) {
                             b.bytes.data(), b.indicator, &b.indicator);
     } else {
       // Text, and Decimal and Currency in their exact decimal text.
-      b.text = ToUtf16(v.get_if<std::string>() ? *v.get_if<std::string>() : CanonicalText(v));
+      b.text = Utf8ToUtf16(v.get_if<std::string>() ? *v.get_if<std::string>() : CanonicalText(v));
       b.indicator = static_cast<SQLLEN>(b.text.size() * 2);
       const SQLSMALLINT type = v.get_if<std::string>() ? SQL_WLONGVARCHAR : SQL_NUMERIC;
       rc = SQLBindParameter(stmt_, n, SQL_PARAM_INPUT, SQL_C_WCHAR, type, std::max<size_t>(b.text.size(), 1), 0,
@@ -206,7 +181,7 @@ Status Statement::Execute(const std::string& sql, const std::vector<Value>& para
   SQLFreeStmt(stmt_, SQL_CLOSE);
   SQLFreeStmt(stmt_, SQL_RESET_PARAMS);
   JET_RETURN_IF_ERROR(Bind(parameters));
-  std::u16string text = ToUtf16(sql);
+  std::u16string text = Utf8ToUtf16(sql);
   SQLRETURN rc = SQLExecDirectW(stmt_, Wide(text), static_cast<SQLINTEGER>(text.size()));
   if (rc == SQL_NO_DATA) return Status::OK();  // a change that touched no row
   return Succeeded(rc) ? Status::OK() : Failed(rc, "the server refused " + sql);

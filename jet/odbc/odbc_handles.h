@@ -16,7 +16,6 @@
 
 namespace jet::odbc {
 
-std::u16string ToUtf16(const std::string& utf8);
 std::string ToUtf8(const SQLWCHAR* text, size_t units);
 
 // The driver a data source (DSN) names, as the driver manager lists it;

@@ -1,5 +1,7 @@
 #include "odbc/server_catalog.h"
 
+#include "storage/text_codec.h"
+
 #include "odbc/server_values.h"
 
 namespace jet::odbc {
@@ -45,8 +47,8 @@ Status ReadPrimaryKey(Connection& connection, const CatalogEntry& link, TableDef
   std::unique_ptr<Statement> statement;
   JET_RETURN_IF_ERROR(Statement::Make(connection, &statement));
   const size_t dot = link.foreign_name.rfind('.');
-  std::u16string schema = ToUtf16(dot == std::string::npos ? "" : link.foreign_name.substr(0, dot));
-  std::u16string table = ToUtf16(dot == std::string::npos ? link.foreign_name : link.foreign_name.substr(dot + 1));
+  std::u16string schema = Utf8ToUtf16(dot == std::string::npos ? "" : link.foreign_name.substr(0, dot));
+  std::u16string table = Utf8ToUtf16(dot == std::string::npos ? link.foreign_name : link.foreign_name.substr(dot + 1));
   auto wide = [](std::u16string& s) { return reinterpret_cast<SQLWCHAR*>(s.data()); };
   SQLRETURN rc = SQLPrimaryKeysW(statement->handle(), nullptr, 0, schema.empty() ? nullptr : wide(schema),
                                  static_cast<SQLSMALLINT>(schema.size()), wide(table),

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "storage/row_decoder.h"
+#include "storage/text_codec.h"
 
 namespace jet {
 namespace {
@@ -24,34 +25,6 @@ template <typename T>
 std::vector<uint8_t> Raw(T v) {
   std::vector<uint8_t> out(sizeof v);
   std::memcpy(out.data(), &v, sizeof v);  // the file is little-endian, as is every host we build for
-  return out;
-}
-
-// UTF-8 into UTF-16 code units; invalid sequences become U+FFFD.
-std::u16string Utf16(const std::string& s) {
-  std::u16string out;
-  for (size_t i = 0; i < s.size();) {
-    const uint8_t c = s[i];
-    uint32_t cp = 0xFFFD;
-    size_t n = 1;
-    if (c < 0x80) {
-      cp = c;
-    } else if ((c >> 5) == 6 && i + 1 < s.size()) {
-      cp = ((c & 0x1F) << 6) | (s[i + 1] & 0x3F), n = 2;
-    } else if ((c >> 4) == 14 && i + 2 < s.size()) {
-      cp = ((c & 0x0F) << 12) | ((s[i + 1] & 0x3F) << 6) | (s[i + 2] & 0x3F), n = 3;
-    } else if ((c >> 3) == 30 && i + 3 < s.size()) {
-      cp = ((c & 0x07) << 18) | ((s[i + 1] & 0x3F) << 12) | ((s[i + 2] & 0x3F) << 6) | (s[i + 3] & 0x3F), n = 4;
-    }
-    i += n;
-    if (cp >= 0x10000) {
-      cp -= 0x10000;
-      out.push_back(static_cast<char16_t>(0xD800 + (cp >> 10)));
-      out.push_back(static_cast<char16_t>(0xDC00 + (cp & 0x3FF)));
-    } else {
-      out.push_back(static_cast<char16_t>(cp));
-    }
-  }
   return out;
 }
 
@@ -140,7 +113,7 @@ Status EncodeField(const ColumnDef& column, const Value& value, FieldBytes* out)
       return Status::OK();
     case ColumnType::kText: {
       if (!std::holds_alternative<std::string>(value.data())) return WrongType(column);
-      const std::u16string units = Utf16(value.as_text());
+      const std::u16string units = Utf8ToUtf16(value.as_text());
       if (units.size() * 2 > column.size) return TooLong(column);
       std::vector<uint8_t> bytes = Jet4Text(units, column.compressed_unicode);
       // A fixed-length text column is padded with spaces to its width.
@@ -170,7 +143,7 @@ Status LongValueBytes(const ColumnDef& column, const Value& value, std::vector<u
     if (!std::holds_alternative<std::string>(value.data())) return WrongType(column);
     // Access picks the storage form by the uncompressed length and never
     // compresses a chain; plain UCS-2 is always right.
-    *out = Jet4Text(Utf16(value.as_text()), false);
+    *out = Jet4Text(Utf8ToUtf16(value.as_text()), false);
     return Status::OK();
   }
   if (!std::holds_alternative<Bytes>(value.data())) return WrongType(column);

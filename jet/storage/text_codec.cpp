@@ -45,6 +45,33 @@ void AppendUtf16AsUtf8(const uint8_t* data, size_t length, std::string* out) {
   }
 }
 
+std::u16string Utf8ToUtf16(const std::string& s) {
+  std::u16string out;
+  for (size_t i = 0; i < s.size();) {
+    const uint8_t c = s[i];
+    uint32_t cp = 0xFFFD;
+    size_t n = 1;
+    if (c < 0x80) {
+      cp = c;
+    } else if ((c >> 5) == 6 && i + 1 < s.size()) {
+      cp = ((c & 0x1F) << 6) | (s[i + 1] & 0x3F), n = 2;
+    } else if ((c >> 4) == 14 && i + 2 < s.size()) {
+      cp = ((c & 0x0F) << 12) | ((s[i + 1] & 0x3F) << 6) | (s[i + 2] & 0x3F), n = 3;
+    } else if ((c >> 3) == 30 && i + 3 < s.size()) {
+      cp = ((c & 0x07) << 18) | ((s[i + 1] & 0x3F) << 12) | ((s[i + 2] & 0x3F) << 6) | (s[i + 3] & 0x3F), n = 4;
+    }
+    i += n;
+    if (cp >= 0x10000) {
+      cp -= 0x10000;
+      out.push_back(static_cast<char16_t>(0xD800 + (cp >> 10)));
+      out.push_back(static_cast<char16_t>(0xDC00 + (cp & 0x3FF)));
+    } else {
+      out.push_back(static_cast<char16_t>(cp));
+    }
+  }
+  return out;
+}
+
 std::string DecodeJet4Text(const uint8_t* data, size_t length) {
   std::string out;
   out.reserve(length);

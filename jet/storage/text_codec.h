@@ -12,6 +12,8 @@ namespace jet {
 
 // UTF-16LE code units -> UTF-8 (unpaired surrogates become U+FFFD).
 void AppendUtf16AsUtf8(const uint8_t* data, size_t length, std::string* out);
+// UTF-8 -> UTF-16 code units (invalid sequences become U+FFFD).
+std::u16string Utf8ToUtf16(const std::string& utf8);
 
 // Jet 4 text: plain UCS-2, or compressed when it starts with FF FE (runs of
 // one-byte characters and two-byte characters, switched by a 0x00 byte).
