@@ -13,6 +13,7 @@
 #include <QThread>
 #include <csignal>
 
+#include "batch_job.h"
 #include "macro_template.h"
 #include "platform/dao/dao.h"
 #include "platform/excel/application.h"
@@ -20,11 +21,7 @@
 
 namespace {
 
-struct Result {
-  int status = -1;
-  QString out;
-  QString err;
-};
+using Result = BatchResult;
 
 class BatchRunTest : public ::testing::Test {
  protected:
@@ -41,28 +38,17 @@ class BatchRunTest : public ::testing::Test {
   }
   QString Path(const QString& name) const { return temp_.filePath(name); }
 
-  // The program with these arguments, in the temporary folder, as cron
-  // starts a job: nothing in the environment but HOME (a folder of the
-  // test's own, so also its settings) and a short PATH; no display, no
-  // runtime folder, no session.
+  // The program with these arguments, in the temporary folder, as a batch job.
   Result Tabulon(const QStringList& arguments) const {
     QProcess process;
     Start(process, arguments);
     return Finish(process);
   }
   void Start(QProcess& process, const QStringList& arguments) const {
-    QProcessEnvironment environment;
-    environment.insert(QStringLiteral("HOME"), temp_.filePath(QStringLiteral("home")));
-    environment.insert(QStringLiteral("PATH"), QStringLiteral("/usr/bin:/bin"));
-    process.setProcessEnvironment(environment);
-    process.setWorkingDirectory(temp_.path());
-    process.start(QStringLiteral(TABULON_PROGRAM), arguments);
+    StartBatchJob(process, QStringLiteral(TABULON_PROGRAM), arguments, temp_.filePath(QStringLiteral("home")),
+                  temp_.path());
   }
-  static Result Finish(QProcess& process) {
-    EXPECT_TRUE(process.waitForFinished(180000));
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-  }
+  static Result Finish(QProcess& process) { return FinishBatchJob(process); }
 
   void RecordDatabase(const QString& path) const {
     QDir().mkpath(temp_.filePath(QStringLiteral("home/.config/Varnel Technologies")));

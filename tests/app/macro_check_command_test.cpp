@@ -8,17 +8,14 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include "batch_job.h"
 #include "platform/dao/dao.h"
 #include "macro_template.h"
 #include "platform/excel/application.h"
 
 namespace {
 
-struct Result {
-  int status = -1;
-  QString out;
-  QString err;
-};
+using Result = BatchResult;
 
 const QString kFormatting = QStringLiteral(
     "Sub FormatBlock()\n"
@@ -62,16 +59,8 @@ class MacroCheckCommandTest : public ::testing::Test {
   }
 
   Result Tabulon(const QStringList& arguments) const {
-    QProcess process;
-    QProcessEnvironment environment;
-    environment.insert(QStringLiteral("HOME"), temp_.filePath(QStringLiteral("home")));
-    environment.insert(QStringLiteral("PATH"), QStringLiteral("/usr/bin:/bin"));
-    process.setProcessEnvironment(environment);
-    process.setWorkingDirectory(temp_.path());
-    process.start(QStringLiteral(TABULON_PROGRAM), arguments + QStringList{QStringLiteral("--database"), database_});
-    EXPECT_TRUE(process.waitForFinished(180000));
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
+    return RunBatchJob(QStringLiteral(TABULON_PROGRAM), arguments + QStringList{QStringLiteral("--database"), database_},
+                       temp_.filePath(QStringLiteral("home")), temp_.path());
   }
   Result CheckEffort() const { return Tabulon({QStringLiteral("--check-macros"), QStringLiteral("Effort")}); }
   Result RunEffort() const {

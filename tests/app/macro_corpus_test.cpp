@@ -27,6 +27,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "batch_job.h"
 #include "biff_cell_format.h"
 #include "biff_sheet_view.h"
 #include "export/bas_exporter.h"
@@ -382,16 +383,11 @@ class MacroCorpusTest : public ExporterTest {
 
   // `tabulon --run` as cron starts it: HOME and PATH alone, no display.
   Batch RunInBatch(const QString& report, const QString& file) const {
-    QProcess process;
-    QProcessEnvironment environment;
-    environment.insert(QStringLiteral("HOME"), Path(QStringLiteral("home")));
-    environment.insert(QStringLiteral("PATH"), QStringLiteral("/usr/bin:/bin"));
-    process.setProcessEnvironment(environment);
-    process.setWorkingDirectory(temp_.path());
-    process.start(QStringLiteral(TABULON_PROGRAM), {QStringLiteral("--run"), report, QStringLiteral("--output"), file,
-                                                    QStringLiteral("--database"), database_});
-    EXPECT_TRUE(process.waitForFinished(180000));
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardError())};
+    const BatchResult run = RunBatchJob(QStringLiteral(TABULON_PROGRAM),
+                                        {QStringLiteral("--run"), report, QStringLiteral("--output"), file,
+                                         QStringLiteral("--database"), database_},
+                                        Path(QStringLiteral("home")), temp_.path());
+    return {run.status, run.err};
   }
 
   QString database_;

@@ -9,16 +9,13 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include "batch_job.h"
 #include "postgres_server.h"
 #include "xls_reader.h"
 
 namespace {
 
-struct Result {
-  int status = -1;
-  QString out;
-  QString err;
-};
+using Result = BatchResult;
 
 class ServerReports : public ::testing::Test {
  protected:
@@ -32,16 +29,7 @@ class ServerReports : public ::testing::Test {
   }
 
   Result Run(const QString& program, const QStringList& arguments) const {
-    QProcess process;
-    QProcessEnvironment environment;
-    environment.insert(QStringLiteral("HOME"), temp_.filePath(QStringLiteral("home")));
-    environment.insert(QStringLiteral("PATH"), QStringLiteral("/usr/bin:/bin"));
-    process.setProcessEnvironment(environment);
-    process.setWorkingDirectory(temp_.path());
-    process.start(program, arguments);
-    EXPECT_TRUE(process.waitForFinished(300000));
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
+    return RunBatchJob(program, arguments, temp_.filePath(QStringLiteral("home")), temp_.path(), 300000);
   }
 
   // Every report of the sample into its own workbook, each read back.
