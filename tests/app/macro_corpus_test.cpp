@@ -6,8 +6,7 @@
 //
 // Idioms the office does not run right, left out here: charts (a column
 // chart comes out as horizontal bars with its data copied in, Charts.Add
-// and Shapes.AddChart do not exist), conditional formats (no
-// FormatConditions), footer codes (&P is kept as text), PrintTitleRows
+// and Shapes.AddChart do not exist), footer codes (&P is kept as text), PrintTitleRows
 // (ignored), a copied sheet's name ("Data_2", not "Data (2)"), a border of
 // Weight xlMedium (saved as thick), Borders.LineStyle = xlContinuous on all
 // edges at once (no line drawn), Err.Number for a missing sheet (1, not 9),
@@ -281,6 +280,28 @@ const Idiom kIdioms[] = {
        EXPECT_EQ(s.Text(5, 6), QStringLiteral("marked"));
        EXPECT_EQ(s.Text(6, 6), QStringLiteral("marked")) << "named with its workbook and module";
        EXPECT_EQ(s.Number(4, 7), 42);
+     }},
+    {"ConditionalFormat",
+     "    Range(\"C5:C60\").Select\n"
+     "    Selection.FormatConditions.Add Type:=xlCellValue, Operator:=xlGreater, _\n"
+     "        Formula1:=\"=100\"\n"
+     "    Selection.FormatConditions(Selection.FormatConditions.Count).SetFirstPriority\n"
+     "    With Selection.FormatConditions(1).Font\n        .Color = -16383844\n        .TintAndShade = 0\n    End With\n"
+     "    With Selection.FormatConditions(1).Interior\n        .PatternColorIndex = xlAutomatic\n"
+     "        .Color = 13551615\n        .TintAndShade = 0\n    End With\n"
+     "    Selection.FormatConditions(1).StopIfTrue = False\n",
+     [](const Sheet& s) {
+       const auto format = s.Records().First(biff::kCondFmt);
+       ASSERT_TRUE(format);
+       EXPECT_EQ(format->U16(4), 4);  // rows 5 to 60, column C, counted from 0
+       EXPECT_EQ(format->U16(6), 59);
+       EXPECT_EQ(format->U16(8), 2);
+       EXPECT_EQ(format->U16(10), 2);
+       const QList<biff::Record> conditions = s.Records().All(biff::kCf);
+       ASSERT_EQ(conditions.size(), 1);
+       EXPECT_EQ(uint8_t(conditions[0].data[0]), 1) << "on the cell's value";
+       EXPECT_EQ(uint8_t(conditions[0].data[1]), 5) << "greater than";
+       EXPECT_EQ(conditions[0].data.right(3), QByteArray("\x1E\x64\x00", 3)) << "the number 100";
      }},
     {"Value2",
      "  Dim x\n  Application.ScreenUpdating = False\n  ThisWorkbook.Worksheets(\"Value2\").Range(\"F5\").Value2 = Range(\"C5\").Value2\n"

@@ -20,6 +20,8 @@ constexpr uint16_t kName = 0x0018;
 constexpr uint16_t kAutoFilterInfo = 0x009D;
 constexpr uint16_t kAutoFilter = 0x009E;
 constexpr uint16_t kRow = 0x0208;
+constexpr uint16_t kCondFmt = 0x01B0;  // a conditional format's cells
+constexpr uint16_t kCf = 0x01B1;       // one of its conditions
 
 struct Record {
   uint16_t id = 0;

@@ -95,6 +95,25 @@ Sub FormatHeader()
     Sheets("Summary").Range("A5").Value = "formatted"
 End Sub
 
+Sub HighlightLargeAmounts()
+    Range("B5:B24").Select
+    Selection.FormatConditions.Delete
+    Selection.FormatConditions.Add Type:=xlCellValue, Operator:=xlGreater, _
+        Formula1:="=20"
+    Selection.FormatConditions(Selection.FormatConditions.Count).SetFirstPriority
+    With Selection.FormatConditions(1).Font
+        .Color = -16383844
+        .TintAndShade = 0
+    End With
+    With Selection.FormatConditions(1).Interior
+        .PatternColorIndex = xlAutomatic
+        .Color = 13551615
+        .TintAndShade = 0
+    End With
+    Selection.FormatConditions(1).StopIfTrue = False
+    Range("A1").Select
+End Sub
+
 Sub SortByIdAgain()
     ActiveSheet.Sort.SortFields.Clear
     ActiveSheet.Sort.SortFields.Add2 Key:=Range("A5"), SortOn:=xlSortOnValues, Order:=xlAscending, DataOption _
@@ -132,6 +151,18 @@ QString MakeTemplate(excel::Application& app, const OutputFolder& folder) {
     data.Cells(5 + r, 5).SetValue(rows[r].amount / 2);
   }
   book.AddCodeModule(QStringLiteral("Recorded"), QString::fromLatin1(kRecordedModule));
+  // What the office made of the conditional format, through its own API.
+  book.AddCodeModule(QStringLiteral("Probe"), QStringLiteral(
+      "Sub ProbeConditions()\n"
+      "    Dim entries As Object, style As Object\n"
+      "    entries = ThisComponent.Sheets.getByName(\"Data\").getCellRangeByName(\"B5:B24\").ConditionalFormat\n"
+      "    Sheets(\"Summary\").Range(\"A7\").Value = entries.Count\n"
+      "    Sheets(\"Summary\").Range(\"B7\").Value = CLng(entries.getByIndex(0).Operator)\n"
+      "    Sheets(\"Summary\").Range(\"C7\").Value = \"'\" & entries.getByIndex(0).Formula1\n"
+      "    style = ThisComponent.StyleFamilies.getByName(\"CellStyles\").getByName(entries.getByIndex(0).StyleName)\n"
+      "    Sheets(\"Summary\").Range(\"D7\").Value = style.CharColor\n"
+      "    Sheets(\"Summary\").Range(\"E7\").Value = style.CellBackColor\n"
+      "End Sub\n"));
   // What a translation writes compiles where every variable must be declared.
   book.AddCodeModule(QStringLiteral("Strict"), QStringLiteral("Option Explicit\n"
                                                               "Sub StrictRead()\n"
@@ -157,7 +188,7 @@ TEST(MacroTranslations, RecorderOutputRunsAsInExcelFromTheLoadedCopyOnly) {
   auto data = book.Worksheets().Item(QStringLiteral("Data"));
   auto summary = book.Worksheets().Item(QStringLiteral("Summary"));
   for (const char* macro : {"StrictRead", "PageSetupBlock", "PrintProgress", "Values2", "MarkLastCell", "FormatHeader",
-                            "SortByRegionThenAmount"})
+                            "SortByRegionThenAmount", "HighlightLargeAmounts", "ProbeConditions"})
     EXPECT_EQ(ErrorNumberOf([&] { app->Run(QString::fromLatin1(macro)); }), 0) << macro;
 
   EXPECT_NE(ErrorNumberOf([&] { app->Run(QStringLiteral("PrintMissingSheet")); }), 0)
@@ -192,6 +223,14 @@ TEST(MacroTranslations, RecorderOutputRunsAsInExcelFromTheLoadedCopyOnly) {
   EXPECT_EQ(ErrorNumberOf([&] { app->Run(QStringLiteral("SortByIdAgain")); }), 0);
   for (int r = 0; r < int(rows.size()); ++r) EXPECT_EQ(data.Cells(5 + r, 1).Value(), QVariant(rows[r].id)) << r;
 
+  // Amounts over 20 in Excel's "Light Red Fill with Dark Red Text": one
+  // condition, greater than 20, dark red (156, 0, 6) on light red (255, 199, 206).
+  EXPECT_EQ(summary.Cells(7, 1).Value(), QVariant(1.0));
+  EXPECT_EQ(summary.Cells(7, 2).Value(), QVariant(3.0)) << "the office's GREATER";
+  EXPECT_EQ(summary.Cells(7, 3).Value(), QVariant(QStringLiteral("20")));
+  EXPECT_EQ(summary.Cells(7, 4).Value(), QVariant(double(0x9C0006)));
+  EXPECT_EQ(summary.Cells(7, 5).Value(), QVariant(double(0xFFC7CE)));
+
   // The font block ran to its end: bold, and Text 1 of Excel's theme is black.
   EXPECT_EQ(summary.Cells(5, 1).Value(), QVariant(QStringLiteral("formatted")));
   EXPECT_EQ(data.Cells(4, 1).FontColorIndex(), 1);
@@ -200,6 +239,13 @@ TEST(MacroTranslations, RecorderOutputRunsAsInExcelFromTheLoadedCopyOnly) {
   book.Close();
   const biff::Workbook saved = biff::Read(output);
   EXPECT_TRUE(biff::FormatOf(saved, saved.Sheet(QStringLiteral("Data")), 4, 1).bold);
+  // As Excel reads the file: a cell-value condition, greater than (5), of
+  // the formula 20 (tInt 20), on the amounts.
+  const QList<biff::Record> conditions = saved.Sheet(QStringLiteral("Data")).All(biff::kCf);
+  ASSERT_EQ(conditions.size(), 1);
+  EXPECT_EQ(uint8_t(conditions[0].data[0]), 1);
+  EXPECT_EQ(uint8_t(conditions[0].data[1]), 5);
+  EXPECT_EQ(conditions[0].data.right(3), QByteArray("\x1E\x14\x00", 3));
 
   EXPECT_EQ(Digest(template_file), template_digest) << "the template file is never rewritten";
   // The saved workbook carries the macros as the template has them, not as
@@ -212,7 +258,7 @@ TEST(MacroTranslations, RecorderOutputRunsAsInExcelFromTheLoadedCopyOnly) {
     while (source.endsWith(QLatin1Char('\n'))) source.chop(1);
     return source.toStdString();
   };
-  for (const char* module : {"Recorded", "Strict"}) EXPECT_EQ(text(as_saved, module), text(as_template, module));
+  for (const char* module : {"Recorded", "Strict", "Probe"}) EXPECT_EQ(text(as_saved, module), text(as_template, module));
   as_saved.Close();
   as_template.Close();
 }

@@ -290,3 +290,62 @@ TEST(MacroTranslations, RecorderFontBlockThemePropertiesMeanTheDefaultTheme) {
   EXPECT_EQ(out[20], recorded[20]) << "no font name says the body font is meant";
   EXPECT_EQ(out[21], recorded[21]) << "part of a one-line If";
 }
+
+TEST(MacroTranslations, RecorderConditionalFormatIsOneCallMakingTheOfficesOwn) {
+  const QStringList recorded = {
+      "    Selection.FormatConditions.Delete",
+      "    Selection.FormatConditions.Add Type:=xlCellValue, Operator:=xlGreater, _",
+      "        Formula1:=\"=20\"",
+      "    Selection.FormatConditions(Selection.FormatConditions.Count).SetFirstPriority",
+      "    With Selection.FormatConditions(1).Font",
+      "        .Color = -16383844",
+      "        .TintAndShade = 0",
+      "    End With",
+      "    With Selection.FormatConditions(1).Interior",
+      "        .PatternColorIndex = xlAutomatic",
+      "        .Color = 13551615",
+      "        .TintAndShade = 0",
+      "    End With",
+      "    Selection.FormatConditions(1).StopIfTrue = False",
+      "    MsgBox \"done\"",
+  };
+  const QString out = excel::FormatConditionsAsConditionalFormats(Lines(recorded));
+  const QStringList lines = Split(out);
+  EXPECT_EQ(lines[0], "    Tabulon_ClearConditions Selection");
+  EXPECT_EQ(lines[1], "    Tabulon_AddCondition Selection, 1, 5, \"=20\", \"\", True, -16383844, Empty, Empty, 13551615");
+  for (int i = 2; i < 14; ++i) EXPECT_EQ(lines[i].trimmed(), "") << i;
+  EXPECT_EQ(lines[14], "    MsgBox \"done\"") << "the block ends where its statements do";
+  // The routines come after the module's own lines, once.
+  EXPECT_EQ(out.count(QStringLiteral("Private Sub Tabulon_AddCondition(")), 1);
+  EXPECT_TRUE(out.indexOf(QStringLiteral("Private Sub Tabulon_AddCondition(")) > out.indexOf(QStringLiteral("MsgBox")));
+
+  // A formula condition by position, on a named range, with bold text.
+  const QString expression = Lines({"Range(\"A5:E24\").FormatConditions.Add xlExpression, , \"=$B5>$E5\"",
+                                    "Range(\"A5:E24\").FormatConditions(Range(\"A5:E24\").FormatConditions.Count).SetFirstPriority",
+                                    "With Range(\"A5:E24\").FormatConditions(1).Font",
+                                    ".Bold = True",
+                                    "End With"});
+  EXPECT_EQ(Split(excel::FormatConditionsAsConditionalFormats(expression))[0].toStdString(),
+            "Tabulon_AddCondition Range(\"A5:E24\"), 2, 0, \"=$B5>$E5\", \"\", True, Empty, True, Empty, Empty");
+
+  // What the office's conditional formats cannot say as Excel does stays for
+  // the macro check: another sheet in the formula, colours by index, the
+  // theme's colours.
+  const auto untouched = [](const QStringList& lines) {
+    return excel::FormatConditionsAsConditionalFormats(Lines(lines)) == Lines(lines);
+  };
+  QStringList block(recorded.begin() + 1, recorded.end() - 1);
+  for (const auto& [line, text] : std::vector<std::pair<int, const char*>>{
+           {1, "        Formula1:=\"=Limits!$A$1\""},
+           {4, "        .ColorIndex = 3"},
+           {9, "        .ThemeColor = xlThemeColorAccent2"}}) {
+    QStringList other = block;
+    other[line] = QString::fromLatin1(text);
+    EXPECT_TRUE(untouched(other)) << text;
+  }
+  EXPECT_TRUE(untouched({"Selection.FormatConditions.AddColorScale ColorScaleType:=3"}));
+  QStringList other_range = block;
+  other_range[7] = "    With Range(\"B5\").FormatConditions(1).Interior";
+  const QStringList kept = Split(excel::FormatConditionsAsConditionalFormats(Lines(other_range)));
+  for (int i = 7; i < 12; ++i) EXPECT_EQ(kept[i], other_range[i]) << "not the new condition's block: " << i;
+}
