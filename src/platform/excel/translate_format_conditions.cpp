@@ -261,14 +261,6 @@ QString AddConditionCall(const Condition& c) {
       .arg(c.fill);
 }
 
-// The spaces and tabs a line starts with.
-QString IndentOf(const SourceLine& line) {
-  const QString code = line.Code();
-  qsizetype n = 0;
-  while (n < code.size() && (code[n] == QLatin1Char(' ') || code[n] == QLatin1Char('\t'))) ++n;
-  return code.left(n);
-}
-
 }  // namespace
 
 QString FormatConditionsAsConditionalFormats(const QString& source) {
@@ -277,7 +269,7 @@ QString FormatConditionsAsConditionalFormats(const QString& source) {
   bool translated = false;
   for (std::size_t i = 0; i < statements.size(); ++i) {
     SourceLine& first = lines[statements[i].first];
-    const QString indent = IndentOf(first);
+    const QString indent = first.Indent();
     if (const auto cleared = ConditionsOf(statements[i], "", R"(\s*\.\s*Delete\s*$)")) {
       BlankStatement(lines, statements[i]);
       first.SetCode(indent + QStringLiteral("Tabulon_ClearConditions ") + *cleared);

@@ -14,11 +14,13 @@ std::vector<UnsupportedCall> MakeTable() {
             "A run has nobody to answer it, and the office has no Application.InputBox: read the value or the "
             "range's address from a cell of the template instead."),
       Entry("Charts.Add / ActiveChart", R"(\bCharts\s*\.\s*Add\b|\bActiveChart\b)",
-            "There are no chart sheets and no active chart: add the chart to the sheet with "
-            "ActiveSheet.ChartObjects.Add(Left, Top, Width, Height).Chart, then .SetSourceData and .ChartType on it."),
+            "There are no chart sheets and no active chart: make the chart as Excel's recorder does, "
+            "ActiveSheet.Shapes.AddChart2(201, xlColumnClustered).Select then ActiveChart.SetSourceData "
+            "Source:=Range(\"A4:E24\"), with nothing more on ActiveChart; Tabulon draws that chart itself."),
       Entry("Shapes.AddChart", R"(\.\s*AddChart2?\b)",
-            "Use ActiveSheet.ChartObjects.Add(Left, Top, Width, Height).Chart, then .SetSourceData and .ChartType on "
-            "it."),
+            "Make the chart as Excel's recorder does, ActiveSheet.Shapes.AddChart2(201, xlColumnClustered).Select "
+            "then ActiveChart.SetSourceData Source:=Range(\"A4:E24\"), of a column, bar, line, pie or area type, "
+            "with nothing more on ActiveChart."),
       Entry("FormatConditions", R"(\.\s*FormatConditions\b)",
             "Colour the cells from the macro: For Each c In Range(...): If c.Value > 20 Then c.Interior.Color = "
             "RGB(255, 199, 206): Next."),

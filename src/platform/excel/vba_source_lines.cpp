@@ -68,11 +68,13 @@ void SourceLine::SetCode(const QString& code) {
   MaskLine(*this, goes_on);
 }
 
-void SourceLine::BlankCode() {
+QString SourceLine::Indent() const {
   qsizetype indent = 0;
   while (indent < comment_at && text[indent].isSpace()) ++indent;
-  SetCode(text.left(indent));
+  return text.left(indent);
 }
+
+void SourceLine::BlankCode() { SetCode(Indent()); }
 
 SourceLines SplitSource(const QString& source) {
   SourceLines lines;

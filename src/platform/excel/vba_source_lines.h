@@ -24,6 +24,8 @@ struct SourceLine {
   bool Continues() const;
   // Replaces the code, keeping the comment.
   void SetCode(const QString& code);
+  // The spaces the code starts with.
+  QString Indent() const;
   // The line keeps only its indent and its comment.
   void BlankCode();
 };

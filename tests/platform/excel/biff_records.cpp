@@ -105,17 +105,20 @@ class CompoundFile {
   QList<uint32_t> fat_;
 };
 
-// The records of one substream, from its BOF at `offset` to its EOF.
+// The records of one substream, from its BOF at `offset` to its EOF; a
+// chart on a sheet is a substream within the sheet's, kept among its records.
 QList<Record> ReadSubstream(const QByteArray& stream, qsizetype offset) {
   if (U16At(stream, offset) != kBof) Fail("substream does not start with BOF");
   QList<Record> records;
+  int depth = 0;
   while (offset + 4 <= stream.size()) {
     Record record{U16At(stream, offset), {}};
     const uint16_t length = U16At(stream, offset + 2);
     record.data = stream.mid(offset + 4, length);
     offset += 4 + length;
     records << record;
-    if (record.id == kEof) return records;
+    if (record.id == kBof) ++depth;
+    if (record.id == kEof && --depth == 0) return records;
   }
   Fail("substream without EOF");
 }

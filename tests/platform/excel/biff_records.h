@@ -20,8 +20,11 @@ constexpr uint16_t kName = 0x0018;
 constexpr uint16_t kAutoFilterInfo = 0x009D;
 constexpr uint16_t kAutoFilter = 0x009E;
 constexpr uint16_t kRow = 0x0208;
-constexpr uint16_t kCondFmt = 0x01B0;  // a conditional format's cells
-constexpr uint16_t kCf = 0x01B1;       // one of its conditions
+constexpr uint16_t kChartSeries = 0x1003;  // one series of a chart on the sheet
+constexpr uint16_t kChartBar = 0x1017;     // a bar or column chart group
+constexpr uint16_t kChartLine = 0x1018;    // a line chart group
+constexpr uint16_t kCondFmt = 0x01B0;      // a conditional format's cells
+constexpr uint16_t kCf = 0x01B1;           // one of its conditions
 
 struct Record {
   uint16_t id = 0;

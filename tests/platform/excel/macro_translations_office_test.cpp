@@ -114,6 +114,20 @@ Sub HighlightLargeAmounts()
     Range("A1").Select
 End Sub
 
+Sub ChartScoresByRegion()
+    Range("D4:E24").Select
+    ActiveSheet.Shapes.AddChart2(201, xlColumnClustered).Select
+    ActiveChart.SetSourceData Source:=Range("Data!$D$4:$E$24")
+    Range("A1").Select
+End Sub
+
+Sub ChartIdsAndAmountsOnSummary()
+    Charts.Add
+    ActiveChart.ChartType = xlLine
+    ActiveChart.SetSourceData Source:=Sheets("Data").Range("A4:B24"), PlotBy:=xlColumns
+    ActiveChart.Location Where:=xlLocationAsObject, Name:="Summary"
+End Sub
+
 Sub SortByIdAgain()
     ActiveSheet.Sort.SortFields.Clear
     ActiveSheet.Sort.SortFields.Add2 Key:=Range("A5"), SortOn:=xlSortOnValues, Order:=xlAscending, DataOption _
@@ -162,6 +176,26 @@ QString MakeTemplate(excel::Application& app, const OutputFolder& folder) {
       "    style = ThisComponent.StyleFamilies.getByName(\"CellStyles\").getByName(entries.getByIndex(0).StyleName)\n"
       "    Sheets(\"Summary\").Range(\"D7\").Value = style.CharColor\n"
       "    Sheets(\"Summary\").Range(\"E7\").Value = style.CellBackColor\n"
+      "End Sub\n"
+      "Sub ProbeCharts()\n"
+      "    Dim chart As Object, ranges As Variant\n"
+      "    chart = ThisComponent.Sheets.getByName(\"Data\").Charts.getByIndex(0).EmbeddedObject\n"
+      "    ranges = ThisComponent.Sheets.getByName(\"Data\").Charts.getByIndex(0).Ranges\n"
+      "    With Sheets(\"Summary\")\n"
+      "        .Range(\"A8\").Value = chart.Diagram.DiagramType\n"
+      "        .Range(\"B8\").Value = chart.Diagram.Vertical\n"
+      "        .Range(\"C8\").Value = ranges(0).StartColumn & \":\" & ranges(0).StartRow & \":\" & ranges(0).EndColumn & \":\" & ranges(0).EndRow\n"
+      "        .Range(\"D8\").Value = chart.Data.RowDescriptions(0)\n"
+      "        .Range(\"E8\").Value = chart.Data.ColumnDescriptions(0)\n"
+      "        .Range(\"F8\").Value = UBound(chart.Data.RowDescriptions) + 1\n"
+      "    End With\n"
+      "    With chart.FirstDiagram.CoordinateSystems(0)\n"
+      "        Sheets(\"Summary\").Range(\"G8\").Value = .ChartTypes(0).DataSeries(0).DataSequences(0).Values.SourceRangeRepresentation\n"
+      "        Sheets(\"Summary\").Range(\"H8\").Value = .getAxisByDimension(0, 0).ScaleData.Categories.Values.SourceRangeRepresentation\n"
+      "    End With\n"
+      "    chart = ThisComponent.Sheets.getByName(\"Summary\").Charts.getByIndex(0).EmbeddedObject\n"
+      "    Sheets(\"Summary\").Range(\"A9\").Value = chart.Diagram.DiagramType\n"
+      "    Sheets(\"Summary\").Range(\"B9\").Value = UBound(chart.Data.ColumnDescriptions) + 1\n"
       "End Sub\n"));
   // What a translation writes compiles where every variable must be declared.
   book.AddCodeModule(QStringLiteral("Strict"), QStringLiteral("Option Explicit\n"
@@ -223,6 +257,24 @@ TEST(MacroTranslations, RecorderOutputRunsAsInExcelFromTheLoadedCopyOnly) {
   EXPECT_EQ(ErrorNumberOf([&] { app->Run(QStringLiteral("SortByIdAgain")); }), 0);
   for (int r = 0; r < int(rows.size()); ++r) EXPECT_EQ(data.Cells(5 + r, 1).Value(), QVariant(rows[r].id)) << r;
 
+  // Charts as Excel draws them: columns of each region's score, the regions
+  // as categories, the scores' header naming the series, linked to the
+  // cells; the 2003 recorder's chart, moved onto Summary, a line for each
+  // numeric column (a number column gives no categories in Excel).
+  for (const char* macro : {"ChartScoresByRegion", "ChartIdsAndAmountsOnSummary", "ProbeCharts"})
+    EXPECT_EQ(ErrorNumberOf([&] { app->Run(QString::fromLatin1(macro)); }), 0) << macro;
+  EXPECT_EQ(summary.Cells(8, 1).Value(), QVariant(QStringLiteral("com.sun.star.chart.BarDiagram")));
+  EXPECT_EQ(summary.Cells(8, 2).Value(), QVariant(false)) << "columns, not bars";
+  EXPECT_EQ(summary.Cells(8, 3).Value(), QVariant(QStringLiteral("3:3:4:23"))) << "D4:E24";
+  EXPECT_EQ(summary.Cells(8, 4).Value(), QVariant(rows[0].region));
+  EXPECT_EQ(summary.Cells(8, 5).Value(), QVariant(QStringLiteral("Score")));
+  EXPECT_EQ(summary.Cells(8, 6).Value(), QVariant(20.0));
+  // The chart reads the cells, not a copy of them.
+  EXPECT_EQ(summary.Cells(8, 7).Value(), QVariant(QStringLiteral("$Data.$E$5:$E$24")));
+  EXPECT_EQ(summary.Cells(8, 8).Value(), QVariant(QStringLiteral("$Data.$D$5:$D$24")));
+  EXPECT_EQ(summary.Cells(9, 1).Value(), QVariant(QStringLiteral("com.sun.star.chart.LineDiagram")));
+  EXPECT_EQ(summary.Cells(9, 2).Value(), QVariant(2.0));
+
   // Amounts over 20 in Excel's "Light Red Fill with Dark Red Text": one
   // condition, greater than 20, dark red (156, 0, 6) on light red (255, 199, 206).
   EXPECT_EQ(summary.Cells(7, 1).Value(), QVariant(1.0));
@@ -246,6 +298,14 @@ TEST(MacroTranslations, RecorderOutputRunsAsInExcelFromTheLoadedCopyOnly) {
   EXPECT_EQ(uint8_t(conditions[0].data[0]), 1);
   EXPECT_EQ(uint8_t(conditions[0].data[1]), 5);
   EXPECT_EQ(conditions[0].data.right(3), QByteArray("\x1E\x14\x00", 3));
+  // The charts as Excel reads them: columns (a bar group not turned on its
+  // side) with one series on Data, lines with two on Summary.
+  const auto bars = saved.Sheet(QStringLiteral("Data")).All(biff::kChartBar);
+  ASSERT_EQ(bars.size(), 1);
+  EXPECT_EQ(bars[0].U16(4) & 1, 0) << "not horizontal";
+  EXPECT_EQ(saved.Sheet(QStringLiteral("Data")).All(biff::kChartSeries).size(), 1);
+  EXPECT_EQ(saved.Sheet(QStringLiteral("Summary")).All(biff::kChartLine).size(), 1);
+  EXPECT_EQ(saved.Sheet(QStringLiteral("Summary")).All(biff::kChartSeries).size(), 2);
 
   EXPECT_EQ(Digest(template_file), template_digest) << "the template file is never rewritten";
   // The saved workbook carries the macros as the template has them, not as

@@ -349,3 +349,42 @@ TEST(MacroTranslations, RecorderConditionalFormatIsOneCallMakingTheOfficesOwn) {
   const QStringList kept = Split(excel::FormatConditionsAsConditionalFormats(Lines(other_range)));
   for (int i = 7; i < 12; ++i) EXPECT_EQ(kept[i], other_range[i]) << "not the new condition's block: " << i;
 }
+
+TEST(MacroTranslations, RecorderChartsAreOneCallMakingTheOfficesOwnChart) {
+  const auto translated = [](const QStringList& lines) { return Split(excel::ChartsAsTheOfficesOwn(Lines(lines))); };
+  // Excel 2013 and later.
+  QStringList out = translated({"    Range(\"D4:E24\").Select",
+                                "    ActiveSheet.Shapes.AddChart2(201, xlColumnClustered).Select",
+                                "    ActiveChart.SetSourceData Source:=Range(\"Data!$D$4:$E$24\")",
+                                "    Range(\"A1\").Select"});
+  EXPECT_EQ(out[1], "    Tabulon_AddChart ActiveSheet, Range(\"Data!$D$4:$E$24\"), 51, 0");
+  EXPECT_EQ(out[2].trimmed(), "");
+  EXPECT_EQ(out[3], "    Range(\"A1\").Select");
+  EXPECT_EQ(out.filter(QStringLiteral("Private Sub Tabulon_AddChart(")).size(), 1);
+  // Excel 2007 and 2010: the type comes as its own statement.
+  out = translated({"ActiveSheet.Shapes.AddChart.Select", "ActiveChart.ChartType = xlLine",
+                    "ActiveChart.SetSourceData Source:=Range(\"A4:B24\")"});
+  EXPECT_EQ(out[0], "Tabulon_AddChart ActiveSheet, Range(\"A4:B24\"), 4, 0");
+  // Excel 2003: a chart sheet, then moved onto a sheet.
+  const QStringList charts_add = {"Charts.Add", "ActiveChart.ChartType = xlBarClustered",
+                                  "ActiveChart.SetSourceData Source:=Sheets(\"Data\").Range(\"A4:B24\"), _",
+                                  "    PlotBy:=xlColumns",
+                                  "ActiveChart.Location Where:=xlLocationAsObject, Name:=\"Summary\""};
+  out = translated(charts_add);
+  EXPECT_EQ(out[0], "Tabulon_AddChart Sheets(\"Summary\"), Sheets(\"Data\").Range(\"A4:B24\"), 57, 2");
+  for (int i = 1; i < 5; ++i) EXPECT_EQ(out[i].trimmed(), "") << i;
+
+  // Left to the macro check: a chart sheet, anything more on ActiveChart, a
+  // type without a counterpart, a place of its own, no data.
+  const auto untouched = [](const QStringList& lines) {
+    return excel::ChartsAsTheOfficesOwn(Lines(lines)) == Lines(lines);
+  };
+  EXPECT_TRUE(untouched(charts_add.mid(0, 4)));
+  EXPECT_TRUE(untouched({"ActiveSheet.Shapes.AddChart2(201, xlColumnClustered).Select",
+                         "ActiveChart.SetSourceData Source:=Range(\"A4:B24\")", "ActiveChart.HasTitle = True"}));
+  EXPECT_TRUE(untouched({"ActiveSheet.Shapes.AddChart2(317, xlRadar).Select",
+                         "ActiveChart.SetSourceData Source:=Range(\"A4:B24\")"}));
+  EXPECT_TRUE(untouched({"ActiveSheet.Shapes.AddChart(xlLine, 10, 10, 300, 200).Select",
+                         "ActiveChart.SetSourceData Source:=Range(\"A4:B24\")"}));
+  EXPECT_TRUE(untouched({"ActiveSheet.Shapes.AddChart2(201, xlColumnClustered).Select"}));
+}
