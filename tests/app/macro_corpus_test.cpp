@@ -115,12 +115,18 @@ const Idiom kIdioms[] = {
     {"Borders",
      "  With Range(\"A4:E4\").Borders(xlEdgeBottom)\n    .LineStyle = xlContinuous\n    .Weight = xlThick\n  End With\n"
      "  Range(\"A5:E5\").Borders(xlEdgeBottom).LineStyle = xlContinuous\n"
-     "  Range(\"G9\").Borders(xlEdgeBottom).Weight = xlThick\n  Range(\"G8:G9\").Borders(xlEdgeBottom).LineStyle = xlContinuous\n",
+     "  Range(\"G9\").Borders(xlEdgeBottom).Weight = xlThick\n  Range(\"G8:G9\").Borders(xlEdgeBottom).LineStyle = xlContinuous\n"
+     "  Range(\"H12\").Borders(xlEdgeBottom).Weight = xlThick\n"
+     "  Range(\"G12:I12\").Borders(xlEdgeBottom).LineStyle = xlContinuous\n",
      [](const Sheet& s) {
        EXPECT_EQ(s.Format(4, 3).bottom_border, 5) << "thick";
        EXPECT_EQ(s.Format(5, 3).bottom_border, 1) << "a continuous line is thin";
        EXPECT_EQ(s.Format(6, 3).bottom_border, 0);
        EXPECT_EQ(s.Format(9, 7).bottom_border, 5) << "a line keeps its weight";
+       // Along an edge with a line in one cell only: that one keeps its weight.
+       EXPECT_EQ(s.Format(12, 7).bottom_border, 1);
+       EXPECT_EQ(s.Format(12, 8).bottom_border, 5);
+       EXPECT_EQ(s.Format(12, 9).bottom_border, 1);
      }},
     {"NumberFormats",
      "  Range(\"C5\", Cells(Rows.Count, 3).End(xlUp)).NumberFormat = \"#,##0.00\"\n"

@@ -164,7 +164,7 @@ TEST(MacroTranslations, ARangeFromAnAddressToARangeHasTwoRangeCorners) {
 }
 
 TEST(MacroTranslations, AContinuousEdgeWithoutALineIsDrawnThin) {
-  const QStringList out = Split(excel::ContinuousBordersDrawn(Lines({
+  const QString out = excel::ContinuousBordersDrawn(Lines({
       "Selection.Borders(xlEdgeBottom).LineStyle = xlContinuous",
       "With Range(\"A4:E4\").Borders(xlEdgeTop)",
       "    .LineStyle = 1",
@@ -173,14 +173,20 @@ TEST(MacroTranslations, AContinuousEdgeWithoutALineIsDrawnThin) {
       "Range(\"A1:B2\").Borders.LineStyle = xlContinuous",
       "If x Then Cells(1, 1).Borders(xlEdgeLeft).LineStyle = xlContinuous",
       "Cells(1, 1).Borders(xlEdgeLeft).LineStyle = xlDash",
-  })));
-  EXPECT_EQ(out[0], "Selection.Borders(xlEdgeBottom).LineStyle = xlContinuous: If Selection.Borders(xlEdgeBottom).Weight "
-                    "= xlThin Then Selection.Borders(xlEdgeBottom).Weight = xlThin");
-  EXPECT_EQ(out[2], "    .LineStyle = 1: If .Weight = xlThin Then .Weight = xlThin");
-  EXPECT_EQ(out[3], "    .Weight = xlThick") << "a weight set afterwards still wins";
-  EXPECT_EQ(out[5], "Range(\"A1:B2\").Borders.LineStyle = xlContinuous") << "the collection reads no weight when its edges differ";
-  EXPECT_EQ(out[6], "If x Then Cells(1, 1).Borders(xlEdgeLeft).LineStyle = xlContinuous");
-  EXPECT_EQ(out[7], "Cells(1, 1).Borders(xlEdgeLeft).LineStyle = xlDash");
+      "With .Range(\"B2\").Borders(xlEdgeTop)",
+      "    .LineStyle = xlContinuous",
+      "End With",
+  }));
+  const QStringList lines = Split(out);
+  // Each cell along the edge: a thin line where it has none, its own weight kept.
+  EXPECT_EQ(lines[0], "Tabulon_DrawEdge Selection, xlEdgeBottom");
+  EXPECT_EQ(lines[2], "    Tabulon_DrawEdge Range(\"A4:E4\"), xlEdgeTop");
+  EXPECT_EQ(lines[3], "    .Weight = xlThick") << "a weight set afterwards still wins";
+  EXPECT_EQ(lines[5], "Range(\"A1:B2\").Borders.LineStyle = xlContinuous") << "every edge at once is not one edge";
+  EXPECT_EQ(lines[6], "If x Then Cells(1, 1).Borders(xlEdgeLeft).LineStyle = xlContinuous");
+  EXPECT_EQ(lines[7], "Cells(1, 1).Borders(xlEdgeLeft).LineStyle = xlDash");
+  EXPECT_EQ(lines[9], "    .LineStyle = xlContinuous") << "the outer With's range cannot be named inside this one";
+  EXPECT_EQ(out.count(QStringLiteral("Private Sub Tabulon_DrawEdge(")), 1);
 }
 
 TEST(MacroTranslations, RecorderSortBlockIsOneRangeSortOnItsApplyLine) {
