@@ -1,6 +1,6 @@
 // What the macro work costs a run: a template of 20 modules of Excel 2007+
-// recorder output (a sort block, a page-setup block, a font block, Value2,
-// Debug.Print), loaded from its file as a report run loads it. Timed: the
+// recorder output (a sort block, a page-setup block, a font block, a
+// conditional format, a chart, Value2, Debug.Print), loaded from its file as a report run loads it. Timed: the
 // first macro run, which rewrites the loaded copy's modules first, against
 // the same macro run again (no rewrite); the rewrite of the sources alone;
 // and the macro check of the whole template.
@@ -44,6 +44,15 @@ QString RecorderModule(int n) {
              "        .TintAndShade = 0\n"
              "        .Bold = True\n"
              "    End With\n"
+             "    Range(\"B5:B24\").Select\n"
+             "    Selection.FormatConditions.Add Type:=xlCellValue, Operator:=xlGreater, Formula1:=\"=100\"\n"
+             "    Selection.FormatConditions(Selection.FormatConditions.Count).SetFirstPriority\n"
+             "    With Selection.FormatConditions(1).Interior\n"
+             "        .Color = 13551615\n"
+             "    End With\n"
+             "    ActiveSheet.Shapes.AddChart2(201, xlColumnClustered).Select\n"
+             "    ActiveChart.SetSourceData Source:=Range(\"Data!$A$4:$B$24\")\n"
+             "    Range(\"A4:E4\").Borders(xlEdgeBottom).LineStyle = xlContinuous\n"
              "    Range(\"G1\").Value2 = Range(\"B5\").Value2\n"
              "    Debug.Print \"done %1\"\n"
              "End Sub\n"
