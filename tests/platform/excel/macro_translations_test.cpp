@@ -394,3 +394,20 @@ TEST(MacroTranslations, RecorderChartsAreOneCallMakingTheOfficesOwnChart) {
                          "ActiveChart.SetSourceData Source:=Range(\"A4:B24\")"}));
   EXPECT_TRUE(untouched({"ActiveSheet.Shapes.AddChart2(201, xlColumnClustered).Select"}));
 }
+
+TEST(MacroTranslations, ASheetCopiedWithinTheWorkbookIsMadeByARoutineNamingItAsExcelDoes) {
+  const QString out = excel::SheetCopiesNamedAsExcelNamesThem(Lines({
+      "  Sheets(\"Data\").Copy After:=Sheets(Sheets.Count)",
+      "  ActiveWorkbook.Worksheets(1).Copy Before:=Sheets(\"Summary\")",
+      "  Range(\"A1:B2\").Copy Destination:=Range(\"D1\")",
+      "  Sheets(\"Data\").Copy",
+      "  If x Then Sheets(\"Data\").Copy After:=Sheets(1)",
+  }));
+  const QStringList lines = Split(out);
+  EXPECT_EQ(lines[0], "  Tabulon_CopySheet Sheets(\"Data\"), Empty, Sheets(Sheets.Count)");
+  EXPECT_EQ(lines[1], "  Tabulon_CopySheet ActiveWorkbook.Worksheets(1), Sheets(\"Summary\"), Empty");
+  EXPECT_EQ(lines[2], "  Range(\"A1:B2\").Copy Destination:=Range(\"D1\")") << "a range's copy";
+  EXPECT_EQ(lines[3], "  Sheets(\"Data\").Copy") << "into a new workbook";
+  EXPECT_EQ(lines[4], "  If x Then Sheets(\"Data\").Copy After:=Sheets(1)");
+  EXPECT_EQ(out.count(QStringLiteral("Private Sub Tabulon_CopySheet(")), 1);
+}
