@@ -7,8 +7,9 @@
 // Left out here: charts, since freexl lists no sheets of a workbook with
 // one (the recorder's charts are read back in the office's translation
 // test; ChartObjects.Add still draws a column chart as bars, with its data
-// copied in), and idioms the office does not run right: footer codes (&P
-// is kept as text), PrintTitleRows (ignored), a border of Weight xlMedium
+// copied in), and idioms the office does not run right: PrintTitleRows
+// (ignored), header and footer codes among font codes (kept as text), a
+// border of Weight xlMedium
 // (saved as thick), Borders.LineStyle = xlContinuous on all edges at once
 // (no line drawn), Err.Number for a missing sheet (1, not 9), a VLookup
 // miss (no error raised), Range("A1", t) with t a String holding an
@@ -205,9 +206,15 @@ const Idiom kIdioms[] = {
     {"PageSetup",
      "  With ActiveSheet.PageSetup\n    .Orientation = xlLandscape\n    .PrintArea = \"$A$1:$E$30\"\n"
      "    .CenterHeader = \"Weekly catch\"\n    .Zoom = False\n    .FitToPagesWide = 1\n    .FitToPagesTall = False\n"
+     "    .CenterFooter = \"Page &P of &N\"\n"
+     "    .RightFooter = \"&A, &D &T, &F && more\"\n"
      "  End With\n",
      [](const Sheet& s) {
        ExpectLandscapeOnePageWide(s);
+       static const QRegularExpression font(QStringLiteral(R"(&"[^"]*"|&\d+)"));
+       EXPECT_EQ(QString(biff::PageSetupOf(s.Records()).footer).remove(font),
+                 QStringLiteral("&CPage &P of &N&R&A, &D &T, &F && more"))
+           << "the page number and count, the sheet, date, time and file as Excel's codes, not as text";
        EXPECT_TRUE(biff::DefinedNames(s.records).contains(QStringLiteral("PageSetup!Print_Area")));
      }},
     {"RecorderPageSetup",

@@ -16,6 +16,8 @@ QString LastCellFromUsedRange(const QString& source);
 QString SortObjectToRangeSort(const QString& source);
 QString RangeCornersAsRanges(const QString& source);
 QString ContinuousBordersDrawn(const QString& source);
+// Header and footer codes &P, &N, &D, &T, &F, &A as the office's fields.
+QString HeaderFooterCodesAsFields(const QString& source);
 // Sheet.Copy Before/After: the copy named "Data (2)", as Excel names it.
 QString SheetCopiesNamedAsExcelNamesThem(const QString& source);
 // Shapes.AddChart2, AddChart and Charts.Add with SetSourceData as the office's own chart.

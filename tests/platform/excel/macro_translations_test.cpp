@@ -411,3 +411,28 @@ TEST(MacroTranslations, ASheetCopiedWithinTheWorkbookIsMadeByARoutineNamingItAsE
   EXPECT_EQ(lines[4], "  If x Then Sheets(\"Data\").Copy After:=Sheets(1)");
   EXPECT_EQ(out.count(QStringLiteral("Private Sub Tabulon_CopySheet(")), 1);
 }
+
+TEST(MacroTranslations, PageNumbersAndTheOtherHeaderCodesBecomeFields) {
+  const QString out = excel::HeaderFooterCodesAsFields(Lines({
+      "    With ActiveSheet.PageSetup",
+      "        .CenterFooter = \"Page &P of &N\"",
+      "        .leftheader = \"&A, printed &D &T && filed as &F\"",
+      "        .RightHeader = \"&\"\"Arial,Bold\"\"&12Survey &P\"",
+      "        .RightFooter = \"Weekly catch\"",
+      "        .LeftFooter = title & \" &P\"",
+      "    End With",
+      "    Sheets(\"Data\").PageSetup.RightFooter = \"&p\"",
+      "    With .PageSetup",
+      "        .CenterFooter = \"&P\"",
+      "    End With",
+  }));
+  const QStringList lines = Split(out);
+  EXPECT_EQ(lines[1], "        Tabulon_HeaderFooter ActiveSheet, \"CenterFooter\", \"Page &P of &N\"");
+  EXPECT_EQ(lines[2], "        Tabulon_HeaderFooter ActiveSheet, \"LeftHeader\", \"&A, printed &D &T && filed as &F\"");
+  EXPECT_EQ(lines[3], "        .RightHeader = \"&\"\"Arial,Bold\"\"&12Survey &P\"") << "font codes: left as written";
+  EXPECT_EQ(lines[4], "        .RightFooter = \"Weekly catch\"") << "no codes: the office writes it as Excel does";
+  EXPECT_EQ(lines[5], "        .LeftFooter = title & \" &P\"") << "not one literal";
+  EXPECT_EQ(lines[7], "    Tabulon_HeaderFooter Sheets(\"Data\"), \"RightFooter\", \"&p\"");
+  EXPECT_EQ(lines[9], "        .CenterFooter = \"&P\"") << "the outer With's sheet cannot be named inside this one";
+  EXPECT_EQ(out.count(QStringLiteral("Private Sub Tabulon_HeaderFooter(")), 1);
+}
