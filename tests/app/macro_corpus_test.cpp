@@ -7,9 +7,8 @@
 // Left out here: charts, since freexl lists no sheets of a workbook with
 // one (the recorder's charts are read back in the office's translation
 // test; ChartObjects.Add still draws a column chart as bars, with its data
-// copied in), and idioms the office does not run right: PrintTitleRows
-// (ignored), header and footer codes among font codes (kept as text), a
-// border of Weight xlMedium
+// copied in), and idioms the office does not run right: header and footer
+// codes among font codes (kept as text), a border of Weight xlMedium
 // (saved as thick), Borders.LineStyle = xlContinuous on all edges at once
 // (no line drawn), Err.Number for a missing sheet (1, not 9), a VLookup
 // miss (no error raised), Range("A1", t) with t a String holding an
@@ -208,6 +207,7 @@ const Idiom kIdioms[] = {
      "    .CenterHeader = \"Weekly catch\"\n    .Zoom = False\n    .FitToPagesWide = 1\n    .FitToPagesTall = False\n"
      "    .CenterFooter = \"Page &P of &N\"\n"
      "    .RightFooter = \"&A, &D &T, &F && more\"\n"
+     "    .PrintTitleRows = \"$4:$4\"\n"
      "  End With\n",
      [](const Sheet& s) {
        ExpectLandscapeOnePageWide(s);
@@ -216,6 +216,8 @@ const Idiom kIdioms[] = {
                  QStringLiteral("&CPage &P of &N&R&A, &D &T, &F && more"))
            << "the page number and count, the sheet, date, time and file as Excel's codes, not as text";
        EXPECT_TRUE(biff::DefinedNames(s.records).contains(QStringLiteral("PageSetup!Print_Area")));
+       EXPECT_TRUE(biff::DefinedNames(s.records).contains(QStringLiteral("PageSetup!Print_Titles")))
+           << biff::DefinedNames(s.records).join(QLatin1Char(' ')).toStdString();
      }},
     {"RecorderPageSetup",
      "    Application.PrintCommunication = False\n    With ActiveSheet.PageSetup\n        .PrintTitleRows = \"\"\n"

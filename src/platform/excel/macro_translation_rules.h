@@ -16,6 +16,8 @@ QString LastCellFromUsedRange(const QString& source);
 QString SortObjectToRangeSort(const QString& source);
 QString RangeCornersAsRanges(const QString& source);
 QString ContinuousBordersDrawn(const QString& source);
+// PrintTitleRows as the sheet's own title rows.
+QString PrintTitleRowsSet(const QString& source);
 // Header and footer codes &P, &N, &D, &T, &F, &A as the office's fields.
 QString HeaderFooterCodesAsFields(const QString& source);
 // Sheet.Copy Before/After: the copy named "Data (2)", as Excel names it.

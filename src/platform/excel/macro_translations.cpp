@@ -11,6 +11,7 @@ const std::vector<MacroSourceRule>& MacroTranslations() {
       {"Range.Value2 is Range.Value where that comes out the same", Value2AsValue},
       {"SpecialCells(xlCellTypeLastCell) is the used range's last cell", LastCellFromUsedRange},
       {"the Worksheet.Sort block is one Range.Sort", SortObjectToRangeSort},
+      {"PageSetup.PrintTitleRows are the rows printed on every page", PrintTitleRowsSet},
       {"&P, &N and the other header and footer codes are the page's fields", HeaderFooterCodesAsFields},
       {"a sheet copied within the workbook is named \"Data (2)\"", SheetCopiesNamedAsExcelNamesThem},
       {"Shapes.AddChart2, AddChart and Charts.Add with SetSourceData are the office's chart of that type",

@@ -7,9 +7,8 @@
 // codes, which it saves as Excel's codes again. Text with other codes (fonts,
 // sizes, bold, pictures) or made up of more than one literal is left as
 // written.
-#include <vector>
-
 #include "platform/excel/macro_translation_rules.h"
+#include "platform/excel/page_setup_assignments.h"
 #include "platform/excel/vba_source_lines.h"
 
 namespace excel {
@@ -86,46 +85,21 @@ bool HasOnlyFieldCodes(const QString& literal) {
 }  // namespace
 
 QString HeaderFooterCodesAsFields(const QString& source) {
-  static const QString kPart = QStringLiteral(R"(((?:Left|Center|Right)(?:Header|Footer))\s*=\s*(\S.*?)\s*$)");
-  static const QRegularExpression alone =
-      VbaPattern(QStringLiteral(R"(^\s*([^\s.:][^:]*?)\s*\.\s*PageSetup\s*\.\s*%1)").arg(kPart));
-  static const QRegularExpression in_block = VbaPattern(QStringLiteral(R"(^\s*\.\s*%1)").arg(kPart));
-  static const QRegularExpression with_start = VbaPattern(QStringLiteral(R"(^\s*With\s+\S)"));
-  static const QRegularExpression with_page_setup =
-      VbaPattern(QStringLiteral(R"(^\s*With\s+([^\s.][^:]*?)\s*\.\s*PageSetup\s*$)"));
-  static const QRegularExpression with_end = VbaPattern(QStringLiteral(R"(^\s*End\s+With\b)"));
   SourceLines lines = SplitSource(source);
-  std::vector<QString> sheets;  // the open With blocks' sheets, innermost last; empty for other blocks
   bool translated = false;
-  for (const LogicalLine& statement : LogicalLines(lines)) {
-    if (statement.first != statement.last) continue;
-    QString sheet, part, text;
-    const auto code_of = [&](const QRegularExpressionMatch& m, int n) {
-      return statement.code.mid(m.capturedStart(n), m.capturedLength(n));
-    };
-    if (const auto m = with_page_setup.match(statement.mask); m.hasMatch()) {
-      sheets.push_back(code_of(m, 1));
-    } else if (with_start.match(statement.mask).hasMatch()) {
-      sheets.emplace_back();
-    } else if (with_end.match(statement.mask).hasMatch()) {
-      if (!sheets.empty()) sheets.pop_back();
-    } else if (const auto m = alone.match(statement.mask); m.hasMatch()) {
-      sheet = code_of(m, 1), part = m.captured(2), text = code_of(m, 3);
-    } else if (const auto m = in_block.match(statement.mask); m.hasMatch() && !sheets.empty()) {
-      sheet = sheets.back(), part = m.captured(1), text = code_of(m, 2);
-    }
-    if (sheet.isEmpty() || !HasOnlyFieldCodes(text)) continue;
+  ForEachPageSetupAssignment(lines, QStringLiteral("(?:Left|Center|Right)(?:Header|Footer)"),
+                             [&](const PageSetupAssignment& a, SourceLine& line) {
+    if (!HasOnlyFieldCodes(a.value)) return;
     // The part's name as the routine reads it, whatever case it was written in.
-    const QString side = part.left(part.size() - 6).toLower();
-    const QString canonical = (side == QLatin1String("left") ? QStringLiteral("Left")
-                               : side == QLatin1String("center") ? QStringLiteral("Center")
-                                                                  : QStringLiteral("Right")) +
-                              (part.endsWith(QLatin1String("header"), Qt::CaseInsensitive) ? QStringLiteral("Header")
-                                                                                            : QStringLiteral("Footer"));
-    lines[statement.first].SetCode(lines[statement.first].Indent() +
-                                   QStringLiteral("Tabulon_HeaderFooter %1, \"%2\", %3").arg(sheet, canonical, text));
+    const QString side = a.property.left(a.property.size() - 6).toLower();
+    const QString part = (side == QLatin1String("left") ? QStringLiteral("Left")
+                          : side == QLatin1String("center") ? QStringLiteral("Center")
+                                                             : QStringLiteral("Right")) +
+                         (a.property.endsWith(QLatin1String("header"), Qt::CaseInsensitive) ? QStringLiteral("Header")
+                                                                                             : QStringLiteral("Footer"));
+    line.SetCode(line.Indent() + QStringLiteral("Tabulon_HeaderFooter %1, \"%2\", %3").arg(a.sheet, part, a.value));
     translated = true;
-  }
+  });
   QString out = JoinSource(lines);
   if (translated) out += QString::fromLatin1(kHeaderFooterRoutines);
   return out;

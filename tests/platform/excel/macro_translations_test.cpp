@@ -412,7 +412,7 @@ TEST(MacroTranslations, ASheetCopiedWithinTheWorkbookIsMadeByARoutineNamingItAsE
   EXPECT_EQ(out.count(QStringLiteral("Private Sub Tabulon_CopySheet(")), 1);
 }
 
-TEST(MacroTranslations, PageNumbersAndTheOtherHeaderCodesBecomeFields) {
+TEST(MacroTranslations, PageNumbersInHeadersAndTitleRowsAreSetAsTheOfficeKeepsThem) {
   const QString out = excel::HeaderFooterCodesAsFields(Lines({
       "    With ActiveSheet.PageSetup",
       "        .CenterFooter = \"Page &P of &N\"",
@@ -435,4 +435,12 @@ TEST(MacroTranslations, PageNumbersAndTheOtherHeaderCodesBecomeFields) {
   EXPECT_EQ(lines[7], "    Tabulon_HeaderFooter Sheets(\"Data\"), \"RightFooter\", \"&p\"");
   EXPECT_EQ(lines[9], "        .CenterFooter = \"&P\"") << "the outer With's sheet cannot be named inside this one";
   EXPECT_EQ(out.count(QStringLiteral("Private Sub Tabulon_HeaderFooter(")), 1);
+
+  // Title rows, which the office's PageSetup takes and ignores.
+  const QStringList titles = Split(excel::PrintTitleRowsSet(Lines({
+      "With Worksheets(\"Data\").PageSetup", "  .PrintTitleRows = \"$1:$4\"", "End With",
+      "ActiveSheet.PageSetup.PrintTitleRows = \"\"", "x = ActiveSheet.PageSetup.PrintTitleRows"})));
+  EXPECT_EQ(titles[1], "  Tabulon_PrintTitleRows Worksheets(\"Data\"), \"$1:$4\"");
+  EXPECT_EQ(titles[3], "Tabulon_PrintTitleRows ActiveSheet, \"\"");
+  EXPECT_EQ(titles[4], "x = ActiveSheet.PageSetup.PrintTitleRows") << "read, not set";
 }
