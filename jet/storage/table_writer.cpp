@@ -12,6 +12,7 @@
 #include "storage/page_room.h"
 #include "storage/page_rows.h"
 #include "storage/row_decoder.h"
+#include "storage/row_storage_check.h"
 #include "storage/row_encoder.h"
 #include "storage/usage_map.h"
 #include "storage/usage_map_writer.h"
@@ -535,6 +536,7 @@ Status Writer::State(const std::shared_ptr<const TableLayout>& layout, TableStat
   // indexes cannot be loaded leaves no half-made state behind for Commit.
   auto found = tables_.find(layout->def->tdef_page);
   if (found == tables_.end()) {
+    JET_RETURN_IF_ERROR(CheckRowStorage(*layout->def));
     auto t = std::make_unique<TableState>();
     t->layout = layout;
     std::vector<uint8_t> tdef;
