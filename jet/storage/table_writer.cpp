@@ -536,7 +536,7 @@ Status Writer::State(const std::shared_ptr<const TableLayout>& layout, TableStat
   // indexes cannot be loaded leaves no half-made state behind for Commit.
   auto found = tables_.find(layout->def->tdef_page);
   if (found == tables_.end()) {
-    JET_RETURN_IF_ERROR(CheckRowStorage(*layout->def));
+    JET_RETURN_IF_ERROR(CheckRowStorage(*layout));
     auto t = std::make_unique<TableState>();
     t->layout = layout;
     std::vector<uint8_t> tdef;

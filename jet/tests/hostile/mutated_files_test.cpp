@@ -124,57 +124,85 @@ TEST(DamagedFiles, HostileInputsAreAnsweredNotFatal) {
   EXPECT_GE(files, 3);
 }
 
-// Found by the writer's fuzz target: a definition that stores the Long key
-// of accessLike's t_like2 in the offset-table slot of its first text
-// column. The reader reads what is there; the writer refuses the table,
-// which would otherwise store rows that read back with another key.
-TEST(DamagedFiles, ATableStoringTwoColumnsInOnePlaceIsRefusedByTheWriter) {
-  const std::string path = ScratchCopy("accessLike.mdb", "one-place.mdb");
-  std::shared_ptr<const TableDef> def;
+// Damage to t_like2's definition page in a copy of accessLike.mdb. Jet 4:
+// the header counts variable columns at 0x2B and columns at 0x2D; 25 bytes
+// a column follow the 0x3F header and 12 bytes a physical index, with the
+// column's number at 5, its slot at 7 and its flags at 15.
+using TdefDamage = std::function<void(std::vector<char>& page, const TableDef& def)>;
+
+std::string DamagedTableCopy(const std::string& name, const TdefDamage& damage, std::shared_ptr<const TableDef>* def) {
+  const std::string path = ScratchCopy("accessLike.mdb", name);
   {
     auto db = OpenForWriting(path);
-    ASSERT_TRUE(db->GetTableDef("t_like2", &def).ok());
+    EXPECT_TRUE(db->GetTableDef("t_like2", def).ok());
   }
-  // Jet 4: 25 bytes a column after the 0x3F header and 12 bytes a physical
-  // index; the column's number at 5, its slot at 7, its flags at 15.
   constexpr std::streamoff kPage = 4096;
   std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
   std::vector<char> page(kPage);
-  file.seekg(def->tdef_page * kPage);
+  file.seekg((*def)->tdef_page * kPage);
   file.read(page.data(), kPage);
-  const auto u16 = [&](size_t at) { return uint16_t(uint8_t(page[at]) | uint8_t(page[at + 1]) << 8); };
-  const size_t first = 0x3F + 12 * (uint8_t(page[0x33]) | uint8_t(page[0x34]) << 8);
-  for (size_t c = 0; c < u16(0x2D); ++c) {
-    const size_t entry = first + 25 * c;
-    if (u16(entry + 5) != def->columns[0].number) continue;  // ID
-    page[entry + 15] = char(page[entry + 15] & ~1);
-    page[entry + 7] = char(def->columns[1].var_index);  // Campo1's slot
-    page[entry + 8] = 0;
-  }
-  file.seekp(def->tdef_page * kPage);
+  damage(page, **def);
+  file.seekp((*def)->tdef_page * kPage);
   file.write(page.data(), kPage);
-  file.close();
+  return path;
+}
 
-  const std::vector<uint8_t> before = FileBytes(path);
-  {
-    auto db = OpenForWriting(path);
-    std::unique_ptr<TableCursor> cursor;
-    ASSERT_TRUE(db->OpenTable("t_like2", &cursor).ok());
-    ASSERT_TRUE(cursor->Next()) << "the reader still reads the table";
-    Row row = cursor->row();
-    const RowId id = cursor->row_id();
-    cursor.reset();
-    ASSERT_TRUE(db->BeginTransaction().ok());
-    const Status s = db->UpdateRow("t_like2", id, row);
-    EXPECT_EQ(s.code(), Status::Code::kCorruption) << s.ToString();
-    EXPECT_NE(s.message().find("'t_like2'"), std::string::npos) << s.message();
-    EXPECT_NE(s.message().find("'ID'"), std::string::npos) << s.message();
-    (void)db->Rollback();
+uint16_t U16At(const std::vector<char>& page, size_t at) {
+  return uint16_t(uint8_t(page[at]) | uint8_t(page[at + 1]) << 8);
+}
+
+// Found by the writer's fuzz target, twice: a definition whose rows the
+// reader still reads but which a written row would not fit. The writer
+// refuses the table by name, where it would otherwise store rows that read
+// back with another key, or that the reader refuses outright.
+TEST(DamagedFiles, ADefinitionARowCannotFollowIsRefusedByTheWriter) {
+  const TdefDamage key_in_a_text_slot = [](std::vector<char>& page, const TableDef& def) {
+    const size_t first = 0x3F + 12 * U16At(page, 0x33);
+    for (size_t c = 0; c < U16At(page, 0x2D); ++c) {
+      const size_t entry = first + 25 * c;
+      if (U16At(page, entry + 5) != def.columns[0].number) continue;  // ID
+      page[entry + 15] = char(page[entry + 15] & ~1);
+      page[entry + 7] = char(def.columns[1].var_index);  // Campo1's slot
+      page[entry + 8] = 0;
+    }
+  };
+  const TdefDamage too_many_variable = [](std::vector<char>& page, const TableDef&) {
+    page[0x2B] = char(U16At(page, 0x29) + 3);
+    page[0x2C] = 0;
+  };
+  const struct {
+    const char* file;
+    const TdefDamage& damage;
+    const char* named;
+  } cases[] = {
+      {"one-place.mdb", key_in_a_text_slot, "'ID'"},
+      {"var-count.mdb", too_many_variable, "more variable columns than columns"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.file);
+    std::shared_ptr<const TableDef> def;
+    const std::string path = DamagedTableCopy(c.file, c.damage, &def);
+    const std::vector<uint8_t> before = FileBytes(path);
+    {
+      auto db = OpenForWriting(path);
+      std::unique_ptr<TableCursor> cursor;
+      ASSERT_TRUE(db->OpenTable("t_like2", &cursor).ok());
+      ASSERT_TRUE(cursor->Next()) << "the reader still reads the table";
+      Row row = cursor->row();
+      const RowId id = cursor->row_id();
+      cursor.reset();
+      ASSERT_TRUE(db->BeginTransaction().ok());
+      const Status s = db->UpdateRow("t_like2", id, row);
+      EXPECT_EQ(s.code(), Status::Code::kCorruption) << s.ToString();
+      EXPECT_NE(s.message().find("'t_like2'"), std::string::npos) << s.message();
+      EXPECT_NE(s.message().find(c.named), std::string::npos) << s.message();
+      (void)db->Rollback();
+    }
+    EXPECT_EQ(FileBytes(path), before);
+    const WriteExerciseResult w = ExerciseWriter(path);
+    EXPECT_EQ(w.altered, 0);
+    EXPECT_EQ(w.half_written, 0);
   }
-  EXPECT_EQ(FileBytes(path), before);
-  const WriteExerciseResult w = ExerciseWriter(path);
-  EXPECT_EQ(w.altered, 0);
-  EXPECT_EQ(w.half_written, 0);
 }
 
 }  // namespace
