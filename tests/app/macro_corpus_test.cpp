@@ -5,9 +5,8 @@
 // checked, and the two runs must have written the same cells and formats.
 //
 // Left out here: charts, since freexl lists no sheets of a workbook with
-// one (the recorder's charts are read back in the office's translation
-// test; ChartObjects.Add still draws a column chart as bars, with its data
-// copied in), and idioms the office does not run right: header and footer
+// one (the recorder's charts and ChartObjects.Add are read back in the
+// office's translation test), and idioms the office does not run right: header and footer
 // codes among font codes (kept as text), a border of Weight xlMedium
 // (saved as thick), Borders.LineStyle = xlContinuous on all edges at once
 // (no line drawn), Err.Number for a missing sheet (1, not 9), a VLookup

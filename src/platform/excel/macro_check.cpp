@@ -125,7 +125,8 @@ void AddCallFindings(const QString& macro, const VbaProcedure& start, const std:
         finding.code = LineOf(module.written, statement.line);
         finding.call = call.call;
         finding.advice = call.advice;
-        finding.certain = procedure == &start && certain_lines.count(statement.line) > 0;
+        finding.differs = !call.fails;
+        finding.certain = call.fails && procedure == &start && certain_lines.count(statement.line) > 0;
         findings.push_back(finding);
       }
     }
@@ -180,10 +181,11 @@ QString MacroFinding::Text() const {
     case Kind::kUnsupportedCall:
       break;
   }
-  return QStringLiteral("Macro '%1', module %2, line %3: %4 uses %5, which the office does not support%6. %7")
+  return QStringLiteral("Macro '%1', module %2, line %3: %4 uses %5, which the office %6%7. %8")
       .arg(macro, module)
       .arg(line)
       .arg(Quoted(code), call,
+           differs ? QStringLiteral("does otherwise than Excel") : QStringLiteral("does not support"),
            certain ? QStringLiteral("; the macro will fail here") : QString(), advice);
 }
 

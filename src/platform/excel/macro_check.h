@@ -27,6 +27,8 @@ struct MacroFinding {
   // The call is made on every run of the named macro itself, with no error
   // handler before it: the macro will fail.
   bool certain = false;
+  // The call runs, with another result than Excel's.
+  bool differs = false;
 
   // No macro can run past it.
   bool CannotRun() const { return kind != Kind::kUnsupportedCall || certain; }

@@ -22,7 +22,7 @@ QString PrintTitleRowsSet(const QString& source);
 QString HeaderFooterCodesAsFields(const QString& source);
 // Sheet.Copy Before/After: the copy named "Data (2)", as Excel names it.
 QString SheetCopiesNamedAsExcelNamesThem(const QString& source);
-// Shapes.AddChart2, AddChart and Charts.Add with SetSourceData as the office's own chart.
+// Shapes.AddChart2, AddChart, Charts.Add and ChartObjects.Add with SetSourceData as the office's own chart.
 QString ChartsAsTheOfficesOwn(const QString& source);
 // FormatConditions.Add, with its font and fill, as the office's own conditional format.
 QString FormatConditionsAsConditionalFormats(const QString& source);

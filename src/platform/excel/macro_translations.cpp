@@ -14,7 +14,7 @@ const std::vector<MacroSourceRule>& MacroTranslations() {
       {"PageSetup.PrintTitleRows are the rows printed on every page", PrintTitleRowsSet},
       {"&P, &N and the other header and footer codes are the page's fields", HeaderFooterCodesAsFields},
       {"a sheet copied within the workbook is named \"Data (2)\"", SheetCopiesNamedAsExcelNamesThem},
-      {"Shapes.AddChart2, AddChart and Charts.Add with SetSourceData are the office's chart of that type",
+      {"Shapes.AddChart2, AddChart, Charts.Add and ChartObjects.Add with SetSourceData are the office's chart of that type",
        ChartsAsTheOfficesOwn},
       {"FormatConditions.Add with its font and fill is the office's conditional format",
        FormatConditionsAsConditionalFormats},

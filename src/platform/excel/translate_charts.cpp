@@ -12,6 +12,11 @@
 // range as Excel takes them. Any other ActiveChart statement in the block,
 // a type without a counterpart, or a chart sheet leaves the block to the
 // macro check.
+// Charts written by hand, Set c = <sheet>.ChartObjects.Add(left, top, width,
+// height) or With <sheet>.ChartObjects.Add(...), go the same way when
+// c.Chart.SetSourceData (and c.Chart.ChartType) come straight after: the Add
+// becomes a call of the routine at the chart object's place, returning the
+// office's chart object, and the statements that follow run on it.
 #include <optional>
 
 #include "platform/excel/macro_translation_rules.h"
@@ -24,6 +29,8 @@ struct RecordedChart {
   QString sheet;  // an expression for the sheet the chart goes on
   QString type = QStringLiteral("51");  // Excel's default: clustered columns
   QString source, plot_by = QStringLiteral("0");
+  QString place;  // ChartObjects.Add's left, top, width, height in points
+  QString head;   // what takes ChartObjects.Add's chart object: "Set c = " or "With "
   std::size_t first = 0, last = 0;
 };
 
@@ -41,7 +48,7 @@ std::optional<QString> ChartType(const QString& value) {
 }
 
 const char* const kChartRoutines = R"(
-Private Sub Tabulon_AddChart(host, source, chartType, plotBy)
+Private Function Tabulon_AddChart(host, source, chartType, plotBy, Optional left, Optional top, Optional width, Optional height) As String
     Dim sheet As Object, data As Object, charts As Object, chart As Object, place As Object
     Dim name As String, n As Long, categories As Boolean, names As Boolean, diagram As Object
     sheet = ThisComponent.Sheets.getByName(host.Name)
@@ -58,12 +65,20 @@ Private Sub Tabulon_AddChart(host, source, chartType, plotBy)
     Loop
     name = "Chart " & n
     charts = sheet.Charts
-    ' Excel's size for a new chart, 5 by 3 inches, beside the data.
+    ' Excel's size for a new chart, 5 by 3 inches, beside the data, unless
+    ' placed in points (1/72 inch; the office counts 1/100 mm).
     place = CreateUnoStruct("com.sun.star.awt.Rectangle")
-    place.X = data.Position.X + data.Size.Width + 500
-    place.Y = data.Position.Y
-    place.Width = 12700
-    place.Height = 7620
+    If IsMissing(left) Then
+        place.X = data.Position.X + data.Size.Width + 500
+        place.Y = data.Position.Y
+        place.Width = 12700
+        place.Height = 7620
+    Else
+        place.X = left * 2540 / 72
+        place.Y = top * 2540 / 72
+        place.Width = width * 2540 / 72
+        place.Height = height * 2540 / 72
+    End If
     charts.addNewByName(name, place, Array(data.RangeAddress), names, categories)
     chart = charts.getByName(name).EmbeddedObject
     Select Case chartType
@@ -84,7 +99,12 @@ Private Sub Tabulon_AddChart(host, source, chartType, plotBy)
     If plotBy = 1 Or (plotBy = 0 And data.Columns.Count > data.Rows.Count) Then
         diagram.DataRowSource = com.sun.star.chart.ChartDataRowSource.ROWS
     End If
-End Sub
+    Tabulon_AddChart = name
+End Function
+
+Private Function Tabulon_ChartObject(host, source, chartType, plotBy, left, top, width, height) As Object
+    Set Tabulon_ChartObject = host.ChartObjects(Tabulon_AddChart(host, source, chartType, plotBy, left, top, width, height))
+End Function
 
 Private Function Tabulon_ChartNameTaken(name) As Boolean
     Dim i As Long
@@ -126,35 +146,29 @@ bool ParseStart(const LogicalLine& statement, RecordedChart& chart, bool* needs_
   return true;
 }
 
-// The named arguments of an ActiveChart call, lower-cased names to values.
-std::optional<std::vector<std::pair<QString, QString>>> NamedArguments(const QString& code, const QString& mask) {
-  static const QRegularExpression named = VbaPattern(QStringLiteral(R"(^(\w+)\s*:=\s*)"));
-  std::vector<std::pair<QString, QString>> out;
-  for (const TextSpan& span : ArgumentSpans(mask)) {
-    const auto match = named.match(mask.mid(span.from, span.to - span.from));
-    if (!match.hasMatch()) return std::nullopt;
-    out.emplace_back(match.captured(1).toLower(),
-                     code.mid(span.from + match.capturedEnd(), span.to - span.from - match.capturedEnd()).trimmed());
-  }
-  return out;
-}
-
-// One ActiveChart statement of the block; false for any the office's chart
-// cannot take as Excel does.
-bool ParseActiveChart(const LogicalLine& statement, RecordedChart& chart, bool* located) {
-  static const QRegularExpression call = VbaPattern(QStringLiteral(R"(^\s*ActiveChart\s*\.\s*(\w+)\s*(=)?\s*)"));
-  const auto match = call.match(statement.mask);
-  if (!match.hasMatch()) return false;
-  const QString member = match.captured(1).toLower();
-  const QString rest = statement.code.mid(match.capturedEnd());
-  if (member == QLatin1String("charttype") && match.capturedLength(2) > 0) {
+// One call on a chart: its member lower-cased, whether it is assigned, and
+// the code after the member (and `=`). False for any the office's chart
+// cannot take as Excel does; `located` is null where a chart cannot move.
+bool ParseChartMember(const QString& member, bool assigned, const QString& rest, const QString& rest_mask,
+                      RecordedChart& chart, bool* located) {
+  if (member == QLatin1String("charttype") && assigned) {
     const auto type = ChartType(rest.trimmed());
     if (type) chart.type = *type;
     return type.has_value();
   }
-  const auto arguments = NamedArguments(rest, statement.mask.mid(match.capturedEnd()));
-  if (!arguments) return false;
-  for (const auto& [name, value] : *arguments) {
+  if (assigned) return false;
+  static const QRegularExpression named = VbaPattern(QStringLiteral(R"(^\s*(\w+)\s*:=\s*)"));
+  const std::vector<TextSpan> spans = ArgumentSpans(rest_mask);
+  for (std::size_t i = 0; i < spans.size(); ++i) {
+    const QString mask = rest_mask.mid(spans[i].from, spans[i].to - spans[i].from);
+    const auto match = named.match(mask);
+    // SetSourceData(Source, PlotBy) may come without names.
+    QString name = match.hasMatch() ? match.captured(1).toLower()
+                   : member == QLatin1String("setsourcedata") && i < 2 ? QLatin1String(i == 0 ? "source" : "plotby")
+                                                                        : QString();
+    if (name.isEmpty()) return false;
+    const qsizetype skip = match.hasMatch() ? match.capturedEnd() : 0;
+    const QString value = rest.mid(spans[i].from + skip, spans[i].to - spans[i].from - skip).trimmed();
     if (member == QLatin1String("setsourcedata") && name == QLatin1String("source")) chart.source = value;
     else if (member == QLatin1String("setsourcedata") && name == QLatin1String("plotby")) {
       if (value.compare(QLatin1String("xlColumns"), Qt::CaseInsensitive) == 0 || value == QLatin1String("2"))
@@ -162,10 +176,10 @@ bool ParseActiveChart(const LogicalLine& statement, RecordedChart& chart, bool* 
       else if (value.compare(QLatin1String("xlRows"), Qt::CaseInsensitive) == 0 || value == QLatin1String("1"))
         chart.plot_by = QStringLiteral("1");
       else return false;
-    } else if (member == QLatin1String("location") && name == QLatin1String("where")) {
+    } else if (located && member == QLatin1String("location") && name == QLatin1String("where")) {
       if (value.compare(QLatin1String("xlLocationAsObject"), Qt::CaseInsensitive) != 0 && value != QLatin1String("2"))
         return false;
-    } else if (member == QLatin1String("location") && name == QLatin1String("name")) {
+    } else if (located && member == QLatin1String("location") && name == QLatin1String("name")) {
       chart.sheet = QStringLiteral("Sheets(%1)").arg(value);
       *located = true;
     } else {
@@ -173,6 +187,15 @@ bool ParseActiveChart(const LogicalLine& statement, RecordedChart& chart, bool* 
     }
   }
   return true;
+}
+
+// One ActiveChart statement of the recorder's block.
+bool ParseActiveChart(const LogicalLine& statement, RecordedChart& chart, bool* located) {
+  static const QRegularExpression call = VbaPattern(QStringLiteral(R"(^\s*ActiveChart\s*\.\s*(\w+)\s*(=)?\s*)"));
+  const auto match = call.match(statement.mask);
+  return match.hasMatch() && ParseChartMember(match.captured(1).toLower(), match.capturedLength(2) > 0,
+                                              statement.code.mid(match.capturedEnd()),
+                                              statement.mask.mid(match.capturedEnd()), chart, located);
 }
 
 std::optional<RecordedChart> ParseChart(const std::vector<LogicalLine>& statements, std::size_t start) {
@@ -188,6 +211,60 @@ std::optional<RecordedChart> ParseChart(const std::vector<LogicalLine>& statemen
   return chart;
 }
 
+// ChartObjects.Add's Left, Top, Width and Height, named or in that order.
+std::optional<QString> ChartObjectPlace(const QString& code, const QString& mask) {
+  static const QRegularExpression named = VbaPattern(QStringLiteral(R"(^\s*(Left|Top|Width|Height)\s*:=\s*)"));
+  static const QStringList order = {QStringLiteral("left"), QStringLiteral("top"), QStringLiteral("width"),
+                                    QStringLiteral("height")};
+  const std::vector<TextSpan> spans = ArgumentSpans(mask);
+  if (spans.size() != 4) return std::nullopt;
+  QStringList place(4);
+  for (std::size_t i = 0; i < 4; ++i) {
+    const auto match = named.match(mask.mid(spans[i].from, spans[i].to - spans[i].from));
+    const qsizetype at = match.hasMatch() ? order.indexOf(match.captured(1).toLower()) : qsizetype(i);
+    const qsizetype skip = match.hasMatch() ? match.capturedEnd() : 0;
+    place[at] = code.mid(spans[i].from + skip, spans[i].to - spans[i].from - skip).trimmed();
+  }
+  if (place.contains(QString())) return std::nullopt;
+  return place.join(QStringLiteral(", "));
+}
+
+std::optional<RecordedChart> ParseChartObject(const std::vector<LogicalLine>& statements, std::size_t start) {
+  static const QRegularExpression add = VbaPattern(QStringLiteral(
+      R"(^\s*(Set\s+(\w+)\s*=\s*|With\s+)([^\s.]\S*?)\s*\.\s*ChartObjects\s*\.\s*Add\s*\(([^()]*)\)\s*$)"));
+  const LogicalLine& statement = statements[start];
+  const auto match = add.match(statement.mask);
+  if (!match.hasMatch()) return std::nullopt;
+  RecordedChart chart;
+  const auto place = ChartObjectPlace(statement.code.mid(match.capturedStart(4), match.capturedLength(4)), match.captured(4));
+  if (!place) return std::nullopt;
+  chart.place = *place;
+  chart.head = statement.code.mid(match.capturedStart(1), match.capturedLength(1));
+  chart.sheet = statement.code.mid(match.capturedStart(3), match.capturedLength(3));
+  const QString object = match.capturedLength(2) > 0 ? QRegularExpression::escape(match.captured(2)) : QString();
+  const QRegularExpression call =
+      VbaPattern(QStringLiteral(R"(^\s*%1\s*\.\s*Chart\s*\.\s*(SetSourceData|ChartType)\b\s*(=)?\s*)").arg(object));
+  chart.first = chart.last = start;
+  for (std::size_t i = start + 1; i < statements.size(); ++i) {
+    const auto member = call.match(statements[i].mask);
+    if (!member.hasMatch()) break;
+    if (!ParseChartMember(member.captured(1).toLower(), member.capturedLength(2) > 0,
+                          statements[i].code.mid(member.capturedEnd()), statements[i].mask.mid(member.capturedEnd()),
+                          chart, nullptr))
+      return std::nullopt;
+    chart.last = i;
+  }
+  if (chart.source.isEmpty()) return std::nullopt;
+  return chart;
+}
+
+QString ChartCall(const RecordedChart& chart) {
+  if (chart.place.isEmpty())
+    return QStringLiteral("Tabulon_AddChart %1, %2, %3, %4").arg(chart.sheet, chart.source, chart.type, chart.plot_by);
+  return chart.head + QStringLiteral("Tabulon_ChartObject(%1, %2, %3, %4, %5)")
+                          .arg(chart.sheet, chart.source, chart.type, chart.plot_by, chart.place);
+}
+
 }  // namespace
 
 QString ChartsAsTheOfficesOwn(const QString& source) {
@@ -195,12 +272,12 @@ QString ChartsAsTheOfficesOwn(const QString& source) {
   const std::vector<LogicalLine> statements = LogicalLines(lines);
   bool translated = false;
   for (std::size_t i = 0; i < statements.size(); ++i) {
-    const auto chart = ParseChart(statements, i);
+    auto chart = ParseChart(statements, i);
+    if (!chart) chart = ParseChartObject(statements, i);
     if (!chart) continue;
     const QString indent = lines[statements[i].first].Indent();
     for (std::size_t s = chart->first; s <= chart->last; ++s) BlankStatement(lines, statements[s]);
-    lines[statements[i].first].SetCode(indent + QStringLiteral("Tabulon_AddChart %1, %2, %3, %4")
-                                                    .arg(chart->sheet, chart->source, chart->type, chart->plot_by));
+    lines[statements[i].first].SetCode(indent + ChartCall(*chart));
     translated = true;
     i = chart->last;
   }

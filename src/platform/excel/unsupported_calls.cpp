@@ -3,9 +3,14 @@
 namespace excel {
 namespace {
 
-UnsupportedCall Entry(const char* call, const char* pattern, const char* advice) {
+UnsupportedCall Entry(const char* call, const char* pattern, const char* advice, bool fails = true) {
   return {QLatin1String(call), QRegularExpression(QLatin1String(pattern), QRegularExpression::CaseInsensitiveOption),
-          QLatin1String(advice)};
+          QLatin1String(advice), fails};
+}
+
+// A call the office carries out, with another result than Excel's.
+UnsupportedCall Differs(const char* call, const char* pattern, const char* advice) {
+  return Entry(call, pattern, advice, false);
 }
 
 std::vector<UnsupportedCall> MakeTable() {
@@ -21,6 +26,11 @@ std::vector<UnsupportedCall> MakeTable() {
             "Make the chart as Excel's recorder does, ActiveSheet.Shapes.AddChart2(201, xlColumnClustered).Select "
             "then ActiveChart.SetSourceData Source:=Range(\"A4:E24\"), of a column, bar, line, pie or area type, "
             "with nothing more on ActiveChart."),
+      Differs("ChartObjects.Add", R"(\bChartObjects\s*\.\s*Add\b)",
+            "Its columns come out as bars, with the data copied in: follow Set c = "
+            "ActiveSheet.ChartObjects.Add(Left, Top, Width, Height) at once with c.Chart.SetSourceData "
+            "Source:=Range(\"A4:E24\") and c.Chart.ChartType of a column, bar, line, pie or area type; Tabulon "
+            "draws that chart itself."),
       Entry("FormatConditions", R"(\.\s*FormatConditions\b)",
             "Colour the cells from the macro: For Each c In Range(...): If c.Value > 20 Then c.Interior.Color = "
             "RGB(255, 199, 206): Next."),

@@ -14,6 +14,7 @@ struct UnsupportedCall {
   QString call;      // as the user would name it, e.g. "Range.FormatConditions"
   QRegularExpression pattern;  // matched on a statement's code, With objects written out
   QString advice;    // what to write instead
+  bool fails = true;  // false: the call runs, with another result than Excel's
 };
 
 const std::vector<UnsupportedCall>& UnsupportedCalls();

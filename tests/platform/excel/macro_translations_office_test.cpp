@@ -128,6 +128,16 @@ Sub ChartIdsAndAmountsOnSummary()
     ActiveChart.Location Where:=xlLocationAsObject, Name:="Summary"
 End Sub
 
+Sub ChartScoresByHand()
+    Dim co As ChartObject
+    Set co = Sheets("Summary").ChartObjects.Add(Left:=300, Top:=20, Width:=400, Height:=250)
+    co.Chart.SetSourceData Source:=Sheets("Data").Range("D4:E24")
+    co.Chart.ChartType = xlColumnClustered
+    co.Chart.HasTitle = True
+    co.Chart.ChartTitle.Text = "Scores"
+    Sheets("Summary").Range("A10").Value = co.Name
+End Sub
+
 Sub SortByIdAgain()
     ActiveSheet.Sort.SortFields.Clear
     ActiveSheet.Sort.SortFields.Add2 Key:=Range("A5"), SortOn:=xlSortOnValues, Order:=xlAscending, DataOption _
@@ -196,6 +206,13 @@ QString MakeTemplate(excel::Application& app, const OutputFolder& folder) {
       "    chart = ThisComponent.Sheets.getByName(\"Summary\").Charts.getByIndex(0).EmbeddedObject\n"
       "    Sheets(\"Summary\").Range(\"A9\").Value = chart.Diagram.DiagramType\n"
       "    Sheets(\"Summary\").Range(\"B9\").Value = UBound(chart.Data.ColumnDescriptions) + 1\n"
+      "    chart = ThisComponent.Sheets.getByName(\"Summary\").Charts.getByName(Sheets(\"Summary\").Range(\"A10\").Value).EmbeddedObject\n"
+      "    With Sheets(\"Summary\")\n"
+      "        .Range(\"B10\").Value = chart.Diagram.DiagramType\n"
+      "        .Range(\"C10\").Value = chart.Diagram.Vertical\n"
+      "        .Range(\"D10\").Value = chart.Title.String\n"
+      "        .Range(\"E10\").Value = chart.FirstDiagram.CoordinateSystems(0).getAxisByDimension(0, 0).ScaleData.Categories.Values.SourceRangeRepresentation\n"
+      "    End With\n"
       "End Sub\n"));
   // What a translation writes compiles where every variable must be declared.
   book.AddCodeModule(QStringLiteral("Strict"), QStringLiteral("Option Explicit\n"
@@ -261,7 +278,7 @@ TEST(MacroTranslations, RecorderOutputRunsAsInExcelFromTheLoadedCopyOnly) {
   // as categories, the scores' header naming the series, linked to the
   // cells; the 2003 recorder's chart, moved onto Summary, a line for each
   // numeric column (a number column gives no categories in Excel).
-  for (const char* macro : {"ChartScoresByRegion", "ChartIdsAndAmountsOnSummary", "ProbeCharts"})
+  for (const char* macro : {"ChartScoresByRegion", "ChartIdsAndAmountsOnSummary", "ChartScoresByHand", "ProbeCharts"})
     EXPECT_EQ(ErrorNumberOf([&] { app->Run(QString::fromLatin1(macro)); }), 0) << macro;
   EXPECT_EQ(summary.Cells(8, 1).Value(), QVariant(QStringLiteral("com.sun.star.chart.BarDiagram")));
   EXPECT_EQ(summary.Cells(8, 2).Value(), QVariant(false)) << "columns, not bars";
@@ -274,6 +291,13 @@ TEST(MacroTranslations, RecorderOutputRunsAsInExcelFromTheLoadedCopyOnly) {
   EXPECT_EQ(summary.Cells(8, 8).Value(), QVariant(QStringLiteral("$Data.$D$5:$D$24")));
   EXPECT_EQ(summary.Cells(9, 1).Value(), QVariant(QStringLiteral("com.sun.star.chart.LineDiagram")));
   EXPECT_EQ(summary.Cells(9, 2).Value(), QVariant(2.0));
+  // By hand, ChartObjects.Add: columns too, the regions as categories, and
+  // the statements after the data and type ran on the office's chart.
+  EXPECT_EQ(summary.Cells(10, 1).Value(), QVariant(QStringLiteral("Chart 3")));
+  EXPECT_EQ(summary.Cells(10, 2).Value(), QVariant(QStringLiteral("com.sun.star.chart.BarDiagram")));
+  EXPECT_EQ(summary.Cells(10, 3).Value(), QVariant(false));
+  EXPECT_EQ(summary.Cells(10, 4).Value(), QVariant(QStringLiteral("Scores")));
+  EXPECT_EQ(summary.Cells(10, 5).Value(), QVariant(QStringLiteral("$Data.$D$5:$D$24")));
 
   // Amounts over 20 in Excel's "Light Red Fill with Dark Red Text": one
   // condition, greater than 20, dark red (156, 0, 6) on light red (255, 199, 206).
@@ -299,13 +323,17 @@ TEST(MacroTranslations, RecorderOutputRunsAsInExcelFromTheLoadedCopyOnly) {
   EXPECT_EQ(uint8_t(conditions[0].data[1]), 5);
   EXPECT_EQ(conditions[0].data.right(3), QByteArray("\x1E\x14\x00", 3));
   // The charts as Excel reads them: columns (a bar group not turned on its
-  // side) with one series on Data, lines with two on Summary.
+  // side) with one series on Data; on Summary, lines with two series and
+  // columns with one.
   const auto bars = saved.Sheet(QStringLiteral("Data")).All(biff::kChartBar);
   ASSERT_EQ(bars.size(), 1);
   EXPECT_EQ(bars[0].U16(4) & 1, 0) << "not horizontal";
   EXPECT_EQ(saved.Sheet(QStringLiteral("Data")).All(biff::kChartSeries).size(), 1);
   EXPECT_EQ(saved.Sheet(QStringLiteral("Summary")).All(biff::kChartLine).size(), 1);
-  EXPECT_EQ(saved.Sheet(QStringLiteral("Summary")).All(biff::kChartSeries).size(), 2);
+  EXPECT_EQ(saved.Sheet(QStringLiteral("Summary")).All(biff::kChartSeries).size(), 3);
+  const auto summary_bars = saved.Sheet(QStringLiteral("Summary")).All(biff::kChartBar);
+  ASSERT_EQ(summary_bars.size(), 1);
+  EXPECT_EQ(summary_bars[0].U16(4) & 1, 0) << "the chart made by hand is not horizontal either";
 
   EXPECT_EQ(Digest(template_file), template_digest) << "the template file is never rewritten";
   // The saved workbook carries the macros as the template has them, not as

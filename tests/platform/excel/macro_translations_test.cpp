@@ -366,7 +366,7 @@ TEST(MacroTranslations, RecorderChartsAreOneCallMakingTheOfficesOwnChart) {
   EXPECT_EQ(out[1], "    Tabulon_AddChart ActiveSheet, Range(\"Data!$D$4:$E$24\"), 51, 0");
   EXPECT_EQ(out[2].trimmed(), "");
   EXPECT_EQ(out[3], "    Range(\"A1\").Select");
-  EXPECT_EQ(out.filter(QStringLiteral("Private Sub Tabulon_AddChart(")).size(), 1);
+  EXPECT_EQ(out.filter(QStringLiteral("Private Function Tabulon_AddChart(")).size(), 1);
   // Excel 2007 and 2010: the type comes as its own statement.
   out = translated({"ActiveSheet.Shapes.AddChart.Select", "ActiveChart.ChartType = xlLine",
                     "ActiveChart.SetSourceData Source:=Range(\"A4:B24\")"});
@@ -379,6 +379,19 @@ TEST(MacroTranslations, RecorderChartsAreOneCallMakingTheOfficesOwnChart) {
   out = translated(charts_add);
   EXPECT_EQ(out[0], "Tabulon_AddChart Sheets(\"Summary\"), Sheets(\"Data\").Range(\"A4:B24\"), 57, 2");
   for (int i = 1; i < 5; ++i) EXPECT_EQ(out[i].trimmed(), "") << i;
+  // By hand: a chart object of its own size, what follows its data and type
+  // left to run on the office's chart object.
+  out = translated({"Set co = Sheets(\"Data\").ChartObjects.Add(Top:=20, Left:=300, Width:=400, Height:=250)",
+                    "co.Chart.ChartType = xlColumnStacked", "co.Chart.SetSourceData rng, xlRows",
+                    "co.Chart.HasTitle = True", "co.Chart.SetSourceData Source:=Range(\"A1:B2\")"});
+  EXPECT_EQ(out[0], "Set co = Tabulon_ChartObject(Sheets(\"Data\"), rng, 52, 1, 300, 20, 400, 250)");
+  EXPECT_EQ(out[1].trimmed() + out[2].trimmed(), "");
+  EXPECT_EQ(out[3], "co.Chart.HasTitle = True");
+  EXPECT_EQ(out[4], "co.Chart.SetSourceData Source:=Range(\"A1:B2\")");
+  out = translated({"  With ActiveSheet.ChartObjects.Add(10, 20, 30, 40)", "    .Chart.SetSourceData Source:=Range(\"A4:B9\")",
+                    "  End With"});
+  EXPECT_EQ(out[0], "  With Tabulon_ChartObject(ActiveSheet, Range(\"A4:B9\"), 51, 0, 10, 20, 30, 40)");
+  EXPECT_EQ(out[2], "  End With");
 
   // Left to the macro check: a chart sheet, anything more on ActiveChart, a
   // type without a counterpart, a place of its own, no data.
@@ -393,6 +406,10 @@ TEST(MacroTranslations, RecorderChartsAreOneCallMakingTheOfficesOwnChart) {
   EXPECT_TRUE(untouched({"ActiveSheet.Shapes.AddChart(xlLine, 10, 10, 300, 200).Select",
                          "ActiveChart.SetSourceData Source:=Range(\"A4:B24\")"}));
   EXPECT_TRUE(untouched({"ActiveSheet.Shapes.AddChart2(201, xlColumnClustered).Select"}));
+  EXPECT_TRUE(untouched({"Set co = ActiveSheet.ChartObjects.Add(10, 20, 30, 40)", "co.Chart.HasTitle = True",
+                         "co.Chart.SetSourceData Source:=Range(\"A4:B9\")"}));
+  EXPECT_TRUE(untouched({"Set co = ActiveSheet.ChartObjects.Add(10, 20, 30, 40)",
+                         "co.Chart.ChartType = xlRadar", "co.Chart.SetSourceData Source:=Range(\"A4:B9\")"}));
 }
 
 TEST(MacroTranslations, ASheetCopiedWithinTheWorkbookIsMadeByARoutineNamingItAsExcelDoes) {
