@@ -7,9 +7,7 @@
 // Left out here: charts, since freexl lists no sheets of a workbook with
 // one (the recorder's charts and ChartObjects.Add are read back in the
 // office's translation test), and idioms the office does not run right: header and footer
-// codes among font codes (kept as text), a border of Weight xlMedium
-// (saved as thick), Borders.LineStyle = xlContinuous on all edges at once
-// (no line drawn), Err.Number for a missing sheet (1, not 9), a VLookup
+// codes among font codes (kept as text), Err.Number for a missing sheet (1, not 9), a VLookup
 // miss (no error raised), Range("A1", t) with t a String holding an
 // address (the office takes it on the first sheet; Range("A1", "E9") and
 // Range("A1", Cells(9, 5)) are translated), and sheets added by a macro in a
@@ -116,7 +114,10 @@ const Idiom kIdioms[] = {
      "  Range(\"A5:E5\").Borders(xlEdgeBottom).LineStyle = xlContinuous\n"
      "  Range(\"G9\").Borders(xlEdgeBottom).Weight = xlThick\n  Range(\"G8:G9\").Borders(xlEdgeBottom).LineStyle = xlContinuous\n"
      "  Range(\"H12\").Borders(xlEdgeBottom).Weight = xlThick\n"
-     "  Range(\"G12:I12\").Borders(xlEdgeBottom).LineStyle = xlContinuous\n",
+     "  Range(\"G12:I12\").Borders(xlEdgeBottom).LineStyle = xlContinuous\n"
+     "  Range(\"A7:E7\").Select\n  With Selection.Borders(xlEdgeBottom)\n    .LineStyle = xlContinuous\n"
+     "    .ColorIndex = 0\n    .Weight = xlMedium\n  End With\n"
+     "  Range(\"G15:H16\").Borders.LineStyle = xlContinuous\n  Range(\"G18:H18\").Borders.Weight = xlMedium\n",
      [](const Sheet& s) {
        EXPECT_EQ(s.Format(4, 3).bottom_border, 5) << "thick";
        EXPECT_EQ(s.Format(5, 3).bottom_border, 1) << "a continuous line is thin";
@@ -126,6 +127,18 @@ const Idiom kIdioms[] = {
        EXPECT_EQ(s.Format(12, 7).bottom_border, 1);
        EXPECT_EQ(s.Format(12, 8).bottom_border, 5);
        EXPECT_EQ(s.Format(12, 9).bottom_border, 1);
+       EXPECT_EQ(s.Format(7, 3).bottom_border, 2) << "medium";
+       // The whole collection: every edge of every cell.
+       for (int row : {15, 16})
+         for (int column : {7, 8}) {
+           const biff::CellFormat cell = s.Format(row, column);
+           EXPECT_EQ(std::vector<int>({cell.left_border, cell.top_border, cell.right_border, cell.bottom_border}),
+                     std::vector<int>({1, 1, 1, 1})) << row << ", " << column;
+         }
+       EXPECT_EQ(s.Format(18, 7).bottom_border, 2);
+       EXPECT_EQ(s.Format(18, 8).bottom_border, 2);
+       EXPECT_EQ(s.Format(18, 7).right_border, 2) << "between the cells, on both";
+       EXPECT_EQ(s.Format(18, 8).left_border, 2);
      }},
     {"NumberFormats",
      "  Range(\"C5\", Cells(Rows.Count, 3).End(xlUp)).NumberFormat = \"#,##0.00\"\n"

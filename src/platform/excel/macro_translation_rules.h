@@ -15,7 +15,8 @@ QString Value2AsValue(const QString& source);
 QString LastCellFromUsedRange(const QString& source);
 QString SortObjectToRangeSort(const QString& source);
 QString RangeCornersAsRanges(const QString& source);
-QString ContinuousBordersDrawn(const QString& source);
+// LineStyle = xlContinuous and Weight = xlMedium, on an edge or every edge.
+QString BordersDrawnAsExcelDrawsThem(const QString& source);
 // PrintTitleRows as the sheet's own title rows.
 QString PrintTitleRowsSet(const QString& source);
 // Header and footer codes &P, &N, &D, &T, &F, &A as the office's fields.

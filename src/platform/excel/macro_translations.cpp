@@ -19,7 +19,7 @@ const std::vector<MacroSourceRule>& MacroTranslations() {
       {"FormatConditions.Add with its font and fill is the office's conditional format",
        FormatConditionsAsConditionalFormats},
       {"Range(\"C5\", Cells(n, 3)) takes both corners on the active sheet", RangeCornersAsRanges},
-      {"a continuous border without a line is drawn thin", ContinuousBordersDrawn},
+      {"a continuous border without a line is drawn thin, and a medium one medium", BordersDrawnAsExcelDrawsThem},
       {"Font.ThemeColor = xlThemeColorLight1 is black", FontTextColorAsBlack},
       {"Font.TintAndShade = 0 does nothing", DropFontTintAndShadeZero},
       {"Font.ThemeFont of the font's own name does nothing", DropFontThemeFontOfItsName},

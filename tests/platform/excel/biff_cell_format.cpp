@@ -68,6 +68,8 @@ CellFormat FormatOf(const Workbook& book, const Substream& sheet, int row, int c
   format.bold = font.U16(6) >= kBoldWeight;
   // From 64 on the colour is the system's window text: black.
   format.font_colour = font.U16(4) >= 64 ? QColor(Qt::black) : PaletteColour(book, font.U16(4));
+  format.left_border = xf.U32(10) & 0x0F;
+  format.right_border = (xf.U32(10) >> 4) & 0x0F;
   format.top_border = (xf.U32(10) >> 8) & 0x0F;
   format.bottom_border = (xf.U32(10) >> 12) & 0x0F;
   format.horizontal_align = static_cast<uint8_t>(xf.data.at(6)) & 0x07;

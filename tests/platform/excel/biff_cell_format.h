@@ -1,5 +1,5 @@
-// How a saved cell looks, from the BIFF records: its font, fill, top and
-// bottom borders, alignment and number format, resolved through the workbook's XF,
+// How a saved cell looks, from the BIFF records: its font, fill, borders,
+// alignment and number format, resolved through the workbook's XF,
 // FONT, FORMAT and PALETTE records.
 #pragma once
 
@@ -16,6 +16,8 @@ struct CellFormat {
   std::optional<QColor> fill;  // a solid fill's colour; none when unfilled
   QColor font_colour;
   // Line styles, 0 for none (1 thin, 2 medium, 5 thick).
+  int left_border = 0;
+  int right_border = 0;
   int top_border = 0;
   int bottom_border = 0;
   int horizontal_align = 0;  // 0 general, 1 left, 2 centre, 3 right

@@ -163,8 +163,8 @@ TEST(MacroTranslations, ARangeFromAnAddressToARangeHasTwoRangeCorners) {
       << "a variable is a range when it is Set; another may hold an address";
 }
 
-TEST(MacroTranslations, AContinuousEdgeWithoutALineIsDrawnThin) {
-  const QString out = excel::ContinuousBordersDrawn(Lines({
+TEST(MacroTranslations, ContinuousAndMediumBordersAreDrawnCellByCell) {
+  const QString out = excel::BordersDrawnAsExcelDrawsThem(Lines({
       "Selection.Borders(xlEdgeBottom).LineStyle = xlContinuous",
       "With Range(\"A4:E4\").Borders(xlEdgeTop)",
       "    .LineStyle = 1",
@@ -176,17 +176,26 @@ TEST(MacroTranslations, AContinuousEdgeWithoutALineIsDrawnThin) {
       "With .Range(\"B2\").Borders(xlEdgeTop)",
       "    .LineStyle = xlContinuous",
       "End With",
+      "With Selection.Borders(xlInsideVertical)",
+      "    .Weight = xlMedium",
+      "End With",
+      "Range(\"C3:D9\").Borders.Weight = -4138",
+      "Range(\"C3\").Borders(xlEdgeTop).Weight = xlHairline",
   }));
   const QStringList lines = Split(out);
   // Each cell along the edge: a thin line where it has none, its own weight kept.
   EXPECT_EQ(lines[0], "Tabulon_DrawEdge Selection, xlEdgeBottom");
   EXPECT_EQ(lines[2], "    Tabulon_DrawEdge Range(\"A4:E4\"), xlEdgeTop");
   EXPECT_EQ(lines[3], "    .Weight = xlThick") << "a weight set afterwards still wins";
-  EXPECT_EQ(lines[5], "Range(\"A1:B2\").Borders.LineStyle = xlContinuous") << "every edge at once is not one edge";
+  EXPECT_EQ(lines[5], "Tabulon_DrawEdge Range(\"A1:B2\"), 0") << "every edge at once";
   EXPECT_EQ(lines[6], "If x Then Cells(1, 1).Borders(xlEdgeLeft).LineStyle = xlContinuous");
   EXPECT_EQ(lines[7], "Cells(1, 1).Borders(xlEdgeLeft).LineStyle = xlDash");
   EXPECT_EQ(lines[9], "    .LineStyle = xlContinuous") << "the outer With's range cannot be named inside this one";
-  EXPECT_EQ(out.count(QStringLiteral("Private Sub Tabulon_DrawEdge(")), 1);
+  // Medium: the width the office saves as medium, on an edge or all of them.
+  EXPECT_EQ(lines[12], "    Tabulon_MediumEdge Selection, xlInsideVertical");
+  EXPECT_EQ(lines[14], "Tabulon_MediumEdge Range(\"C3:D9\"), 0");
+  EXPECT_EQ(lines[15], "Range(\"C3\").Borders(xlEdgeTop).Weight = xlHairline") << "drawn alike by the office";
+  EXPECT_EQ(out.count(QStringLiteral("Private Sub Tabulon_EachCellEdge(")), 1);
 }
 
 TEST(MacroTranslations, RecorderSortBlockIsOneRangeSortOnItsApplyLine) {
