@@ -42,9 +42,12 @@ TEST_F(MacroStopTest, AFailingMacroIsNamedWithTheModuleTheLineAsTheEditorCountsI
                                       "  Helper\n"
                                       "End Sub\n"
                                       "Sub Tolerant()\n"
+                                      "  Dim y\n"
                                       "  On Error Resume Next\n"
                                       "  Range(\"A1\").NoSuchMember = 2\n"
                                       "  Range(\"B1\").Value = 7\n"
+                                      "  y = 0: y = 1 / y\n"
+                                      "  Range(\"B2\").Value = Err.Number\n"
                                       "End Sub\n"
                                       "Function Handled() As Long\n"
                                       "  On Error GoTo Failed\n"
@@ -65,6 +68,7 @@ TEST_F(MacroStopTest, AFailingMacroIsNamedWithTheModuleTheLineAsTheEditorCountsI
   // An error the macro handles itself is no stop, and leaves nothing behind.
   EXPECT_EQ(RunError(*app, QStringLiteral("Tolerant")), QString());
   EXPECT_EQ(book.Worksheets().Item(1).Cells(1, 2).Value(), QVariant(7.0));
+  EXPECT_EQ(book.Worksheets().Item(1).Cells(2, 2).Value(), QVariant(11.0)) << "Err tells what failed, as in Excel";
   EXPECT_EQ(RunError(*app, QStringLiteral("Handled")), QString()) << "a handler of its own that runs on to the end";
   EXPECT_EQ(book.Worksheets().Item(1).Cells(1, 3).Value(), QVariant(8.0));
   book.Close();
