@@ -211,6 +211,18 @@ const Idiom kIdioms[] = {
        }
        EXPECT_TRUE(s.Format(total, 5).bold);
      }},
+    {"ErrorHandling",
+     "  Dim ws As Worksheet, y As Variant\n  On Error Resume Next\n  Set ws = Sheets(\"No such sheet\")\n"
+     "  If Err.Number <> 0 Then Range(\"G4\").Value = \"no such sheet\"\n  Err.Clear\n"
+     "  y = 0\n  y = 1 / y\n  Range(\"G5\").Value = Err.Number\n"
+     "  On Error GoTo Failed\n  Range(\"G6\").Value = 1 / y\n  Range(\"G7\").Value = \"went on\"\n  Exit Sub\n"
+     "Failed:\n  Range(\"G6\").Value = \"handled \" & Err.Number\n  Resume Next\n",
+     [](const Sheet& s) {
+       EXPECT_EQ(s.Text(4, 7), QStringLiteral("no such sheet"));
+       EXPECT_EQ(s.Number(5, 7), 11) << "division by zero";
+       EXPECT_EQ(s.Text(6, 7), QStringLiteral("handled 11")) << "GoTo after Resume Next";
+       EXPECT_EQ(s.Text(7, 7), QStringLiteral("went on"));
+     }},
     {"Names",
      "  ActiveWorkbook.Names.Add Name:=\"CatchBlock\", RefersTo:=\"=Names!$A$4:$E$\" & Cells(Rows.Count, 1).End(xlUp).Row\n",
      [](const Sheet& s) { EXPECT_TRUE(biff::DefinedNames(s.records).contains(QStringLiteral("CatchBlock"))); }},

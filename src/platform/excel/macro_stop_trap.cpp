@@ -45,29 +45,14 @@ QString Handler(const ProcedureLines& procedure) {
       .arg(QLatin1String(kMark), procedure.name);
 }
 
-// With the trap's handler in place, the office goes on past an error under
-// a later "On Error Resume Next" but leaves Err empty (Err.Number 0), where
-// a macro checks it for what failed. Turning the trap off first keeps Err;
-// any On Error clears Err anyway, so nothing else changes.
-QString ResumeNextKeepingErr(const QString& source) {
-  static const QRegularExpression resume_next(QStringLiteral(R"(\bOn[ \t]+Error[ \t]+Resume[ \t]+Next\b)"),
-                                              QRegularExpression::CaseInsensitiveOption);
-  const QString code = CodeOnly(source);
-  QString result = source;
-  std::vector<qsizetype> starts;
-  for (auto it = resume_next.globalMatch(code); it.hasNext();) starts.push_back(it.next().capturedStart());
-  for (auto it = starts.rbegin(); it != starts.rend(); ++it) result.insert(*it, QStringLiteral("On Error GoTo 0: "));
-  return result;
-}
-
 }  // namespace
 
 QString TrapProcedureErrors(const QString& source) {
   if (!source.contains(QStringLiteral("Option VBASupport 1"), Qt::CaseInsensitive)) return source;
   if (source.contains(QLatin1String(kLabel) + QStringLiteral(": Err.Raise"))) return source;
-  QString result = ResumeNextKeepingErr(source);
-  const QString code = CodeOnly(result);
+  const QString code = CodeOnly(source);
   const auto procedures = FindProcedures(code);
+  QString result = source;
   // From the last, so earlier positions stay valid.
   for (auto it = procedures.rbegin(); it != procedures.rend(); ++it) {
     qsizetype indent = it->end;

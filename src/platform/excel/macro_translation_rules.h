@@ -9,6 +9,8 @@ namespace excel {
 
 // Page setup batching only speeds Excel's printer driver up.
 QString DropPrintCommunication(const QString& source);
+// Each On Error replaces the handling before it, as in Excel.
+QString OnErrorStartsAfresh(const QString& source);
 // The Immediate window exists only in Excel's editor.
 QString DebugPrintWorksOutItsItems(const QString& source);
 QString Value2AsValue(const QString& source);

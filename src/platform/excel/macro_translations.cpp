@@ -5,6 +5,7 @@ namespace excel {
 
 const std::vector<MacroSourceRule>& MacroTranslations() {
   static const std::vector<MacroSourceRule> rules = {
+      {"each On Error replaces the error handling before it", OnErrorStartsAfresh},
       {"Application.PrintCommunication does nothing", DropPrintCommunication},
       {"page settings the office lacks, at Excel's defaults, do nothing", DropPageSetupDefaults},
       {"Debug.Print prints nowhere but works out its items", DebugPrintWorksOutItsItems},

@@ -163,6 +163,19 @@ TEST(MacroTranslations, ARangeFromAnAddressToARangeHasTwoRangeCorners) {
       << "a variable is a range when it is Set; another may hold an address";
 }
 
+TEST(MacroTranslations, EachOnErrorTurnsTheHandlingBeforeItOffOnItsOwnLine) {
+  const QStringList out = Split(excel::OnErrorStartsAfresh(Lines({
+      "  On Error Resume Next",
+      "  If x Then On Error GoTo Failed Else y = 1",
+      "  On Error GoTo 0: On error goto -1",
+      "  s = \"On Error Resume Next\" ' On Error GoTo Failed",
+  })));
+  EXPECT_EQ(out[0], "  On Error GoTo 0: On Error Resume Next");
+  EXPECT_EQ(out[1], "  If x Then On Error GoTo 0: On Error GoTo Failed Else y = 1");
+  EXPECT_EQ(out[2], "  On Error GoTo 0: On error goto -1") << "turning off is left as written";
+  EXPECT_EQ(out[3], "  s = \"On Error Resume Next\" ' On Error GoTo Failed");
+}
+
 TEST(MacroTranslations, ContinuousAndMediumBordersAreDrawnCellByCell) {
   const QString out = excel::BordersDrawnAsExcelDrawsThem(Lines({
       "Selection.Borders(xlEdgeBottom).LineStyle = xlContinuous",
