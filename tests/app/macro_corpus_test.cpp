@@ -6,16 +6,16 @@
 //
 // Left out here: charts, since freexl lists no sheets of a workbook with
 // one (the recorder's charts and ChartObjects.Add are read back in the
-// office's translation test), and idioms the office does not run right: header and footer
-// codes among font codes (kept as text), Err.Number for a missing sheet (1, not 9), a VLookup
-// miss (no error raised), Range("A1", t) with t a String holding an
-// address (the office takes it on the first sheet; Range("A1", "E9") and
-// Range("A1", Cells(9, 5)) are translated), and sheets added by a macro in a
-// template like these, whose sheets have no module of their own as Excel's
-// do: the office names the new sheet's code after the first free module
-// name, Sheet1, which is the first sheet's code name; what Worksheets.Add
-// and Copy return, and Sheets(n) after them, then reach the first sheet
-// (Worksheets.Add.Name = "X" renames it).
+// office's translation test), and idioms the office does not run right:
+// header and footer codes among font codes (kept as text), Err.Number for a
+// missing sheet (1, not 9: the macro check tells), Range("A1", t) with t a
+// String holding an address (the office takes it on the first sheet;
+// Range("A1", "E9") and Range("A1", Cells(9, 5)) are translated), and sheets
+// added by a macro in a template like these, whose sheets have no module of
+// their own as Excel's do: the office names the new sheet's code after the
+// first free module name, Sheet1, which is the first sheet's code name; what
+// Worksheets.Add and Copy return, and Sheets(n) after them, then reach the
+// first sheet (Worksheets.Add.Name = "X" renames it).
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -222,6 +222,17 @@ const Idiom kIdioms[] = {
        EXPECT_EQ(s.Number(5, 7), 11) << "division by zero";
        EXPECT_EQ(s.Text(6, 7), QStringLiteral("handled 11")) << "GoTo after Resume Next";
        EXPECT_EQ(s.Text(7, 7), QStringLiteral("went on"));
+     }},
+    {"Lookup",
+     "  Dim v As Variant\n"
+     "  Range(\"G4\").Value = Application.WorksheetFunction.VLookup(Range(\"B6\").Value, Range(\"B5:E60\"), 2, False)\n"
+     "  v = Application.VLookup(999, Range(\"B5:E60\"), 2, False)\n  If IsError(v) Then Range(\"G5\").Value = \"#N/A\"\n"
+     "  On Error Resume Next\n  v = WorksheetFunction.VLookup(999, Range(\"B5:E60\"), 2, False)\n"
+     "  Range(\"G6\").Value = Err.Number\n",
+     [](const Sheet& s) {
+       EXPECT_EQ(s.Number(4, 7), s.Number(6, 3)) << "found";
+       EXPECT_EQ(s.Text(5, 7), QStringLiteral("#N/A"));
+       EXPECT_EQ(s.Number(6, 7), 1004);
      }},
     {"Names",
      "  ActiveWorkbook.Names.Add Name:=\"CatchBlock\", RefersTo:=\"=Names!$A$4:$E$\" & Cells(Rows.Count, 1).End(xlUp).Row\n",

@@ -14,6 +14,8 @@ QString OnErrorStartsAfresh(const QString& source);
 // The Immediate window exists only in Excel's editor.
 QString DebugPrintWorksOutItsItems(const QString& source);
 QString Value2AsValue(const QString& source);
+// A VLookup miss raises 1004 (WorksheetFunction) or gives #N/A (Application).
+QString VLookupMissesAsInExcel(const QString& source);
 QString LastCellFromUsedRange(const QString& source);
 QString SortObjectToRangeSort(const QString& source);
 QString RangeCornersAsRanges(const QString& source);

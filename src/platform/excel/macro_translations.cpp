@@ -10,6 +10,7 @@ const std::vector<MacroSourceRule>& MacroTranslations() {
       {"page settings the office lacks, at Excel's defaults, do nothing", DropPageSetupDefaults},
       {"Debug.Print prints nowhere but works out its items", DebugPrintWorksOutItsItems},
       {"Range.Value2 is Range.Value where that comes out the same", Value2AsValue},
+      {"a VLookup of a missing key fails as in Excel", VLookupMissesAsInExcel},
       {"SpecialCells(xlCellTypeLastCell) is the used range's last cell", LastCellFromUsedRange},
       {"the Worksheet.Sort block is one Range.Sort", SortObjectToRangeSort},
       {"PageSetup.PrintTitleRows are the rows printed on every page", PrintTitleRowsSet},

@@ -31,6 +31,9 @@ std::vector<UnsupportedCall> MakeTable() {
             "ActiveSheet.ChartObjects.Add(Left, Top, Width, Height) at once with c.Chart.SetSourceData "
             "Source:=Range(\"A4:E24\") and c.Chart.ChartType of a column, bar, line, pie or area type; Tabulon "
             "draws that chart itself."),
+      Differs("Err.Number = 9", R"(\bErr\s*(?:\.\s*Number\s*)?(?:=|<>)\s*9\b)",
+              "The office gives error 1, not 9 (Subscript out of range), for a sheet or workbook that does not "
+              "exist: test If Err.Number <> 0 Then."),
       Entry("FormatConditions", R"(\.\s*FormatConditions\b)",
             "Colour the cells from the macro: For Each c In Range(...): If c.Value > 20 Then c.Interior.Color = "
             "RGB(255, 199, 206): Next."),

@@ -176,6 +176,20 @@ TEST(MacroTranslations, EachOnErrorTurnsTheHandlingBeforeItOffOnItsOwnLine) {
   EXPECT_EQ(out[3], "  s = \"On Error Resume Next\" ' On Error GoTo Failed");
 }
 
+TEST(MacroTranslations, VLookupCallsBecomeRoutinesAnsweringAMissAsExcelDoes) {
+  const QString out = excel::VLookupMissesAsInExcel(Lines({
+      "x = Application.WorksheetFunction.VLookup(k, Range(\"A1:B9\"), 2, False) + WorksheetFunction.VLookup(k, t, 2)",
+      "v = Application.VLookup(k, t, 2): s = \"Application.VLookup(\" ' WorksheetFunction.VLookup(",
+      "w = Other.Application.VLookup(k, t, 2)",
+  }));
+  const QStringList lines = Split(out);
+  EXPECT_EQ(lines[0], "x = Tabulon_WorksheetVLookup(k, Range(\"A1:B9\"), 2, False) + Tabulon_WorksheetVLookup(k, t, 2)");
+  EXPECT_EQ(lines[1], "v = Tabulon_ApplicationVLookup(k, t, 2): s = \"Application.VLookup(\" ' WorksheetFunction.VLookup(");
+  EXPECT_EQ(lines[2], "w = Other.Application.VLookup(k, t, 2)") << "another object's";
+  EXPECT_EQ(out.count(QStringLiteral("Private Function Tabulon_VLookup(")), 1);
+  EXPECT_EQ(excel::VLookupMissesAsInExcel(QStringLiteral("x = 1\n")), QStringLiteral("x = 1\n"));
+}
+
 TEST(MacroTranslations, ContinuousAndMediumBordersAreDrawnCellByCell) {
   const QString out = excel::BordersDrawnAsExcelDrawsThem(Lines({
       "Selection.Borders(xlEdgeBottom).LineStyle = xlContinuous",
