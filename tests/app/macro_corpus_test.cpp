@@ -8,14 +8,9 @@
 // one (the recorder's charts and ChartObjects.Add are read back in the
 // office's translation test), and idioms the office does not run right:
 // header and footer codes among font codes (kept as text), Err.Number for a
-// missing sheet (1, not 9: the macro check tells), Range("A1", t) with t a
-// String holding an address (the office takes it on the first sheet;
-// Range("A1", "E9") and Range("A1", Cells(9, 5)) are translated), and sheets
-// added by a macro in a template like these, whose sheets have no module of
-// their own as Excel's do: the office names the new sheet's code after the
-// first free module name, Sheet1, which is the first sheet's code name; what
-// Worksheets.Add and Copy return, and Sheets(n) after them, then reach the
-// first sheet (Worksheets.Add.Name = "X" renames it).
+// missing sheet (1, not 9: the macro check tells), and Range("A1", t) with t
+// a String holding an address (the office takes it on the first sheet;
+// Range("A1", "E9") and Range("A1", Cells(9, 5)) are translated).
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -285,11 +280,27 @@ const Idiom kIdioms[] = {
      "  Application.DisplayAlerts = False\n  Sheets(\"Spare\").Delete\n  Application.DisplayAlerts = True\n",
      [](const Sheet& s) { EXPECT_FALSE(s.cells.SheetNames().contains(QStringLiteral("Spare"))); }},
     {"CopySheet",
-     "  Sheets(\"CopySheet\").Copy After:=Sheets(Sheets.Count)\n",
+     "  Sheets(\"CopySheet\").Copy After:=Sheets(Sheets.Count)\n"
+     "  Sheets(Sheets.Count).Range(\"G1\").Value = \"the copy\"\n",
      [](const Sheet& s) {
        EXPECT_EQ(s.cells.SheetNames().last(), QStringLiteral("CopySheet (2)"))
            << "after the last sheet, named as Excel names it";
-       EXPECT_EQ((Sheet{s.cells, s.records, QStringLiteral("CopySheet (2)")}.Rows()), s.Rows());
+       const Sheet copy{s.cells, s.records, QStringLiteral("CopySheet (2)")};
+       EXPECT_EQ(copy.Rows(), s.Rows());
+       EXPECT_EQ(copy.Text(1, 7), QStringLiteral("the copy")) << "Sheets(n) reaches the new sheet";
+       EXPECT_EQ(s.Text(1, 7), QString());
+     }},
+    {"AddSheet",
+     "  Dim ws As Worksheet\n  Set ws = Worksheets.Add(After:=Sheets(\"AddSheet\"))\n  ws.Name = \"Added\"\n"
+     "  ws.Range(\"A1\").Value = \"added\"\n  Sheets(\"Added\").Range(\"A2\").Value = ws.Index - Sheets(\"AddSheet\").Index\n",
+     [](const Sheet& s) {
+       const QStringList names = s.cells.SheetNames();
+       ASSERT_TRUE(names.contains(QStringLiteral("AddSheet"))) << "the macro's own sheet keeps its name";
+       EXPECT_EQ(names.value(names.indexOf(QStringLiteral("AddSheet")) + 1), QStringLiteral("Added"));
+       const Sheet added{s.cells, s.records, QStringLiteral("Added")};
+       EXPECT_EQ(added.Text(1, 1), QStringLiteral("added"));
+       EXPECT_EQ(added.Text(2, 1), QStringLiteral("1"));
+       EXPECT_EQ(s.Rows(), PlacedRows(s)) << "nothing written over the block";
      }},
     {"ActiveCellLoop",
      "  Range(\"E5\").Select\n  Do Until IsEmpty(ActiveCell)\n"

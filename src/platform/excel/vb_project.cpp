@@ -3,9 +3,19 @@
 // The office saves a project into an .xls only when the document is in VBA
 // mode, the project has a name, a library of that name holds the modules and
 // each module is registered as a standard module.
+// Excel gives every sheet a document module named by its code name, and so
+// does a project written here: the office names a sheet a macro adds after
+// the first module name free, which without these is Sheet1, the first
+// sheet's code name, and the new sheet's object then reaches the first
+// sheet. (Not the workbook's ThisWorkbook: the office would take the name
+// for the module, and ThisWorkbook.Name would be "ThisWorkbook".)
 #include <optional>
 
+#include <com/sun/star/beans/XPropertySet.hpp>
+#include <com/sun/star/container/XIndexAccess.hpp>
 #include <com/sun/star/container/XNameContainer.hpp>
+#include <com/sun/star/lang/XMultiServiceFactory.hpp>
+#include <com/sun/star/sheet/XSpreadsheetDocument.hpp>
 #include <com/sun/star/document/XEmbeddedScripts.hpp>
 #include <com/sun/star/script/ModuleInfo.hpp>
 #include <com/sun/star/script/ModuleType.hpp>
@@ -37,6 +47,43 @@ css::uno::Reference<css::container::XNameContainer> ProjectModules(WorkbookState
   return css::uno::Reference<css::container::XNameContainer>(libraries->getByName(project), css::uno::UNO_QUERY_THROW);
 }
 
+void InsertModule(const css::uno::Reference<css::container::XNameContainer>& modules, const rtl::OUString& name,
+                  const css::script::ModuleInfo& info, const QString& source) {
+  css::uno::Reference<css::script::vba::XVBAModuleInfo> infos(modules, css::uno::UNO_QUERY_THROW);
+  infos->insertModuleInfo(name, info);
+  modules->insertByName(name, css::uno::Any(ToOUString(source)));
+}
+
+// A document module for `code_name`, tied to the object of that code name.
+void InsertDocumentModule(const css::uno::Reference<css::container::XNameContainer>& modules,
+                          const css::uno::Reference<css::container::XNameAccess>& objects, const rtl::OUString& code_name) {
+  if (modules->hasByName(code_name)) return;
+  css::script::ModuleInfo document;
+  document.ModuleType = css::script::ModuleType::DOCUMENT;
+  document.ModuleObject.set(objects->getByName(code_name), css::uno::UNO_QUERY);
+  InsertModule(modules, code_name, document, QStringLiteral("Rem Attribute VBA_ModuleType=VBADocumentModule\nOption VBASupport 1\n"));
+}
+
+void AddDocumentModules(WorkbookState& book, const css::uno::Reference<css::container::XNameContainer>& modules) {
+  css::uno::Reference<css::lang::XMultiServiceFactory> factory(book.document, css::uno::UNO_QUERY_THROW);
+  css::uno::Reference<css::container::XNameAccess> objects(
+      factory->createInstance(rtl::OUString::createFromAscii("ooo.vba.VBAObjectModuleObjectProvider")),
+      css::uno::UNO_QUERY_THROW);
+  css::uno::Reference<css::sheet::XSpreadsheetDocument> document(book.document, css::uno::UNO_QUERY_THROW);
+  css::uno::Reference<css::container::XIndexAccess> sheets(document->getSheets(), css::uno::UNO_QUERY_THROW);
+  for (sal_Int32 i = 0, next = 1; i < sheets->getCount(); ++i) {
+    css::uno::Reference<css::beans::XPropertySet> sheet(sheets->getByIndex(i), css::uno::UNO_QUERY_THROW);
+    rtl::OUString code_name;
+    sheet->getPropertyValue(rtl::OUString::createFromAscii("CodeName")) >>= code_name;
+    if (code_name.isEmpty()) {
+      do code_name = ToOUString(QStringLiteral("Sheet%1").arg(next++));
+      while (modules->hasByName(code_name));
+      sheet->setPropertyValue(rtl::OUString::createFromAscii("CodeName"), css::uno::Any(code_name));
+    }
+    InsertDocumentModule(modules, objects, code_name);
+  }
+}
+
 }  // namespace
 
 void Workbook::AddCodeModule(const QString& name, const QString& source) {
@@ -46,14 +93,13 @@ void Workbook::AddCodeModule(const QString& name, const QString& source) {
     const auto module_name = ToOUString(name);
     if (modules->hasByName(module_name))
       RaiseApplicationDefined(QStringLiteral("A module named '%1' already exists.").arg(name));
-    css::uno::Reference<css::script::vba::XVBAModuleInfo> info(modules, css::uno::UNO_QUERY_THROW);
+    AddDocumentModules(*state_, modules);
     css::script::ModuleInfo standard;
     standard.ModuleType = css::script::ModuleType::NORMAL;
-    info->insertModuleInfo(module_name, standard);
     QString text = source;
     if (!text.contains(QStringLiteral("Option VBASupport"), Qt::CaseInsensitive))
       text.prepend(QStringLiteral("Option VBASupport 1\n"));
-    modules->insertByName(module_name, css::uno::Any(ToOUString(text)));
+    InsertModule(modules, module_name, standard, text);
     state_->has_macros = true;
   });
 }
