@@ -7,9 +7,9 @@
 // Charts are read back from the records alone, freexl reading no sheet of
 // a workbook with one. Left out here, idioms the office does not run right:
 // header and footer codes among font codes (kept as text), Err.Number for a
-// missing sheet (1, not 9: the macro check tells), and Range("A1", t) with t
-// a String holding an address (the office takes it on the first sheet;
-// Range("A1", "E9") and Range("A1", Cells(9, 5)) are translated).
+// missing sheet (1, not 9: the macro check tells), and Range("A1", v) with v
+// a Variant holding an address (the office takes it on the first sheet;
+// literal, joined and String addresses are translated).
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -137,12 +137,13 @@ const Idiom kIdioms[] = {
     {"NumberFormats",
      "  Range(\"C5\", Cells(Rows.Count, 3).End(xlUp)).NumberFormat = \"#,##0.00\"\n"
      "  Range(\"G4\").Value = DateSerial(2021, 5, 3)\n  Range(\"G4\").NumberFormat = \"dd-mmm-yyyy\"\n"
-     "  Range(\"F5\", \"F8\").Value = 1\n",
+     "  Range(\"F5\", \"F8\").Value = 1\n  Dim corner As String\n  corner = \"F\" & 10\n  Range(\"F9\", corner).Value = 2\n",
      [](const Sheet& s) {
        EXPECT_EQ(s.Format(5, 3).number_format, QStringLiteral("#,##0.00"));
        EXPECT_EQ(s.Format(s.Last(), 3).number_format, QStringLiteral("#,##0.00"));
        EXPECT_EQ(s.Format(s.Last(), 4).number_format, QStringLiteral("General"));
        EXPECT_EQ(s.Number(8, 6), 1) << "corners given as two addresses";
+       EXPECT_EQ(s.Number(10, 6), 2) << "a corner held in a String";
        EXPECT_EQ(s.Format(4, 7).number_format.toLower().remove(QLatin1Char('\\')), QStringLiteral("dd-mmm-yyyy"));
        EXPECT_EQ(s.Text(4, 7), QStringLiteral("2021-05-03"));
      }},

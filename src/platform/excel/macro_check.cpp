@@ -117,7 +117,7 @@ void AddCallFindings(const QString& macro, const VbaProcedure& start, const std:
     const ProjectModule& module = ModuleNamed(project, procedure->module);
     for (const VbaStatement& statement : procedure->body) {
       for (const UnsupportedCall& call : UnsupportedCalls()) {
-        if (!call.pattern.match(statement.resolved).hasMatch()) continue;
+        if (!call.pattern.match(call.in_texts ? statement.code : statement.resolved).hasMatch()) continue;
         MacroFinding finding;
         finding.macro = macro;
         finding.module = module.name;

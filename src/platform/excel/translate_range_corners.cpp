@@ -1,12 +1,12 @@
-// Range("C5", Cells(n, 3)), Range("A1", "E9"): a range from two corners, one
-// or both given by address. Unqualified, Excel takes both corners on the
+// Range("C5", Cells(n, 3)), Range("A1", "E" & n): a range from two corners,
+// one or both given by address. Unqualified, Excel takes both corners on the
 // active sheet; the office takes an address corner on the workbook's first
 // sheet: with a range for the other corner it fails, with two addresses it
 // silently works on the first sheet. Written as the range of two ranges,
 // Range(Range("C5"), Cells(n, 3)), it means the same in both. The other
 // corner must be an address too or a range for certain: a member returning
-// one, or a variable the module Sets or declares As Range (a variable
-// holding an address is left as written).
+// one, or a variable the module Sets or declares As Range. A Variant that
+// may hold either is left as written.
 #include <algorithm>
 
 #include "platform/excel/macro_translation_rules.h"
@@ -37,16 +37,26 @@ bool IsRange(const QString& source, const QString& corner) {
   return object.match(source).hasMatch();
 }
 
+// An address for certain: a literal, text joined with &, a range's
+// Address, or a variable the module declares As String.
+bool IsAddress(const QString& source, const QString& corner) {
+  static const QRegularExpression text = VbaPattern(
+      QStringLiteral(R"(^"[^"]*"$|&|\.\s*Address\s*(?:\(.*\))?$)"));
+  static const QRegularExpression name = VbaPattern(QStringLiteral(R"(^\w+$)"));
+  if (text.match(corner).hasMatch()) return true;
+  if (!name.match(corner).hasMatch()) return false;
+  return VbaPattern(QStringLiteral(R"(\b%1\s+As\s+String\b)").arg(corner)).match(source).hasMatch();
+}
+
 // The address corners of a call's two arguments, to be written as ranges;
-// none unless each corner is an address or certainly a range.
+// none unless each corner is an address or a range for certain.
 std::vector<TextSpan> AddressCorners(const QString& source, const QString& arguments) {
-  static const QRegularExpression address = VbaPattern(QStringLiteral(R"(^"[^"]*"$)"));
   const auto spans = ArgumentSpans(arguments);
   if (spans.size() != 2) return {};
   std::vector<TextSpan> addresses;
   for (const TextSpan& span : spans) {
-    const QString corner = arguments.mid(span.from, span.to - span.from);
-    if (address.match(corner).hasMatch()) addresses.push_back(span);
+    const QString corner = arguments.mid(span.from, span.to - span.from).trimmed();
+    if (IsAddress(source, corner)) addresses.push_back(span);
     else if (!IsRange(source, corner)) return {};
   }
   return addresses;

@@ -8,6 +8,12 @@ UnsupportedCall Entry(const char* call, const char* pattern, const char* advice,
           QLatin1String(advice), fails};
 }
 
+// An entry whose pattern looks into the texts the code holds.
+UnsupportedCall InTexts(UnsupportedCall call) {
+  call.in_texts = true;
+  return call;
+}
+
 // A call the office carries out, with another result than Excel's.
 UnsupportedCall Differs(const char* call, const char* pattern, const char* advice) {
   return Entry(call, pattern, advice, false);
@@ -34,6 +40,9 @@ std::vector<UnsupportedCall> MakeTable() {
       Differs("Err.Number = 9", R"(\bErr\s*(?:\.\s*Number\s*)?(?:=|<>)\s*9\b)",
               "The office gives error 1, not 9 (Subscript out of range), for a sheet or workbook that does not "
               "exist: test If Err.Number <> 0 Then."),
+      InTexts(Differs("Header and footer codes", R"(\b(?:Left|Center|Right)(?:Header|Footer)\s*=.*"[^"]*&[A-Za-z0-9"])",
+                      "The office prints Excel's codes in this text as they are written: write the header or footer "
+                      "as one text with no font codes; &P, &N, &D, &T, &F and &A in it become the page's own fields.")),
       Entry("FormatConditions", R"(\.\s*FormatConditions\b)",
             "Colour the cells from the macro: For Each c In Range(...): If c.Value > 20 Then c.Interior.Color = "
             "RGB(255, 199, 206): Next."),

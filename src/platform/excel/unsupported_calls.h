@@ -12,9 +12,10 @@ namespace excel {
 
 struct UnsupportedCall {
   QString call;      // as the user would name it, e.g. "Range.FormatConditions"
-  QRegularExpression pattern;  // matched on a statement's code, With objects written out
+  QRegularExpression pattern;  // matched on a statement's code, With objects written out, texts blanked
   QString advice;    // what to write instead
   bool fails = true;  // false: the call runs, with another result than Excel's
+  bool in_texts = false;  // the pattern is matched on the code as written, texts and all
 };
 
 const std::vector<UnsupportedCall>& UnsupportedCalls();

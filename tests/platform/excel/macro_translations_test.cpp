@@ -152,6 +152,8 @@ TEST(MacroTranslations, ARangeFromAnAddressToARangeHasTwoRangeCorners) {
       "Sheets(1).Range(\"A1\", Cells(2, 2)).Select",
       "Range(Cells(1, 1), Cells(2, 2)).Select",
       "Set last = ActiveCell: Range(\"A1\", last).Select: Range(\"A1\", text).Select",
+      "Dim corner As String: Range(\"A1\", corner).Select: Range(\"A1\", \"E\" & n).Select",
+      "Range(\"A1\", Cells(n, 5).Address).Select",
   })));
   EXPECT_EQ(out[0], "Range(Range(\"C5\"), Cells(Rows.Count, 3).End(xlUp)).NumberFormat = \"0.0\"");
   EXPECT_EQ(out[1], "Set r = Range( Range(\"A1\") , Range(Range(\"B2\"), last)): x = \"Range(\"\"A1\"\", y)\"")
@@ -161,6 +163,10 @@ TEST(MacroTranslations, ARangeFromAnAddressToARangeHasTwoRangeCorners) {
   EXPECT_EQ(out[4], "Range(Cells(1, 1), Cells(2, 2)).Select");
   EXPECT_EQ(out[5], "Set last = ActiveCell: Range(Range(\"A1\"), last).Select: Range(\"A1\", text).Select")
       << "a variable is a range when it is Set; another may hold an address";
+  EXPECT_EQ(out[6], "Dim corner As String: Range(Range(\"A1\"), Range(corner)).Select: "
+                    "Range(Range(\"A1\"), Range(\"E\" & n)).Select")
+      << "an address for certain: a String, or text joined";
+  EXPECT_EQ(out[7], "Range(Range(\"A1\"), Range(Cells(n, 5).Address)).Select");
 }
 
 TEST(MacroTranslations, EachOnErrorTurnsTheHandlingBeforeItOffOnItsOwnLine) {
