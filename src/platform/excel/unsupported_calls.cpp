@@ -43,6 +43,9 @@ std::vector<UnsupportedCall> MakeTable() {
       InTexts(Differs("Header and footer codes", R"(\b(?:Left|Center|Right)(?:Header|Footer)\s*=.*"[^"]*&[A-Za-z0-9"])",
                       "The office prints Excel's codes in this text as they are written: write the header or footer "
                       "as one text with no font codes; &P, &N, &D, &T, &F and &A in it become the page's own fields.")),
+      Differs("Range(address, variable)", R"((?<![.\w])Range\s*\(\s*"[^"]*"\s*,\s*\w+\s*\))",
+              "Where the variable holds an address, the office takes it on the workbook's first sheet: declare it "
+              "As String, or write Range(Range(\"A1\"), Range(corner))."),
       Entry("FormatConditions", R"(\.\s*FormatConditions\b)",
             "Colour the cells from the macro: For Each c In Range(...): If c.Value > 20 Then c.Interior.Color = "
             "RGB(255, 199, 206): Next."),

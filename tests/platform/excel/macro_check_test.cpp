@@ -110,6 +110,8 @@ TEST(MacroCheck, UnsupportedCallsOfANamedMacroAndWhatItCallsAreListedWithLineAnd
                        "  If Err.Number = 9 Then Worksheets.Add\n"                  // 29
                        "  ActiveSheet.PageSetup.CenterFooter = \"&\"\"Arial,Bold\"\"&P\"\n"  // 30
                        "  ActiveSheet.PageSetup.LeftFooter = \"Page &P of &N\"\n"    // 31
+                       "  Range(\"A1\", corner).Select\n"                            // 32
+                       "  Set last = Cells(9, 5): Range(\"A1\", last).Select\n"       // 33
                        "End Sub\n")}});
   const auto findings = Check(path, {QStringLiteral("FormatBlock"), QStringLiteral("Report.FormatReport")});
   ASSERT_EQ(findings.size(), 2u) << excel::FindingsText(findings).toStdString();
@@ -143,7 +145,7 @@ TEST(MacroCheck, UnsupportedCallsOfANamedMacroAndWhatItCallsAreListedWithLineAnd
   // The office runs a chart object it cannot be given to draw as Excel
   // does, with another result: told, and the run goes on.
   const auto hand = Check(path, {QStringLiteral("HandCharts")});
-  ASSERT_EQ(hand.size(), 3u) << excel::FindingsText(hand).toStdString();
+  ASSERT_EQ(hand.size(), 4u) << excel::FindingsText(hand).toStdString();
   EXPECT_EQ(hand[0].line, 25) << "the one followed by its data is drawn by Tabulon";
   EXPECT_FALSE(excel::AnyCannotRun(hand));
   EXPECT_TRUE(hand[0].Text().contains(QStringLiteral("which the office does otherwise than Excel. Its columns")))
@@ -151,6 +153,7 @@ TEST(MacroCheck, UnsupportedCallsOfANamedMacroAndWhatItCallsAreListedWithLineAnd
   EXPECT_EQ(hand[1].line, 29);
   EXPECT_TRUE(hand[1].Text().contains(QStringLiteral("If Err.Number <> 0"))) << hand[1].Text().toStdString();
   EXPECT_EQ(hand[2].line, 30) << "the footer with codes alone is written as Excel's";
+  EXPECT_EQ(hand[3].line, 32) << "a corner that may be an address; one Set to a range is translated";
   EXPECT_FALSE(excel::AnyCannotRun(hand));
 }
 
