@@ -146,6 +146,15 @@ bool ParseStart(const LogicalLine& statement, RecordedChart& chart, bool* needs_
   return true;
 }
 
+// SetSourceData's PlotBy as its number: 2 by columns, 1 by rows.
+std::optional<QString> PlotBy(const QString& value) {
+  if (value.compare(QLatin1String("xlColumns"), Qt::CaseInsensitive) == 0 || value == QLatin1String("2"))
+    return QStringLiteral("2");
+  if (value.compare(QLatin1String("xlRows"), Qt::CaseInsensitive) == 0 || value == QLatin1String("1"))
+    return QStringLiteral("1");
+  return std::nullopt;
+}
+
 // One call on a chart: its member lower-cased, whether it is assigned, and
 // the code after the member (and `=`). False for any the office's chart
 // cannot take as Excel does; `located` is null where a chart cannot move.
@@ -171,11 +180,9 @@ bool ParseChartMember(const QString& member, bool assigned, const QString& rest,
     const QString value = rest.mid(spans[i].from + skip, spans[i].to - spans[i].from - skip).trimmed();
     if (member == QLatin1String("setsourcedata") && name == QLatin1String("source")) chart.source = value;
     else if (member == QLatin1String("setsourcedata") && name == QLatin1String("plotby")) {
-      if (value.compare(QLatin1String("xlColumns"), Qt::CaseInsensitive) == 0 || value == QLatin1String("2"))
-        chart.plot_by = QStringLiteral("2");
-      else if (value.compare(QLatin1String("xlRows"), Qt::CaseInsensitive) == 0 || value == QLatin1String("1"))
-        chart.plot_by = QStringLiteral("1");
-      else return false;
+      const auto plot_by = PlotBy(value);
+      if (!plot_by) return false;
+      chart.plot_by = *plot_by;
     } else if (located && member == QLatin1String("location") && name == QLatin1String("where")) {
       if (value.compare(QLatin1String("xlLocationAsObject"), Qt::CaseInsensitive) != 0 && value != QLatin1String("2"))
         return false;

@@ -10,6 +10,8 @@
 // sheet. (Not the workbook's ThisWorkbook: the office would take the name
 // for the module, and ThisWorkbook.Name would be "ThisWorkbook".)
 #include <optional>
+#include <set>
+#include <vector>
 
 #include <com/sun/star/beans/XPropertySet.hpp>
 #include <com/sun/star/container/XIndexAccess.hpp>
@@ -71,17 +73,25 @@ void AddDocumentModules(WorkbookState& book, const css::uno::Reference<css::cont
       css::uno::UNO_QUERY_THROW);
   css::uno::Reference<css::sheet::XSpreadsheetDocument> document(book.document, css::uno::UNO_QUERY_THROW);
   css::uno::Reference<css::container::XIndexAccess> sheets(document->getSheets(), css::uno::UNO_QUERY_THROW);
-  for (sal_Int32 i = 0, next = 1; i < sheets->getCount(); ++i) {
+  const auto code_name = rtl::OUString::createFromAscii("CodeName");
+  std::vector<css::uno::Reference<css::beans::XPropertySet>> unnamed;
+  std::set<rtl::OUString> taken;
+  for (sal_Int32 i = 0; i < sheets->getCount(); ++i) {
     css::uno::Reference<css::beans::XPropertySet> sheet(sheets->getByIndex(i), css::uno::UNO_QUERY_THROW);
-    rtl::OUString code_name;
-    sheet->getPropertyValue(rtl::OUString::createFromAscii("CodeName")) >>= code_name;
-    if (code_name.isEmpty()) {
-      do code_name = ToOUString(QStringLiteral("Sheet%1").arg(next++));
-      while (modules->hasByName(code_name));
-      sheet->setPropertyValue(rtl::OUString::createFromAscii("CodeName"), css::uno::Any(code_name));
-    }
-    InsertDocumentModule(modules, objects, code_name);
+    rtl::OUString name;
+    sheet->getPropertyValue(code_name) >>= name;
+    if (name.isEmpty()) unnamed.push_back(sheet);
+    else taken.insert(name);
   }
+  int next = 1;
+  for (const auto& sheet : unnamed) {
+    rtl::OUString name;
+    do name = ToOUString(QStringLiteral("Sheet%1").arg(next++));
+    while (taken.count(name) || modules->hasByName(name));
+    sheet->setPropertyValue(code_name, css::uno::Any(name));
+    taken.insert(name);
+  }
+  for (const auto& name : taken) InsertDocumentModule(modules, objects, name);
 }
 
 }  // namespace
