@@ -151,22 +151,30 @@ Status LongValueBytes(const ColumnDef& column, const Value& value, std::vector<u
   return Status::OK();
 }
 
+RowCounts WrittenRowCounts(const TableLayout& layout) {
+  RowCounts counts;
+  counts.columns = layout.max_cols;
+  for (const ColumnDef& c : layout.def->columns) {
+    counts.columns = std::max<size_t>(counts.columns, size_t(c.number) + 1);
+    if (c.fixed || c.type == ColumnType::kBoolean) continue;
+    counts.has_variable = true;
+    counts.variable = std::max<size_t>(counts.variable, size_t(c.var_index) + 1);
+  }
+  if (counts.has_variable) counts.variable = std::max<size_t>(counts.variable, layout.var_cols);
+  return counts;
+}
+
 std::vector<uint8_t> BuildRow(const TableLayout& layout, const std::vector<FieldBytes>& fields, const Row& values) {
   const auto& columns = layout.def->columns;
-  size_t column_count = layout.max_cols, fixed_length = 0, var_count = 0;
-  bool has_variable = false;
+  const RowCounts counts = WrittenRowCounts(layout);
+  const size_t column_count = counts.columns, var_count = counts.variable;
+  const bool has_variable = counts.has_variable;
+  size_t fixed_length = 0;
   for (const ColumnDef& c : columns) {
-    column_count = std::max<size_t>(column_count, size_t(c.number) + 1);
-    if (c.type == ColumnType::kBoolean) continue;
-    if (c.fixed) {
-      const size_t size = FixedSize(c.type) ? FixedSize(c.type) : c.size;
-      fixed_length = std::max<size_t>(fixed_length, size_t(c.fixed_offset) + size);
-    } else {
-      has_variable = true;
-      var_count = std::max<size_t>(var_count, size_t(c.var_index) + 1);
-    }
+    if (c.type == ColumnType::kBoolean || !c.fixed) continue;
+    const size_t size = FixedSize(c.type) ? FixedSize(c.type) : c.size;
+    fixed_length = std::max<size_t>(fixed_length, size_t(c.fixed_offset) + size);
   }
-  if (has_variable) var_count = std::max<size_t>(var_count, layout.var_cols);
 
   std::vector<uint8_t> row(2 + fixed_length, 0);
   row[0] = static_cast<uint8_t>(column_count);

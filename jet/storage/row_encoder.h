@@ -22,6 +22,16 @@ Status EncodeField(const ColumnDef& column, const Value& value, FieldBytes* out)
 // Memo text or OLE bytes as a long value holds them.
 Status LongValueBytes(const ColumnDef& column, const Value& value, std::vector<uint8_t>* out);
 
+// The counts a written row carries: its columns (deleted ids included) and,
+// when any column lives in the variable area, its variable columns, from
+// the definition's header and its columns alike.
+struct RowCounts {
+  size_t columns = 0;
+  size_t variable = 0;
+  bool has_variable = false;
+};
+RowCounts WrittenRowCounts(const TableLayout& layout);
+
 // The row: `fields` and `values` run parallel to layout.def->columns
 // (values only matter for Boolean columns, which live in the null mask).
 std::vector<uint8_t> BuildRow(const TableLayout& layout, const std::vector<FieldBytes>& fields, const Row& values);

@@ -1,8 +1,9 @@
 #include "storage/row_storage_check.h"
 
-#include <algorithm>
 #include <map>
 #include <string>
+
+#include "storage/row_encoder.h"
 
 namespace jet {
 namespace {
@@ -30,25 +31,15 @@ Status Damaged(const TableDef& def, const std::string& what) {
   return Status::Corruption("The table '" + def.name + "' cannot be changed: its definition " + what + ".");
 }
 
-// A written row carries a column count and a variable-column count taken
-// from the header as well as the columns; a reader refuses a row counting
-// more variable columns than columns, and with no variable column at all it
-// would take fixed bytes for the count the header promises.
+// A reader refuses a row counting more variable columns than columns, and
+// with no variable column at all it would take fixed bytes for the count
+// the header promises.
 Status CheckRowCounts(const TableLayout& layout) {
-  const TableDef& def = *layout.def;
-  size_t column_count = layout.max_cols, var_count = 0;
-  bool has_variable = false;
-  for (const ColumnDef& c : def.columns) {
-    column_count = std::max<size_t>(column_count, size_t(c.number) + 1);
-    if (c.fixed || c.type == ColumnType::kBoolean) continue;
-    has_variable = true;
-    var_count = std::max<size_t>(var_count, size_t(c.var_index) + 1);
-  }
-  if (has_variable != (layout.var_cols > 0))
-    return Damaged(def, "counts " + std::to_string(layout.var_cols) + " variable columns where the table has " +
-                            (has_variable ? "some" : "none"));
-  if (std::max<size_t>(var_count, layout.var_cols) > column_count)
-    return Damaged(def, "counts more variable columns than columns");
+  const RowCounts counts = WrittenRowCounts(layout);
+  if (counts.has_variable != (layout.var_cols > 0))
+    return Damaged(*layout.def, "counts " + std::to_string(layout.var_cols) + " variable columns where the table has " +
+                                    (counts.has_variable ? "some" : "none"));
+  if (counts.variable > counts.columns) return Damaged(*layout.def, "counts more variable columns than columns");
   return Status::OK();
 }
 
