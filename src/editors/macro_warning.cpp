@@ -53,6 +53,9 @@ void WarnAboutAddedMacros(QuerySettingsDialog& form, const QString& templateBefo
     return ShowWarning(form, QStringLiteral("The macros added could not be checked: ") + error.Description());
   }
   if (findings.empty()) return;
+  if (excel::AllDiffer(findings))
+    return ShowWarning(form, QStringLiteral("The office runs some calls of the macros added otherwise than Excel:\n\n") +
+                                 excel::FindingsText(findings) + QStringLiteral("\n\nThe destination is saved as it is."));
   ShowWarning(form, QStringLiteral("The office will not run all of the macros added:\n\n") +
                         excel::FindingsText(findings) +
                         QStringLiteral("\n\nThe destination is saved as it is; a report run stops at what cannot run."));

@@ -51,9 +51,12 @@ void CheckMacrosBeforeRun(const ReportMacros& report) {
   const QString text = excel::FindingsText(findings);
   if (excel::AnyCannotRun(findings))
     throw platform::AppError(kErrMacro, text, QStringLiteral("CExcelExporter::RunExcelMacro"));
+  const QString heading =
+      excel::AllDiffer(findings)
+          ? QStringLiteral("The report's macros make calls the office runs otherwise than Excel; check what they give:")
+          : QStringLiteral("The report's macros make calls the office does not support; they may fail:");
   platform::dialogs().MsgBox(
-      QStringLiteral("The report's macros make calls the office does not support; they may fail:\r\n\r\n") +
-          QString(text).replace(QLatin1Char('\n'), QStringLiteral("\r\n")),
+      heading + QStringLiteral("\r\n\r\n") + QString(text).replace(QLatin1Char('\n'), QStringLiteral("\r\n")),
       platform::vbInformation, QStringLiteral("Excel Exporter"));
 }
 

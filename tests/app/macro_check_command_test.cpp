@@ -31,6 +31,10 @@ const QString kCharts = QStringLiteral(
     "End Sub\n"
     "Sub NewChart()\n"
     "  Charts.Add\n"
+    "End Sub\n"
+    "Sub FindTotals()\n"
+    "  On Error Resume Next\n"
+    "  If Worksheets(\"Totals\").Index > 0 And Err.Number = 9 Then Range(\"D1\").Value = 0\n"
     "End Sub\n");
 
 class MacroCheckCommandTest : public ::testing::Test {
@@ -137,4 +141,13 @@ TEST_F(MacroCheckCommandTest, ARunRefusesWhatCannotRunBeforePlacingARecordAndTel
       << run.err.toStdString();
   EXPECT_TRUE(run.err.contains(QStringLiteral("ExportAsFixedFormat")));
   EXPECT_TRUE(QFileInfo::exists(Output()));
+
+  PointEffortAt(charts, QStringLiteral("FindTotals"));
+  ASSERT_TRUE(QFile::remove(Output()));
+  run = RunEffort();
+  EXPECT_EQ(run.status, 0) << run.err.toStdString();
+  EXPECT_TRUE(run.err.startsWith(QStringLiteral("tabulon: Excel Exporter: The report's macros make calls the office "
+                                                "runs otherwise than Excel; check what they give:")))
+      << run.err.toStdString();
+  EXPECT_TRUE(run.err.contains(QStringLiteral("which the office does otherwise than Excel")));
 }

@@ -186,6 +186,10 @@ TEST_F(QuerySettingsTest, MacrosOfANewTemplateAreCheckedOnSavingAndWhatWillNotRu
                       QStringLiteral("Sub BuildPivot()\n"
                                      "  Range(\"D1\").Value = \"Catch by site\"\n"
                                      "  ActiveWorkbook.PivotCaches.Create(1, \"Data!A1:B9\").CreatePivotTable \"Data!D2\"\n"
+                                     "End Sub\n"
+                                     "Sub FindTotals()\n"
+                                     "  On Error Resume Next\n"
+                                     "  If Worksheets(\"Totals\").Index > 0 And Err.Number = 9 Then Range(\"D1\").Value = 0\n"
                                      "End Sub\n")}});
   WhenShown<frmQueryDestination>([&](frmQueryDestination& form) {
     Retype(form.txtTemplate, pivot);
@@ -208,6 +212,22 @@ TEST_F(QuerySettingsTest, MacrosOfANewTemplateAreCheckedOnSavingAndWhatWillNotRu
   editors::ShowQueryDestinationEditor(kCatchByWeek);
   EXPECT_TRUE(StoredDestination(kCatchByWeek)
                   .startsWith(pivot + QStringLiteral("|Data|4|1|Formatting.FormatCatchBlock/Totals.AddTotals/BuildPivot|")));
+
+  // A macro that runs, to another result than Excel's, is told as that.
+  WhenShown<frmQueryDestination>([&](frmQueryDestination& form) {
+    QTest::mouseClick(form.cmdAddMacro, Qt::LeftButton);
+    QTest::keyClicks(form.msflxExcelMacros, QStringLiteral("FindTotals"));
+    QTest::keyClick(form.msflxExcelMacros, Qt::Key_Return);
+    script.AnswerMessageBox(platform::vbOK);
+    QTest::mouseClick(form.cmdOK, Qt::LeftButton);
+    const QString warning = script.MessageBoxes().last().prompt;
+    EXPECT_TRUE(warning.startsWith(QStringLiteral(
+        "The office runs some calls of the macros added otherwise than Excel:\r\n\r\nMacro 'FindTotals', module Summary, line 7:")))
+        << warning.toStdString();
+    EXPECT_TRUE(warning.endsWith(QStringLiteral("\r\n\r\nThe destination is saved as it is.")));
+  });
+  editors::ShowQueryDestinationEditor(kCatchByWeek);
+  EXPECT_TRUE(StoredDestination(kCatchByWeek).contains(QStringLiteral("/BuildPivot/FindTotals|")));
 }
 
 TEST_F(QuerySettingsTest, DestinationRefusesWhatTheRunCouldNotUseAndWritesNothing) {

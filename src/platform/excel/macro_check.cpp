@@ -217,6 +217,10 @@ bool AnyCannotRun(const std::vector<MacroFinding>& findings) {
   return std::any_of(findings.begin(), findings.end(), [](const MacroFinding& f) { return f.CannotRun(); });
 }
 
+bool AllDiffer(const std::vector<MacroFinding>& findings) {
+  return std::all_of(findings.begin(), findings.end(), [](const MacroFinding& f) { return f.differs; });
+}
+
 QString FindingsText(const std::vector<MacroFinding>& findings) {
   QStringList paragraphs;
   for (const MacroFinding& finding : findings) paragraphs << finding.Text();

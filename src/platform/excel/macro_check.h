@@ -45,6 +45,8 @@ std::vector<MacroFinding> CheckTemplateMacros(Application& app, const QString& t
                                               const QStringList& macros);
 
 bool AnyCannotRun(const std::vector<MacroFinding>& findings);
+// Every finding is a call that runs, with another result than Excel's.
+bool AllDiffer(const std::vector<MacroFinding>& findings);
 // The findings' texts, one paragraph each.
 QString FindingsText(const std::vector<MacroFinding>& findings);
 
