@@ -226,22 +226,16 @@ Status AllocatePage(Pager* pager, uint32_t* page) {
   // Page 1's map is the one map where a set bit means free.
   uint32_t candidate = 0;
   JET_RETURN_IF_ERROR(FindSetBit(*pager, kFreePageMap, 2, &candidate));
-  auto grow = [pager](uint32_t* p) {
-    JET_RETURN_IF_ERROR(pager->AppendPage(p));
-    return Status::OK();
-  };
-  if (candidate == 0) return grow(page);
-  JET_RETURN_IF_ERROR(SetMapBit(pager, kFreePageMap, candidate, false, MapKind::kOwned, grow));
-  // Free bits past the end of the file mark room the file may grow into.
-  while (pager->page_count() <= candidate) {
-    uint32_t appended = 0;
-    JET_RETURN_IF_ERROR(grow(&appended));
-    if (appended != candidate) {
-      JET_RETURN_IF_ERROR(SetMapBit(pager, kFreePageMap, appended, true, MapKind::kOwned, grow));
-    }
+  auto grow = [pager](uint32_t* p) { return pager->AppendPage(p); };
+  if (candidate != 0 && candidate < pager->page_count()) {
+    *page = candidate;
+    return SetMapBit(pager, kFreePageMap, candidate, false, MapKind::kOwned, grow);
   }
-  *page = candidate;
-  return Status::OK();
+  // No free page inside the file. A free bit past its end is no room to grow
+  // into: a damaged map may set one billions of pages on. The file grows by
+  // one page, whose bit is cleared should the map call it free.
+  JET_RETURN_IF_ERROR(grow(page));
+  return SetMapBit(pager, kFreePageMap, *page, false, MapKind::kOwned, grow);
 }
 
 Status FreePage(Pager* pager, uint32_t page) {

@@ -205,5 +205,45 @@ TEST(DamagedFiles, ADefinitionARowCannotFollowIsRefusedByTheWriter) {
   }
 }
 
+// Found by the writer's fuzz target: a free-page map whose only free page
+// lies far past the end of the file. The writer grew the file up to that
+// page, in memory, until it ran out; now the file grows by what it needs.
+// Page 1's first row is the map: inline, its first page at byte 1, then bits.
+TEST(DamagedFiles, AFreePageFarPastTheEndDoesNotGrowTheFile) {
+  const std::string path = ScratchCopy("npsmith88-Northwind.mdb", "far-free-page.mdb");
+  const size_t size = FileBytes(path).size();
+  {
+    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+    std::vector<char> page(4096);
+    file.seekg(4096);
+    file.read(page.data(), page.size());
+    const size_t row = U16At(page, 14) & 0x1FFF;
+    ASSERT_EQ(page[row], 0) << "an inline map";
+    const uint32_t far = static_cast<uint32_t>(size / 4096 + 50000);
+    std::fill(page.begin() + row + 5, page.end(), 0);
+    for (int b = 0; b < 4; ++b) page[row + 1 + b] = char(far >> 8 * b);
+    page[row + 5] = 1;
+    file.seekp(4096);
+    file.write(page.data(), page.size());
+  }
+  {
+    auto db = OpenForWriting(path);
+    ASSERT_TRUE(db);
+    std::shared_ptr<const TableDef> def;
+    ASSERT_TRUE(db->GetTableDef("Employees", &def).ok());
+    Row row;
+    for (const ColumnDef& c : def->columns) row.push_back(Value::Null(c.type));
+    row[def->FindColumn("LastName")] = Value(ColumnType::kText, std::string("Far"));
+    row[def->FindColumn("FirstName")] = Value(ColumnType::kText, std::string("Page"));
+    row[def->FindColumn("Notes")] = Value(ColumnType::kMemo, std::string(20000, 'n'));  // pages of its own
+    ASSERT_TRUE(db->BeginTransaction().ok());
+    ASSERT_TRUE(db->InsertRow("Employees", row).ok());
+    ASSERT_TRUE(db->Commit().ok());
+  }
+  EXPECT_LT(FileBytes(path).size(), size + 100 * 4096);
+  ExpectMapsConsistent(path, "Employees");
+  EXPECT_NE(MdbExport(path, "Employees").find(std::string(20000, 'n')), std::string::npos);
+}
+
 }  // namespace
 }  // namespace jet::testing
