@@ -50,9 +50,10 @@ case $target in
 esac
 limits="-timeout=10 -rss_limit_mb=2048 -max_len=1100000"
 
-# The merge runs each input in a child process, so one that fails is left
-# out rather than ending the campaign. The seeds stay where they are: every
-# run reads them beside the corpus and writes only to the corpus.
+# The merge runs the inputs in a child process, started again past one that
+# fails, so a failing input is left out rather than ending the campaign. The
+# seeds stay where they are: every run reads them beside the corpus and
+# writes only to the corpus.
 rm -rf "$folder/merged"
 mkdir -p "$folder/merged"
 if "$fuzzer" -merge=1 $limits "$folder/merged" "$folder/corpus" >"$folder/log" 2>&1; then
