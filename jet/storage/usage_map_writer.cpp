@@ -226,16 +226,14 @@ Status AllocatePage(Pager* pager, uint32_t* page) {
   // Page 1's map is the one map where a set bit means free.
   uint32_t candidate = 0;
   JET_RETURN_IF_ERROR(FindSetBit(*pager, kFreePageMap, 2, &candidate));
+  // A free bit past the end of the file is no room to grow into: a damaged
+  // map may set one billions of pages on. Without a free page inside the
+  // file, it grows by one page, whose bit is cleared should the map call it
+  // free.
+  if (candidate == 0 || candidate >= pager->page_count()) JET_RETURN_IF_ERROR(pager->AppendPage(&candidate));
+  *page = candidate;
   auto grow = [pager](uint32_t* p) { return pager->AppendPage(p); };
-  if (candidate != 0 && candidate < pager->page_count()) {
-    *page = candidate;
-    return SetMapBit(pager, kFreePageMap, candidate, false, MapKind::kOwned, grow);
-  }
-  // No free page inside the file. A free bit past its end is no room to grow
-  // into: a damaged map may set one billions of pages on. The file grows by
-  // one page, whose bit is cleared should the map call it free.
-  JET_RETURN_IF_ERROR(grow(page));
-  return SetMapBit(pager, kFreePageMap, *page, false, MapKind::kOwned, grow);
+  return SetMapBit(pager, kFreePageMap, candidate, false, MapKind::kOwned, grow);
 }
 
 Status FreePage(Pager* pager, uint32_t page) {

@@ -130,20 +130,25 @@ TEST(DamagedFiles, HostileInputsAreAnsweredNotFatal) {
 // column's number at 5, its slot at 7 and its flags at 15.
 using TdefDamage = std::function<void(std::vector<char>& page, const TableDef& def)>;
 
+// Rewrites page `number` of the (Jet 4) file at `path` as `damage` leaves it.
+void DamagePage(const std::string& path, uint32_t number, const std::function<void(std::vector<char>& page)>& damage) {
+  constexpr std::streamoff kPage = 4096;
+  std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+  std::vector<char> page(kPage);
+  file.seekg(number * kPage);
+  file.read(page.data(), kPage);
+  damage(page);
+  file.seekp(number * kPage);
+  file.write(page.data(), kPage);
+}
+
 std::string DamagedTableCopy(const std::string& name, const TdefDamage& damage, std::shared_ptr<const TableDef>* def) {
   const std::string path = ScratchCopy("accessLike.mdb", name);
   {
     auto db = OpenForWriting(path);
     EXPECT_TRUE(db->GetTableDef("t_like2", def).ok());
   }
-  constexpr std::streamoff kPage = 4096;
-  std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
-  std::vector<char> page(kPage);
-  file.seekg((*def)->tdef_page * kPage);
-  file.read(page.data(), kPage);
-  damage(page, **def);
-  file.seekp((*def)->tdef_page * kPage);
-  file.write(page.data(), kPage);
+  DamagePage(path, (*def)->tdef_page, [&](std::vector<char>& page) { damage(page, **def); });
   return path;
 }
 
@@ -212,20 +217,14 @@ TEST(DamagedFiles, ADefinitionARowCannotFollowIsRefusedByTheWriter) {
 TEST(DamagedFiles, AFreePageFarPastTheEndDoesNotGrowTheFile) {
   const std::string path = ScratchCopy("npsmith88-Northwind.mdb", "far-free-page.mdb");
   const size_t size = FileBytes(path).size();
-  {
-    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
-    std::vector<char> page(4096);
-    file.seekg(4096);
-    file.read(page.data(), page.size());
+  DamagePage(path, 1, [&](std::vector<char>& page) {
     const size_t row = U16At(page, 14) & 0x1FFF;
     ASSERT_EQ(page[row], 0) << "an inline map";
     const uint32_t far = static_cast<uint32_t>(size / 4096 + 50000);
     std::fill(page.begin() + row + 5, page.end(), 0);
     for (int b = 0; b < 4; ++b) page[row + 1 + b] = char(far >> 8 * b);
     page[row + 5] = 1;
-    file.seekp(4096);
-    file.write(page.data(), page.size());
-  }
+  });
   {
     auto db = OpenForWriting(path);
     ASSERT_TRUE(db);
