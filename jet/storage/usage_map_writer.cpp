@@ -241,7 +241,15 @@ Status FreePage(Pager* pager, uint32_t page) {
   JET_RETURN_IF_ERROR(pager->MutablePage(page, &data));
   std::memset(data, 0, pager->page_size());
   auto grow = [pager](uint32_t* p) { return pager->AppendPage(p); };
-  return SetMapBit(pager, kFreePageMap, page, true, MapKind::kOwned, grow);
+  const uint32_t end = pager->page_count();
+  JET_RETURN_IF_ERROR(SetMapBit(pager, kFreePageMap, page, true, MapKind::kOwned, grow));
+  // Recording the page may have given the map bitmap pages of its own,
+  // appended at the end. A damaged map may already call those pages free;
+  // it must never hand them out. (Clearing a bit never allocates.)
+  for (uint32_t p = end; p < pager->page_count(); ++p) {
+    JET_RETURN_IF_ERROR(SetMapBit(pager, kFreePageMap, p, false, MapKind::kOwned, grow));
+  }
+  return Status::OK();
 }
 
 }  // namespace jet

@@ -7,6 +7,7 @@
 // refusal that leaves the file alone — never a crash or a hang.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -19,6 +20,7 @@
 
 #include "damaged_files.h"
 #include "jet/database.h"
+#include "jet/links.h"
 #include "reader_exerciser.h"
 #include "writer_exerciser.h"
 #include "writer_test_helpers.h"
@@ -210,6 +212,35 @@ TEST(DamagedFiles, ADefinitionARowCannotFollowIsRefusedByTheWriter) {
   }
 }
 
+// Damages the file's free-page map (page 1's inline row) so that its window
+// starts at page `start` and its only set bit, calling that page free, is
+// the window's first.
+void PointFreePageMapAt(const std::string& path, uint32_t start) {
+  DamagePage(path, 1, [&](std::vector<char>& page) {
+    const size_t row = U16At(page, 14) & 0x1FFF;
+    ASSERT_EQ(page[row], 0) << "an inline map";
+    std::fill(page.begin() + row + 5, page.end(), 0);
+    for (int b = 0; b < 4; ++b) page[row + 1 + b] = char(start >> 8 * b);
+    page[row + 5] = 1;
+  });
+}
+
+// Commits a new employee whose memo needs pages of its own.
+void InsertEmployeeWithNotes(const std::string& path, const std::string& notes) {
+  auto db = OpenForWriting(path);
+  ASSERT_TRUE(db);
+  std::shared_ptr<const TableDef> def;
+  ASSERT_TRUE(db->GetTableDef("Employees", &def).ok());
+  Row row;
+  for (const ColumnDef& c : def->columns) row.push_back(Value::Null(c.type));
+  row[def->FindColumn("LastName")] = Value(ColumnType::kText, std::string("Far"));
+  row[def->FindColumn("FirstName")] = Value(ColumnType::kText, std::string("Page"));
+  row[def->FindColumn("Notes")] = Value(ColumnType::kMemo, notes);
+  ASSERT_TRUE(db->BeginTransaction().ok());
+  ASSERT_TRUE(db->InsertRow("Employees", row).ok());
+  ASSERT_TRUE(db->Commit().ok());
+}
+
 // Found by the writer's fuzz target: a free-page map whose only free page
 // lies far past the end of the file. The writer grew the file up to that
 // page, in memory, until it ran out; now the file grows by what it needs.
@@ -217,31 +248,34 @@ TEST(DamagedFiles, ADefinitionARowCannotFollowIsRefusedByTheWriter) {
 TEST(DamagedFiles, AFreePageFarPastTheEndDoesNotGrowTheFile) {
   const std::string path = ScratchCopy("npsmith88-Northwind.mdb", "far-free-page.mdb");
   const size_t size = FileBytes(path).size();
-  DamagePage(path, 1, [&](std::vector<char>& page) {
-    const size_t row = U16At(page, 14) & 0x1FFF;
-    ASSERT_EQ(page[row], 0) << "an inline map";
-    const uint32_t far = static_cast<uint32_t>(size / 4096 + 50000);
-    std::fill(page.begin() + row + 5, page.end(), 0);
-    for (int b = 0; b < 4; ++b) page[row + 1 + b] = char(far >> 8 * b);
-    page[row + 5] = 1;
-  });
-  {
-    auto db = OpenForWriting(path);
-    ASSERT_TRUE(db);
-    std::shared_ptr<const TableDef> def;
-    ASSERT_TRUE(db->GetTableDef("Employees", &def).ok());
-    Row row;
-    for (const ColumnDef& c : def->columns) row.push_back(Value::Null(c.type));
-    row[def->FindColumn("LastName")] = Value(ColumnType::kText, std::string("Far"));
-    row[def->FindColumn("FirstName")] = Value(ColumnType::kText, std::string("Page"));
-    row[def->FindColumn("Notes")] = Value(ColumnType::kMemo, std::string(20000, 'n'));  // pages of its own
-    ASSERT_TRUE(db->BeginTransaction().ok());
-    ASSERT_TRUE(db->InsertRow("Employees", row).ok());
-    ASSERT_TRUE(db->Commit().ok());
-  }
+  PointFreePageMapAt(path, static_cast<uint32_t>(size / 4096 + 50000));
+  InsertEmployeeWithNotes(path, std::string(20000, 'n'));
   EXPECT_LT(FileBytes(path).size(), size + 100 * 4096);
   ExpectMapsConsistent(path, "Employees");
   EXPECT_NE(MdbExport(path, "Employees").find(std::string(20000, 'n')), std::string::npos);
+}
+
+// The same damaged map, now calling the first page past the end free. The
+// dropped table's pages lie outside the map's window, so freeing them turns
+// the map into a page-referenced one whose bitmap page is appended: that is
+// the page the map calls free. Handed out later, the insert's memo would
+// overwrite the free-page bits themselves.
+TEST(DamagedFiles, TheFreePageMapNeverCallsItsOwnNewPageFree) {
+  const std::string path = ScratchCopy("npsmith88-Northwind.mdb", "free-map-grows.mdb");
+  const uint32_t end = static_cast<uint32_t>(FileBytes(path).size() / 4096);
+  PointFreePageMapAt(path, end);
+  ASSERT_TRUE(DropTables(path, {"Shippers"}, CreateOptions{}, true).ok());
+  InsertEmployeeWithNotes(path, std::string(60000, 'm'));
+  std::unique_ptr<Pager> pager;
+  ASSERT_TRUE(Pager::Open(path, &pager).ok());
+  Page bitmap;
+  ASSERT_TRUE(pager->ReadPage(end, &bitmap).ok());
+  EXPECT_EQ(bitmap[0], static_cast<uint8_t>(PageType::kUsageMap));
+  std::vector<uint32_t> free_pages;
+  ASSERT_TRUE(ReadUsageMap(*pager, kFreePageMap, &free_pages).ok());
+  EXPECT_EQ(std::count(free_pages.begin(), free_pages.end(), end), 0);
+  ExpectMapsConsistent(path, "Employees");
+  EXPECT_NE(MdbExport(path, "Employees").find(std::string(60000, 'm')), std::string::npos);
 }
 
 }  // namespace
