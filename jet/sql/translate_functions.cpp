@@ -316,7 +316,10 @@ Status Translator::Call(const sql::Expr& e, Scope* scope, TypedSql* out) {
     for (size_t i = 0; i < args.size(); ++i) sql += (i ? ", " : "") + Convert(args[i], i < 4 ? f.args[i] : Arg::kAny);
     SqlType t = f.result;
     if (t == SqlType::kVariant) {
-      t = IsNumber(args.empty() ? SqlType::kDouble : args[0].type) ? args[0].type : SqlType::kDouble;
+      // The result's type is read off the one argument, before SQLite could
+      // hold the call to its arity.
+      if (args.size() != 1) return wrong_args();
+      t = IsNumber(args[0].type) ? args[0].type : SqlType::kDouble;
       if (t == SqlType::kBoolean) t = SqlType::kInteger;  // Int(True) is -1, a number
       if (t == SqlType::kDecimal) {
         *out = {std::string(WordIs(name, "Int") ? "jet_dec_int(" : "jet_dec_fix(") + args[0].sql + ")", t, 0, {}};

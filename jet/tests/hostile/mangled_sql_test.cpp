@@ -158,6 +158,11 @@ TEST(MangledSql, StatementsThatOnceCrashedAreRefused) {
       "SELECT Mid(CompanyName) FROM Customers",
       "SELECT Replace(City, 'a') FROM Customers",
       "SELECT DateDiff('d', OrderDate) FROM Orders",
+      // Int and Fix, whose result takes their argument's type, given none
+      // or two (found by the SQL fuzzer as "Int(" and a form feed ")")
+      "SELECT Int() FROM Orders",
+      "SELECT Fix(\f) FROM Orders",
+      "SELECT Int(Freight, 2) FROM Orders",
   };
   for (const char* sql : statements) {
     QueryResult result;
