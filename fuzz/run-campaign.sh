@@ -7,8 +7,9 @@
 # TARGET is reader_fuzzer, saved_query_fuzzer, report_layer_fuzzer,
 # writer_fuzzer or jet_sql_fuzzer, built by ./test (or ./run) in
 # build/fuzz-build/fuzz. The corpus grows in FOLDER/corpus (default
-# build/fuzz-campaigns/TARGET), inputs that fail land in FOLDER/artifacts,
-# and libFuzzer's log in FOLDER/log.
+# build/fuzz-campaigns/TARGET, or $TABULON_FUZZ_CAMPAIGNS/TARGET when that
+# is set), inputs that fail land in FOLDER/artifacts, and libFuzzer's log in
+# FOLDER/log.
 #
 # The kept corpus is first merged into the fewest inputs that cover what it
 # covers, and each run loads it with the seeds, so the log's INITED line is
@@ -20,11 +21,17 @@
 # corpus until SECONDS have passed, so one campaign finds every failure it
 # can. Each run closes with its executions (stat::number_of_executed_units)
 # and peak memory.
+#
+# The report layer is the exception. Its inputs are whole sample databases
+# of about a megabyte, and one process holds its whole corpus in memory, so
+# a long run would reach the memory limit from the corpus alone. It runs in
+# fork mode: each job loads a few corpus inputs, the memory limit is that of
+# the inputs being fuzzed, and a failing input is kept while the jobs go on.
 set -eu
 cd "$(dirname "$0")/.."
 target=$1
 seconds=$2
-folder=${3:-build/fuzz-campaigns/$target}
+folder=${3:-${TABULON_FUZZ_CAMPAIGNS:-build/fuzz-campaigns}/$target}
 fuzzer=build/fuzz-build/fuzz/$target
 fixtures=$(cd ../shared/fixtures/jet && pwd)
 [ -x "$fuzzer" ] || { echo "$fuzzer is not built: run ./test first" >&2; exit 2; }
@@ -37,11 +44,13 @@ seeds=$folder/seeds
 rm -rf "$seeds"
 mkdir -p "$seeds"
 dict=""
+mode=""
 case $target in
   jet_sql_fuzzer)
     dict=-dict=fuzz/dictionaries/jet_sql.dict
     ln -s "$PWD"/fuzz/seeds/sql/*.sql "$seeds"/ ;;
   report_layer_fuzzer)
+    mode="-fork=1 -ignore_crashes=1 -ignore_ooms=1 -ignore_timeouts=1"
     ln -s "$PWD/build/samples/survey.mdb" "$seeds"/ ;;
   *)
     for f in "$fixtures"/*.mdb; do
@@ -62,6 +71,6 @@ if "$fuzzer" -merge=1 $limits "$folder/merged" "$folder/corpus" >"$folder/log" 2
 fi
 
 while left=$((end - $(date +%s))); [ "$left" -gt 0 ]; do
-  "$fuzzer" $limits $dict -max_total_time="$left" -print_final_stats=1 \
+  "$fuzzer" $limits $mode $dict -max_total_time="$left" -print_final_stats=1 \
     -artifact_prefix="$folder/artifacts/" "$folder/corpus" "$seeds" >>"$folder/log" 2>&1 || true
 done

@@ -222,6 +222,17 @@ Status FindSetBit(const Pager& pager, uint32_t map_pointer, uint32_t from, uint3
   return Status::OK();
 }
 
+namespace {
+
+// The free-page map grows by plain appends: it cannot take its own new
+// pages from itself.
+Status SetFreePageBit(Pager* pager, uint32_t page, bool free) {
+  auto append = [pager](uint32_t* p) { return pager->AppendPage(p); };
+  return SetMapBit(pager, kFreePageMap, page, free, MapKind::kOwned, append);
+}
+
+}  // namespace
+
 Status AllocatePage(Pager* pager, uint32_t* page) {
   // Page 1's map is the one map where a set bit means free.
   uint32_t candidate = 0;
@@ -232,22 +243,20 @@ Status AllocatePage(Pager* pager, uint32_t* page) {
   // free.
   if (candidate == 0 || candidate >= pager->page_count()) JET_RETURN_IF_ERROR(pager->AppendPage(&candidate));
   *page = candidate;
-  auto grow = [pager](uint32_t* p) { return pager->AppendPage(p); };
-  return SetMapBit(pager, kFreePageMap, candidate, false, MapKind::kOwned, grow);
+  return SetFreePageBit(pager, candidate, false);
 }
 
 Status FreePage(Pager* pager, uint32_t page) {
   uint8_t* data = nullptr;
   JET_RETURN_IF_ERROR(pager->MutablePage(page, &data));
   std::memset(data, 0, pager->page_size());
-  auto grow = [pager](uint32_t* p) { return pager->AppendPage(p); };
   const uint32_t end = pager->page_count();
-  JET_RETURN_IF_ERROR(SetMapBit(pager, kFreePageMap, page, true, MapKind::kOwned, grow));
+  JET_RETURN_IF_ERROR(SetFreePageBit(pager, page, true));
   // Recording the page may have given the map bitmap pages of its own,
   // appended at the end. A damaged map may already call those pages free;
   // it must never hand them out. (Clearing a bit never allocates.)
   for (uint32_t p = end; p < pager->page_count(); ++p) {
-    JET_RETURN_IF_ERROR(SetMapBit(pager, kFreePageMap, p, false, MapKind::kOwned, grow));
+    JET_RETURN_IF_ERROR(SetFreePageBit(pager, p, false));
   }
   return Status::OK();
 }

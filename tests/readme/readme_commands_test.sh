@@ -9,8 +9,10 @@
 # Lines starting with ./ run in the source folder; the rest run in a scratch
 # folder that holds what the examples name: build (the build tree),
 # survey.mdb (a copy of the sample), old97.mdb and linked.mdb (test
-# databases, read in place). ./test is the command that runs this suite, so
-# it is the one command not run here.
+# databases, read in place). A fuzz campaign keeps its corpus and log in the
+# scratch folder too, not beside a real campaign's in the build tree.
+# ./test is the command that runs this suite, so it is the one command not
+# run here.
 set -uo pipefail
 # The README's server commands need a PostgreSQL server: the whole script
 # runs inside a throw-away cluster (PGHOST, PGPORT, PGUSER and PGPASSWORD
@@ -37,6 +39,7 @@ cp "$build_dir/samples/survey.mdb" "$scratch/home/survey.mdb"
 printf '[StartUp]\nDatabasePath="%s"\n' "$scratch/home/survey.mdb" >"$scratch/config/Varnel Technologies/Ondara3.conf"
 
 export XDG_CONFIG_HOME="$scratch/config"
+export TABULON_FUZZ_CAMPAIGNS="$scratch/fuzz-campaigns"
 export HOME="$scratch/home"
 export PATH="$build_dir/src/app:$PATH"
 unset DISPLAY
@@ -105,6 +108,8 @@ while IFS= read -r line; do
 done < <(grep -E '^    [^ ]' "$source_dir/README.md")
 
 [ -f "$HOME/weekly-catch.xls" ] || fail "the scheduled run wrote no workbook"
+grep -q "stat::number_of_executed_units" "$TABULON_FUZZ_CAMPAIGNS"/*/log ||
+  fail "the fuzz campaign left no figures in its log"
 echo "$ran commands run, $failures failed"
 [ "$ran" -ge 15 ] || fail "only $ran commands found in README.md"
 exit $((failures > 0))
