@@ -86,6 +86,45 @@ class Parser {
     return at < tokens_.size() && tokens_[at].kind == TokenKind::kWord && WordIs(tokens_[at].text, "SELECT");
   }
 
+  // How deep the statement nests. The parse, the translation and the
+  // tree's own destruction all recurse that deep, so a statement nested too
+  // deeply is refused as Jet refuses it, before it can exhaust the stack.
+  // A parenthesis, call, subquery, nested join or prefix operator is one
+  // level of nesting and costs the parse a dozen or so calls; an operator
+  // in a chain such as a + b + c costs no call but puts its left operand one
+  // level further down the tree. The tree's limit is SQLite's own.
+  static constexpr int kMaxNesting = 64;
+  static constexpr int kMaxDepth = 1000;
+  bool WithinLimits() {
+    return (nesting_ <= kMaxNesting && depth_ <= kMaxDepth) || Fail("Query is too complex.", 3360);
+  }
+  // One level of nesting, for as long as it lives.
+  class Nested {
+   public:
+    explicit Nested(Parser* p) : p_(p) { ++p_->nesting_, ++p_->depth_; }
+    ~Nested() { --p_->nesting_, --p_->depth_; }
+    Nested(const Nested&) = delete;
+    Nested& operator=(const Nested&) = delete;
+    bool ok() const { return p_->WithinLimits(); }
+   private:
+    Parser* p_;
+  };
+  // The links of one chain of operators, each a level of the tree.
+  class Chain {
+   public:
+    explicit Chain(Parser* p) : p_(p) {}
+    ~Chain() { p_->depth_ -= links_; }
+    Chain(const Chain&) = delete;
+    Chain& operator=(const Chain&) = delete;
+    bool Link() {
+      ++links_, ++p_->depth_;
+      return p_->WithinLimits();
+    }
+   private:
+    Parser* p_;
+    int links_ = 0;
+  };
+
   bool ParseParameters(Statement* st);
   bool ParseQuery(std::shared_ptr<QueryExpr>* out);
   bool ParseQueryTerm(std::shared_ptr<QueryExpr>* out);
@@ -104,7 +143,10 @@ class Parser {
   bool ParseDelete(Statement* st);
 
   // Expressions, lowest precedence first.
-  bool ParseExpr(ExprPtr* out) { return ParseImp(out); }
+  bool ParseExpr(ExprPtr* out) {
+    Nested nested(this);
+    return nested.ok() && ParseImp(out);
+  }
   bool ParseImp(ExprPtr* out);
   bool ParseEqv(ExprPtr* out);
   bool ParseXor(ExprPtr* out);
@@ -139,6 +181,8 @@ class Parser {
   std::string_view sql_;
   std::vector<Token> tokens_;
   size_t pos_ = 0;
+  int nesting_ = 0;
+  int depth_ = 0;
   Status error_;
 };
 
@@ -202,9 +246,13 @@ Status Parser::ParseStatement(Statement* st) {
 }
 
 bool Parser::ParseQuery(std::shared_ptr<QueryExpr>* out) {
+  Nested nested(this);
+  if (!nested.ok()) return false;
   std::shared_ptr<QueryExpr> left;
   if (!ParseQueryTerm(&left)) return false;
+  Chain unions(this);
   while (AcceptWord("UNION")) {
+    if (!unions.Link()) return false;
     auto u = std::make_shared<QueryExpr>();
     u->is_union = true;
     u->union_all = AcceptWord("ALL");
@@ -356,6 +404,7 @@ void Parser::ShareExternalDatabase(const TableRef& shared, TableRef* ref) {
 bool Parser::ParseTableRef(std::unique_ptr<TableRef>* out) {
   std::unique_ptr<TableRef> left;
   if (!ParseTablePrimary(&left)) return false;
+  Chain joins(this);
   for (;;) {
     JoinKind kind;
     if (AtWord("INNER") && AtWord("JOIN", 1)) {
@@ -368,6 +417,7 @@ bool Parser::ParseTableRef(std::unique_ptr<TableRef>* out) {
     } else {
       break;
     }
+    if (!joins.Link()) return false;
     auto join = std::make_unique<TableRef>();
     join->kind = TableRef::Kind::kJoin;
     join->join = kind;
@@ -390,7 +440,8 @@ bool Parser::ParseTablePrimary(std::unique_ptr<TableRef>* out) {
       return true;
     }
     ++pos_;
-    if (!ParseTableRef(out)) return false;
+    Nested nested(this);
+    if (!nested.ok() || !ParseTableRef(out)) return false;
     return ExpectSymbol(")");
   }
   const Token& t = Peek();
@@ -503,6 +554,7 @@ bool Parser::ParseDelete(Statement* st) {
   bool Parser::Name(ExprPtr* out) {                                          \
     ExprPtr left;                                                            \
     if (!Next(&left)) return false;                                          \
+    Chain chain(this);                                                       \
     for (;;) {                                                               \
       std::string op;                                                        \
       for (std::string_view cand : {__VA_ARGS__}) {                          \
@@ -510,6 +562,7 @@ bool Parser::ParseDelete(Statement* st) {
         if (word ? AtWord(cand) : AtSymbol(cand)) { op = std::string(cand); break; } \
       }                                                                      \
       if (op.empty()) break;                                                 \
+      if (!chain.Link()) return false;                                       \
       ++pos_;                                                                \
       ExprPtr right;                                                         \
       if (!Next(&right)) return false;                                       \
@@ -534,6 +587,8 @@ JET_BINARY_LEVEL(ParseMultiplicative, ParseUnary, "*", "/")
 
 bool Parser::ParseNot(ExprPtr* out) {
   if (AtWord("NOT")) {
+    Nested nested(this);
+    if (!nested.ok()) return false;
     size_t begin = Next().begin;
     auto e = std::make_unique<Expr>();
     e->kind = ExprKind::kUnary;
@@ -552,7 +607,11 @@ bool Parser::ParseNot(ExprPtr* out) {
 bool Parser::ParseComparison(ExprPtr* out) {
   ExprPtr left;
   if (!ParseConcat(&left)) return false;
+  Chain chain(this);
   for (;;) {
+    // Counted before the operator is known: one link more than there are
+    // operators, which errs on the safe side.
+    if (!chain.Link()) return false;
     const Token& t = Peek();
     if (t.kind == TokenKind::kSymbol &&
         (t.text == "=" || t.text == "<>" || t.text == "<" || t.text == ">" || t.text == "<=" || t.text == ">=")) {
@@ -638,6 +697,8 @@ bool Parser::ParseComparison(ExprPtr* out) {
 
 bool Parser::ParseUnary(ExprPtr* out) {
   if (AtSymbol("-") || AtSymbol("+")) {
+    Nested nested(this);
+    if (!nested.ok()) return false;
     const Token& t = Next();
     auto e = std::make_unique<Expr>();
     e->kind = ExprKind::kUnary;
@@ -656,7 +717,9 @@ bool Parser::ParseUnary(ExprPtr* out) {
 bool Parser::ParsePower(ExprPtr* out) {
   ExprPtr left;
   if (!ParsePrimary(&left)) return false;
+  Chain chain(this);
   while (AcceptSymbol("^")) {
+    if (!chain.Link()) return false;
     ExprPtr right;
     // The exponent may carry its own sign: 2^-1.
     if (AtSymbol("-") || AtSymbol("+")) {

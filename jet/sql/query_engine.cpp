@@ -146,8 +146,17 @@ Value ReadTyped(sqlite3_stmt* stmt, int i, SqlType type, int scale) {
   }
 }
 
+// A statement past one of SQLite's own limits (its parser's stack, an
+// expression's depth, a union's parts, a join's tables) is what Jet calls
+// too complex.
+bool PastSqliteLimit(const std::string& msg) {
+  return msg == "parser stack overflow" || msg.starts_with("Expression tree is too large") ||
+         msg == "too many terms in compound SELECT" || (msg.starts_with("at most ") && msg.ends_with(" tables in a join"));
+}
+
 Status SqliteError(sqlite3* db, const std::string& context) {
   std::string msg = sqlite3_errmsg(db);
+  if (PastSqliteLimit(msg)) return Status::InvalidArgument("Query is too complex.", 3360);
   int jet = 3075;
   if (msg == "Division by zero") jet = 11;
   else if (msg == "Overflow") jet = 6;

@@ -169,6 +169,38 @@ TEST(MangledSql, StatementsThatOnceCrashedAreRefused) {
     Status s = engine->RunSql(sql, {}, &result);
     EXPECT_EQ(s.jet_error(), 3075) << sql << ": " << s.ToString();
   }
+  // Nested past what the engine follows (the SQL fuzzer ran the parse out of
+  // stack with a thousand parentheses): Jet's "Query is too complex.",
+  // whether the parse or SQLite finds the limit. Nested as deeply as real
+  // queries are, they run.
+  const auto repeated = [](const std::string& part, int n) {
+    std::string text;
+    while (n-- > 0) text += part;
+    return text;
+  };
+  const std::string too_deep[] = {
+      "SELECT " + repeated("(", 1000) + "1" + repeated(")", 1000) + " FROM Orders",
+      "SELECT " + repeated("Freight + ", 5000) + "1 FROM Orders",
+      "SELECT * FROM Orders WHERE " + repeated("NOT ", 1000) + "Freight > 1",
+      "SELECT " + repeated("- ", 1000) + "Freight FROM Orders",
+      "SELECT " + repeated("Abs(", 50) + "Freight" + repeated(")", 50) + " FROM Orders",
+      repeated("SELECT OrderID FROM Orders UNION ", 600) + "SELECT OrderID FROM Orders",
+  };
+  for (const std::string& sql : too_deep) {
+    QueryResult result;
+    Status s = engine->RunSql(sql, {}, &result);
+    EXPECT_EQ(s.jet_error(), 3360) << sql.substr(0, 60) << ": " << s.ToString();
+  }
+  const std::string deep_enough[] = {
+      "SELECT " + repeated("(", 40) + "Freight" + repeated(")", 40) + " FROM Orders",
+      "SELECT " + repeated("IIf(Freight > 1, ", 10) + "1" + repeated(", 0)", 10) + " FROM Orders",
+      "SELECT * FROM Orders WHERE Freight = 0" + repeated(" OR Freight = 1", 60),
+  };
+  for (const std::string& sql : deep_enough) {
+    QueryResult result;
+    Status s = engine->RunSql(sql, {}, &result);
+    EXPECT_TRUE(s.ok()) << sql.substr(0, 60) << ": " << s.ToString();
+  }
   // A saved delete query whose parts were lost reads back as a bare DELETE;
   // asking for its parameters once followed a query part it did not have.
   for (const char* sql : {"DELETE ;", "DELETE", "DELETE FROM", "DELETE * FROM Shippers WHERE"}) {
