@@ -306,9 +306,12 @@ Status Translator::TranslateSelect(const QueryExpr& q, Scope* outer, QueryOut* o
   // The window sees only columns of a FROM, so the keys are named one level down.
   std::string inner = "SELECT *, " + rank + " AS r_, COUNT(*) OVER () AS n_ FROM (SELECT " +
                       (distinct ? "DISTINCT " : "") + select_list + key_columns + body + ")";
+  // A count past every row count keeps every row; it is never made an
+  // integer it does not fit.
+  const double rows = std::min(core.top->count, 1e18);
   std::string limit = core.top->percent
                           ? "(r_ - 1) * 100.0 < n_ * " + DoubleLiteral(core.top->count)
-                          : "r_ <= " + std::to_string(static_cast<int64_t>(core.top->count));
+                          : "r_ <= " + std::to_string(static_cast<int64_t>(rows));
   out->sql = "SELECT " + ColumnList(items.size()) + " FROM (" + inner + ") WHERE " + limit;
   if (!outer_order.empty()) out->sql += " ORDER BY " + outer_order;
   return Status::OK();
